@@ -1,0 +1,138 @@
+// TrueSense frames to colour.
+//
+// Self-contained; usable from C++11 on.
+#ifndef ORV_TRUESENSE_H
+#define ORV_TRUESENSE_H
+
+#include "OrvComponent.h"
+
+// Settings of the TrueSense engines. Inside a component every field but `toneTable` is the parameter of the
+// same name. On and off are 1 and 0.
+struct tagTrueSenseParam {
+    long threads_num;          // size of the OpenMP team of a conversion; 0: the process's default
+    long normalizationEnable;  // 1: spread 16-bit results over the full 16 bits (off for 8-bit sources of components)
+    long horMirrored;          // 1: the mosaic reaches the engine mirrored left to right
+    long verMirrored;          // 1: the mosaic reaches the engine mirrored top to bottom
+    long monoEnable;           // 1: drop the colour differences, all channels carry pan
+    long impulseFilterEnable;  // 1: clip single outliers of the pan samples
+    long sharpnessEnable;      // 1: sharpen the result
+    long darkFloor;            // subtracted from every 12-bit sample, 0 to 4096
+    double redGain;            // white balance, factors
+    double greenGain;
+    double blueGain;
+    double panGain;
+    double globalGain;         // factor on the whole frame, applied above 1.0
+    double analogGain;         // gain of the exposure, selects the row of the noise model below
+    double ISOAnalogGain_0;    // abscissae of the noise model: analog gains, ascending
+    double ISOAnalogGain_1;
+    double ISOAnalogGain_2;
+    double ISOAnalogGain_3;
+    double ISOAnalogGain_4;
+    double ISOPanSlope_0;      // noise variance of pan: slope over the 12-bit signal
+    double ISOPanSlope_1;
+    double ISOPanSlope_2;
+    double ISOPanSlope_3;
+    double ISOPanSlope_4;
+    double ISOPanIntercept_0;  // and intercept
+    double ISOPanIntercept_1;
+    double ISOPanIntercept_2;
+    double ISOPanIntercept_3;
+    double ISOPanIntercept_4;
+    double ISOColorSlope_0;    // noise variance of colour: slope over the 12-bit signal
+    double ISOColorSlope_1;
+    double ISOColorSlope_2;
+    double ISOColorSlope_3;
+    double ISOColorSlope_4;
+    double ISOColorIntercept_0;// and intercept
+    double ISOColorIntercept_1;
+    double ISOColorIntercept_2;
+    double ISOColorIntercept_3;
+    double ISOColorIntercept_4;
+    long panRadius0;           // spacing of the pan noise filter's passes, half-size pixels; 0: no pass
+    long panRadius1;
+    long panRadius2;
+    double panSigma0;          // their thresholds, multiples of the noise deviation
+    double panSigma1;
+    double panSigma2;
+    long colorRadius0;         // the same for colour, spacing in cells of the half-size mosaic
+    long colorRadius1;
+    long colorRadius2;
+    double colorSigma0;
+    double colorSigma1;
+    double colorSigma2;
+    double RR;                 // colour matrix, row by row: red from red, green, blue, and so on
+    double RG;
+    double RB;
+    double GR;
+    double GG;
+    double GB;
+    double BR;
+    double BG;
+    double BB;
+    double sharpenParam;       // strength: the higher, the higher the edge threshold of the sharpener
+    double maxSharpen;         // cap of the sharpening gain
+    double highLumaNoise;      // share of pan noise given back in bright parts
+    double lowLumaNoise;       // and in dark parts
+    const int16_t* toneTable;  // 4096 entries over the linear 12-bit value, or null for the engine's own. Not owned;
+                               // must outlive the conversions that use it. No parameter reaches it.
+};
+
+// A TrueSense conversion component.
+//
+// Parameters: `TrueSenseAlgType` (the engine, 0 the default), `NoRealloc` (0 or 1, without effect), then the
+// fields of tagTrueSenseParam from `threads_num` to `lowLumaNoise`.
+//
+// Source: one of the 64 TrueSense words (OrvPixelTrueSense). Destination: from 8-bit sources the four 8-bit
+// words; from deeper ones the 8-bit words and all eight 16-bit words. The fourth channel of RGBA and BGRA
+// keeps what the caller has there. The size of the source is written; the destination's `width` and `height`
+// are not read.
+//
+// One thread at a time per component; a conversion opens OpenMP teams.
+class OrvTrueSense {
+public:
+    // The parameters. Owned by the component.
+    virtual OrvComponent* GetComponent() = 0;
+
+    // Converts one frame: reads `pixelType`, `bitDepth`, `width`, `height`, `stride` and `data` of `source`, and
+    // `pixelType`, `stride` and `data` of `destination`; writes only the pixels, never row padding.
+    //
+    // Returns 0; 0x80060007 for null records, words of no or the wrong table, an algorithm number out of
+    // range or a bit depth outside 8, 10, 12, 14, 16; 0x80060008 for null pixels; 0x80060009 when memory ran
+    // out or a dimension is below 1; 0x80060001 when an engine failed. The component stays usable.
+    // Exceptions of OpenCV that an engine does not catch, and std::bad_alloc, pass out.
+    virtual uint32_t ConvertImage(_OrvImage const* source, _OrvImage* destination) = 0;
+
+    // Builds the engine for frames like `source`; its planes come with the first frame.
+    virtual uint32_t AllocData(_OrvImage const* source, _OrvImage* destination) = 0;
+
+    // Frees the engine with its planes.
+    virtual void ReleaseData() = 0;
+
+    virtual ~OrvTrueSense() {}
+
+    ORV_API static OrvTrueSense* CreateComponent();
+    ORV_API static void DeleteComponent(OrvTrueSense* component);
+};
+
+extern "C" {
+
+// Builds a component; never null. Owned by the caller, ended by OrvTrueSense_DeleteComponent.
+ORV_API OrvTrueSense* OrvTrueSense_CreateComponent();
+// Ends a component; null is accepted.
+ORV_API void OrvTrueSense_DeleteComponent(OrvTrueSense* component);
+// The parameters of a component; null for null.
+ORV_API OrvComponent* OrvTrueSense_GetComponent(OrvTrueSense* component);
+// OrvTrueSense::ConvertImage; a null component gives 0x80060007.
+ORV_API uint32_t OrvTrueSense_ConvertImage(OrvTrueSense* component, _OrvImage const* source, _OrvImage* destination);
+// OrvTrueSense::AllocData; a null component gives 0x80060007.
+ORV_API uint32_t OrvTrueSense_AllocData(OrvTrueSense* component, _OrvImage const* source, _OrvImage* destination);
+// OrvTrueSense::ReleaseData; null is accepted.
+ORV_API void OrvTrueSense_ReleaseData(OrvTrueSense* component);
+
+// Fills `param` (not null) with the settings that plain calls start from; some differ from a component's
+// defaults: the filters are on, and decimal constants are rounded to single precision. Returns 0.
+ORV_API uint32_t TrueSense_DefaultValues(tagTrueSenseParam* param);
+
+}  // extern "C"
+
+#endif

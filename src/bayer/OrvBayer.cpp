@@ -1,0 +1,159 @@
+#include "OrvBayer.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include "bayer/OrvBayerImp.h"
+#include "component/PixelTypes.h"
+
+uint8_t g_isBGR[256];
+bool g_isBGRInit = false;
+
+void FillIsBGR() {
+    if (g_isBGRInit) {
+        return;
+    }
+    for (unsigned serial = OrvPixelBGR8 & 0xFF; serial <= (OrvPixelBGR16 & 0xFF); serial += 2) {
+        g_isBGR[serial] = 5;
+    }
+    g_isBGRInit = true;
+}
+
+int PixelTypeToBayerType(unsigned pixelType, int algorithm, bool isBGR) {
+    // OpenCV names a pattern by the second row's pixels from the second column on: its GB is our GR.
+    struct Codes {
+        int plain, edgeAware;
+    };
+    Codes bgr = {};
+    Codes rgb = {};
+    switch (pixelType) {
+    case OrvPixelBayerGR8:
+    case OrvPixelBayerGR10:
+    case OrvPixelBayerGR12:
+    case OrvPixelBayerGR14:
+    case OrvPixelBayerGR16:
+        bgr = {cv::COLOR_BayerGB2BGR, cv::COLOR_BayerGB2BGR_EA};
+        rgb = {cv::COLOR_BayerGR2BGR, cv::COLOR_BayerGR2BGR_EA};
+        break;
+    case OrvPixelBayerRG8:
+    case OrvPixelBayerRG10:
+    case OrvPixelBayerRG12:
+    case OrvPixelBayerRG14:
+    case OrvPixelBayerRG16:
+        bgr = {cv::COLOR_BayerBG2BGR, cv::COLOR_BayerBG2BGR_EA};
+        rgb = {cv::COLOR_BayerRG2BGR, cv::COLOR_BayerRG2BGR_EA};
+        break;
+    case OrvPixelBayerGB8:
+    case OrvPixelBayerGB10:
+    case OrvPixelBayerGB12:
+    case OrvPixelBayerGB14:
+    case OrvPixelBayerGB16:
+        bgr = {cv::COLOR_BayerGR2BGR, cv::COLOR_BayerGR2BGR_EA};
+        rgb = {cv::COLOR_BayerGB2BGR, cv::COLOR_BayerGB2BGR_EA};
+        break;
+    case OrvPixelBayerBG8:
+    case OrvPixelBayerBG10:
+    case OrvPixelBayerBG12:
+    case OrvPixelBayerBG14:
+    case OrvPixelBayerBG16:
+        bgr = {cv::COLOR_BayerRG2BGR, cv::COLOR_BayerRG2BGR_EA};
+        rgb = {cv::COLOR_BayerBG2BGR, cv::COLOR_BayerBG2BGR_EA};
+        break;
+    default: return -1;
+    }
+    const Codes& codes = isBGR ? bgr : rgb;
+    return algorithm == 2 ? codes.edgeAware : codes.plain;
+}
+
+void ConvertWithOpenCv(const _OrvImage& source, const _OrvImage& destination, int code) {
+    // A matrix header of a negative size is not checked by OpenCV on every path.
+    if (source.width < 0 || source.height < 0 || destination.width < 0 || destination.height < 0) {
+        CV_Error(cv::Error::StsBadSize, "negative frame size");
+    }
+    const int depth = orv::HasByteSamples(source.pixelType) ? CV_8U : CV_16U;
+    const cv::Mat from(source.height, source.width, CV_MAKETYPE(depth, 1), source.data,
+                       static_cast<size_t>(source.stride));
+    cv::Mat to(destination.height, destination.width, CV_MAKETYPE(depth, 3), destination.data,
+               static_cast<size_t>(destination.stride));
+    cv::cvtColor(from, to, code, 0);
+}
+
+OrvBayerImp::OrvBayerImp() : OrvComponentImp(orv::kFamilyBayer) {
+    FillIsBGR();
+    RegisterInt("BayerAlgType", &algType_, 0, 4);
+    RegisterInt("NoRealloc", &noRealloc_, 0, 1);
+}
+
+OrvBayerImp::~OrvBayerImp() { OrvBayerImp::ReleaseData(); }
+
+OrvComponent* OrvBayerImp::GetComponent() { return this; }
+
+int OrvBayerImp::Algorithm() {
+    char name[] = "BayerAlgType";
+    long algorithm = 0;
+    if (orv::IsContainerFailure(GetParamInt(name, &algorithm))) {
+        return 0;
+    }
+    return algorithm == 2 ? 2 : 0;
+}
+
+uint32_t OrvBayerImp::ConvertImage(_OrvImage const* source, _OrvImage* destination) {
+    if (source == nullptr || destination == nullptr || !orv::IsBayer(source->pixelType)) {
+        return orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument);
+    }
+    const int algorithm = Algorithm();
+    const int code =
+        PixelTypeToBayerType(source->pixelType, algorithm, g_isBGR[destination->pixelType & 0xFFU] == 5);
+    if (code == -1) {
+        return orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument);
+    }
+    try {
+        ConvertWithOpenCv(*source, *destination, code);
+    } catch (const cv::Exception&) {
+        return orv::StatusOf(orv::kFamilyBayer, orv::kCodeOpenCv);
+    }
+    return 0;
+}
+
+uint32_t OrvBayerImp::AllocData(_OrvImage const* source, _OrvImage* destination) {
+    if (source == nullptr || destination == nullptr || !orv::IsBayer(source->pixelType)) {
+        return orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument);
+    }
+    ReleaseData();
+    if (PixelTypeToBayerType(source->pixelType, Algorithm(), false) == -1) {
+        return orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument);
+    }
+    return 0;
+}
+
+void OrvBayerImp::ReleaseData() {}
+
+OrvBayer* OrvBayer::CreateComponent() { return new OrvBayerImp; }
+void OrvBayer::DeleteComponent(OrvBayer* component) { delete component; }
+
+extern "C" {
+
+OrvBayer* OrvBayer_CreateComponent() { return OrvBayer::CreateComponent(); }
+
+void OrvBayer_DeleteComponent(OrvBayer* component) { OrvBayer::DeleteComponent(component); }
+
+OrvComponent* OrvBayer_GetComponent(OrvBayer* component) {
+    return component == nullptr ? nullptr : component->GetComponent();
+}
+
+uint32_t OrvBayer_ConvertImage(OrvBayer* component, _OrvImage const* source, _OrvImage* destination) {
+    return component == nullptr ? orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument)
+                                : component->ConvertImage(source, destination);
+}
+
+uint32_t OrvBayer_AllocData(OrvBayer* component, _OrvImage const* source, _OrvImage* destination) {
+    return component == nullptr ? orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument)
+                                : component->AllocData(source, destination);
+}
+
+void OrvBayer_ReleaseData(OrvBayer* component) {
+    if (component != nullptr) {
+        component->ReleaseData();
+    }
+}
+
+}  // extern "C"

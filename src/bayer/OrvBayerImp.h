@@ -1,0 +1,38 @@
+#ifndef ORV_BAYER_ORVBAYERIMP_H
+#define ORV_BAYER_ORVBAYERIMP_H
+
+#include "OrvBayer.h"
+#include "component/OrvComponentImp.h"
+
+// Entry 5 at the serials of the BGR words; any other destination word counts as RGB. Filled once by FillIsBGR.
+extern uint8_t g_isBGR[256];
+extern bool g_isBGRInit;
+void FillIsBGR();
+
+// The OpenCV conversion code for a Bayer word, edge-aware for algorithm 2 and bilinear for every other number;
+// -1 for a word that is no Bayer word. Depth does not matter.
+int PixelTypeToBayerType(unsigned pixelType, int algorithm, bool isBGR);
+
+// Algorithms 0 and 2: cv::cvtColor with `code` between the two frames in place, in the source's sample width. Throws
+// cv::Exception. A destination of another size than the source's keeps its pixels.
+void ConvertWithOpenCv(const _OrvImage& source, const _OrvImage& destination, int code);
+
+class OrvBayerImp : public OrvBayer, private OrvComponentImp {
+public:
+    OrvBayerImp();
+    ~OrvBayerImp() override;
+
+    OrvComponent* GetComponent() override;
+    uint32_t ConvertImage(_OrvImage const* source, _OrvImage* destination) override;
+    uint32_t AllocData(_OrvImage const* source, _OrvImage* destination) override;
+    void ReleaseData() override;
+
+private:
+    // The algorithm in force; anything that no engine serves is 0.
+    int Algorithm();
+
+    long algType_ = 0;
+    long noRealloc_ = 0;
+};
+
+#endif

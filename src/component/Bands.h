@@ -1,0 +1,42 @@
+// Who runs which rows: the only place that spreads work over threads.
+#ifndef ORV_COMPONENT_BANDS_H
+#define ORV_COMPONENT_BANDS_H
+
+namespace orv {
+
+// Rows per band for `rows` rows and a team of `threads`: a multiple of 4, at least 4.
+int BandRows(int rows, int threads);
+
+// Fixes the band height for tests; 0 returns to the rule. Rounded up to a multiple of 4.
+void SetBandRows(int rows);
+
+// The team size of the next parallel region, no more than there are bands.
+int TeamSize(int bands);
+
+// Calls fn(y0, y1) for bands that cover rows [0, rows) once, each starting at a multiple of 4. Bands run on an
+// OpenMP team of the size in force (omp_set_num_threads) in any order, so fn must write only rows of its own band and
+// read nothing that another band writes; the return is the barrier. fn must not throw.
+template <class Fn>
+void ForEachBand(int rows, const Fn& fn) {
+    if (rows <= 0) {
+        return;
+    }
+    const int step = BandRows(rows, TeamSize((rows + 3) / 4));
+    const int bands = (rows + step - 1) / step;
+    const int team = TeamSize(bands);
+    if (team <= 1) {
+        for (int y = 0; y < rows; y += step) {
+            fn(y, y + step < rows ? y + step : rows);
+        }
+        return;
+    }
+#pragma omp parallel for num_threads(team) schedule(dynamic, 1)
+    for (int band = 0; band < bands; ++band) {
+        const int y = band * step;
+        fn(y, y + step < rows ? y + step : rows);
+    }
+}
+
+}  // namespace orv
+
+#endif

@@ -1,0 +1,31 @@
+#include "component/Simd.h"
+
+#include <atomic>
+
+namespace orv {
+
+SimdLevel BestSimdLevel() {
+#if defined(__x86_64__)
+    if (__builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0) {
+        return SimdLevel::Avx2;
+    }
+#endif
+    return SimdLevel::Baseline;
+}
+
+namespace {
+std::atomic<SimdLevel>& Level() {
+    static std::atomic<SimdLevel> level{BestSimdLevel()};
+    return level;
+}
+}  // namespace
+
+SimdLevel SimdLevelInForce() { return Level().load(std::memory_order_relaxed); }
+
+void SetSimdLevel(SimdLevel level) {
+    if (level <= BestSimdLevel()) {
+        Level().store(level, std::memory_order_relaxed);
+    }
+}
+
+}  // namespace orv

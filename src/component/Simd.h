@@ -1,0 +1,70 @@
+// Row functions in several instruction-set levels.
+//
+// A row function is written once, as an always-inline body `NameBody` in plain C++ with `#pragma omp simd`
+// loops over 16-bit, 32-bit or floating lanes. ORV_ROW_FUNCTION makes from it one version per level and the
+// function `Name`, which runs the version of the level in force. Every level gives the same bits: no
+// contraction, fused steps only where Fma() stands, no reordered sums.
+//
+// Bodies call no library templates and no lambdas: a shared function compiled for a higher level could
+// otherwise be linked in place of the baseline one.
+#ifndef ORV_COMPONENT_SIMD_H
+#define ORV_COMPONENT_SIMD_H
+
+#include "component/Numeric.h"
+
+namespace orv {
+
+enum class SimdLevel { Baseline = 0, Avx2 = 1 };
+
+#if defined(__x86_64__)
+constexpr int kSimdLevels = 2;
+#define ORV_TARGET_AVX2 __attribute__((target("avx2,fma")))
+#else
+constexpr int kSimdLevels = 1;
+#endif
+
+// The highest level that this processor runs.
+SimdLevel BestSimdLevel();
+
+// Chosen once, the best at first use. Not synchronised with running conversions.
+SimdLevel SimdLevelInForce();
+// For tests. A level above the best is ignored.
+void SetSimdLevel(SimdLevel level);
+
+}  // namespace orv
+
+// `params` and `args` are parenthesised lists: ORV_ROW_FUNCTION(AddRows, (const int* a, int* b, int n), (a, b, n))
+#if defined(__x86_64__)
+#define ORV_ROW_FUNCTION(name, params, args)                                               \
+    static void name##Baseline params { name##Body args; }                                 \
+    ORV_TARGET_AVX2 static void name##Avx2 params { name##Body args; }                     \
+    static inline void name params {                                                       \
+        static void(*const table[::orv::kSimdLevels]) params = {name##Baseline, name##Avx2}; \
+        table[static_cast<int>(::orv::SimdLevelInForce())] args;                           \
+    }
+#else
+#define ORV_ROW_FUNCTION(name, params, args) \
+    static inline void name params { name##Body args; }
+#endif
+
+// The same for a body template: ORV_ROW_TEMPLATE((class T, int Shift), (T, Shift), Name, (...), (...)).
+#define ORV_UNPACK_(...) __VA_ARGS__
+#if defined(__x86_64__)
+#define ORV_ROW_TEMPLATE(tparams, targs, name, params, args)                                       \
+    template <ORV_UNPACK_ tparams>                                                                 \
+    static void name##Baseline params { name##Body<ORV_UNPACK_ targs> args; }                      \
+    template <ORV_UNPACK_ tparams>                                                                 \
+    ORV_TARGET_AVX2 static void name##Avx2 params { name##Body<ORV_UNPACK_ targs> args; }          \
+    template <ORV_UNPACK_ tparams>                                                                 \
+    static inline void name params {                                                               \
+        static void(*const table[::orv::kSimdLevels]) params = {name##Baseline<ORV_UNPACK_ targs>, \
+                                                                name##Avx2<ORV_UNPACK_ targs>};    \
+        table[static_cast<int>(::orv::SimdLevelInForce())] args;                                   \
+    }
+#else
+#define ORV_ROW_TEMPLATE(tparams, targs, name, params, args) \
+    template <ORV_UNPACK_ tparams>                           \
+    static inline void name params { name##Body<ORV_UNPACK_ targs> args; }
+#endif
+
+#endif

@@ -1,0 +1,126 @@
+#include "truesense/GridFrame.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "component/Bands.h"
+#include "component/Simd.h"
+
+namespace orv {
+
+namespace {
+
+int SaturatingAdd(int a, int b) {
+    const int64_t sum = static_cast<int64_t>(a) + b;
+    return static_cast<int>(std::min<int64_t>(sum, std::numeric_limits<int>::max() - 3));
+}
+
+// One row, forward or backward in the source.
+template <class T>
+ORV_ALWAYS_INLINE void ShiftRowBody(const T* src, ptrdiff_t step, int shift, int n, int16_t* dst) {
+    if (step == 1) {
+        if (shift >= 0) {
+#pragma omp simd
+            for (int x = 0; x < n; ++x) {
+                dst[x] = static_cast<int16_t>(static_cast<uint16_t>(static_cast<uint32_t>(src[x]) << shift));
+            }
+        } else {
+#pragma omp simd
+            for (int x = 0; x < n; ++x) {
+                dst[x] = static_cast<int16_t>(static_cast<uint16_t>(static_cast<uint32_t>(src[x]) >> -shift));
+            }
+        }
+        return;
+    }
+    for (int x = 0; x < n; ++x) {
+        const uint32_t v = src[x * step];
+        dst[x] = static_cast<int16_t>(static_cast<uint16_t>(shift >= 0 ? v << shift : v >> -shift));
+    }
+}
+ORV_ROW_TEMPLATE((class T), (T), ShiftRow, (const T* src, ptrdiff_t step, int shift, int n, int16_t* dst),
+                 (src, step, shift, n, dst))
+
+void CopyRow(int16_t* plane, int planeStep, const GridGeometry& g, int to, int from) {
+    int16_t* target = plane + static_cast<ptrdiff_t>(to) * planeStep + g.gridX;
+    if (from < 0 || from >= g.H) {
+        std::fill(target, target + g.w, static_cast<int16_t>(0));
+        return;
+    }
+    const int16_t* source = plane + static_cast<ptrdiff_t>(from) * planeStep + g.gridX;
+    std::memcpy(target, source, static_cast<size_t>(g.w) * sizeof(int16_t));
+}
+
+}  // namespace
+
+GridGeometry GridGeometry::Make(const _OrvRect& rect, unsigned char grid) {
+    GridGeometry g;
+    g.gridX = grid & 3;
+    g.gridY = grid >> 2;
+    g.w = rect.width;
+    g.h = rect.height;
+    g.endX = SaturatingAdd(g.w, g.gridX);
+    g.endY = SaturatingAdd(g.h, g.gridY);
+    g.W = (g.endX + 3) & ~3;
+    g.H = (g.endY + 3) & ~3;
+    return g;
+}
+
+int InputShift(int bits, bool* ok) {
+    *ok = bits == 8 || bits == 10 || bits == 12 || bits == 14 || bits == 16;
+    return *ok ? 12 - bits : 0;
+}
+
+RegionWalk RegionWalk::Make(int x, int y, int w, int h, int stride, int channels, bool horMirrored, bool verMirrored) {
+    RegionWalk walk;
+    const ptrdiff_t step = stride;
+    walk.columnStart = static_cast<ptrdiff_t>(x) + (horMirrored ? w - 1 : 0);
+    walk.columnStart *= channels;
+    walk.columnStep = horMirrored ? -channels : channels;
+    walk.rowStart = (static_cast<ptrdiff_t>(y) + (verMirrored ? h - 1 : 0)) * step;
+    walk.rowStep = verMirrored ? -step : step;
+    if (stride < 0) {
+        walk.rowStart = -walk.rowStart;
+        walk.rowStep = -walk.rowStep;
+        walk.columnStart = -walk.columnStart;
+        walk.columnStep = -walk.columnStep;
+    }
+    return walk;
+}
+
+template <class T>
+void ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridGeometry& g, int16_t* plane,
+                int planeStep) {
+    if (g.Small()) {
+        std::memset(plane, 0, sizeof(int16_t) * static_cast<size_t>(g.H) * static_cast<size_t>(planeStep));
+    }
+    const auto row = [&](int r) { return plane + static_cast<ptrdiff_t>(r) * planeStep; };
+    ForEachBand(g.h, [&](int y0, int y1) {
+        for (int y = y0; y < y1; ++y) {
+            ShiftRow<T>(src + walk.rowStart + y * walk.rowStep + walk.columnStart, walk.columnStep, shift, g.w,
+                        row(g.gridY + y) + g.gridX);
+        }
+    });
+    for (int r = g.gridY - 1; r >= 0; --r) {
+        CopyRow(plane, planeStep, g, r, r + 4);
+    }
+    for (int r = g.endY; r < g.H; ++r) {
+        CopyRow(plane, planeStep, g, r, r - 4);
+    }
+    for (int r = 0; r < g.H; ++r) {
+        int16_t* line = row(r);
+        for (int c = g.gridX - 1; c >= 0; --c) {
+            line[c] = c + 4 < g.W ? line[c + 4] : static_cast<int16_t>(0);
+        }
+        for (int c = g.endX; c < g.W; ++c) {
+            line[c] = c >= 4 ? line[c - 4] : static_cast<int16_t>(0);
+        }
+    }
+}
+
+template void ReadMosaic<unsigned char>(const unsigned char*, const RegionWalk&, int, const GridGeometry&, int16_t*,
+                                        int);
+template void ReadMosaic<unsigned short>(const unsigned short*, const RegionWalk&, int, const GridGeometry&, int16_t*,
+                                         int);
+
+}  // namespace orv
