@@ -64,17 +64,31 @@ int PixelTypeToBayerType(unsigned pixelType, int algorithm, bool isBGR) {
     return algorithm == 2 ? codes.edgeAware : codes.plain;
 }
 
-void ConvertWithOpenCv(const _OrvImage& source, const _OrvImage& destination, int code) {
+void ConvertWithOpenCv(const _OrvImage& source, const _OrvImage& destination, int code, PackedFrames& scratch) {
     // A matrix header of a negative size is not checked by OpenCV on every path.
     if (source.width < 0 || source.height < 0 || destination.width < 0 || destination.height < 0) {
         CV_Error(cv::Error::StsBadSize, "negative frame size");
     }
     const int depth = orv::HasByteSamples(source.pixelType) ? CV_8U : CV_16U;
-    const cv::Mat from(source.height, source.width, CV_MAKETYPE(depth, 1), source.data,
+    cv::Mat from(source.height, source.width, CV_MAKETYPE(depth, 1), source.data,
                        static_cast<size_t>(source.stride));
     cv::Mat to(destination.height, destination.width, CV_MAKETYPE(depth, 3), destination.data,
                static_cast<size_t>(destination.stride));
-    cv::cvtColor(from, to, code, 0);
+    const bool edgeAware = code >= cv::COLOR_BayerBG2BGR_EA;
+    if (!edgeAware || to.size() != from.size()) {
+        cv::cvtColor(from, to, code, 0);
+        return;
+    }
+    if (!from.isContinuous()) {
+        from.copyTo(scratch.source);
+        from = scratch.source;
+    }
+    if (to.isContinuous()) {
+        cv::cvtColor(from, to, code, 0);
+    } else {
+        cv::cvtColor(from, scratch.destination, code, 0);
+        scratch.destination.copyTo(to);
+    }
 }
 
 OrvBayerImp::OrvBayerImp() : OrvComponentImp(orv::kFamilyBayer) {
@@ -107,7 +121,7 @@ uint32_t OrvBayerImp::ConvertImage(_OrvImage const* source, _OrvImage* destinati
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument);
     }
     try {
-        ConvertWithOpenCv(*source, *destination, code);
+        ConvertWithOpenCv(*source, *destination, code, packed_);
     } catch (const cv::Exception&) {
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeOpenCv);
     }
@@ -125,7 +139,7 @@ uint32_t OrvBayerImp::AllocData(_OrvImage const* source, _OrvImage* destination)
     return 0;
 }
 
-void OrvBayerImp::ReleaseData() {}
+void OrvBayerImp::ReleaseData() { packed_ = PackedFrames(); }
 
 OrvBayer* OrvBayer::CreateComponent() { return new OrvBayerImp; }
 void OrvBayer::DeleteComponent(OrvBayer* component) { delete component; }

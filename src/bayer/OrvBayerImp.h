@@ -1,6 +1,8 @@
 #ifndef ORV_BAYER_ORVBAYERIMP_H
 #define ORV_BAYER_ORVBAYERIMP_H
 
+#include <opencv2/core.hpp>
+
 #include "OrvBayer.h"
 #include "component/OrvComponentImp.h"
 
@@ -15,7 +17,13 @@ int PixelTypeToBayerType(unsigned pixelType, int algorithm, bool isBGR);
 
 // Algorithms 0 and 2: cv::cvtColor with `code` between the two frames in place, in the source's sample width. Throws
 // cv::Exception. A destination of another size than the source's keeps its pixels.
-void ConvertWithOpenCv(const _OrvImage& source, const _OrvImage& destination, int code);
+//
+// The edge-aware conversion of OpenCV 4.6 takes rows as packed, whatever their step. So rows with padding go through
+// `scratch`, which is kept from frame to frame.
+struct PackedFrames {
+    cv::Mat source, destination;
+};
+void ConvertWithOpenCv(const _OrvImage& source, const _OrvImage& destination, int code, PackedFrames& scratch);
 
 class OrvBayerImp : public OrvBayer, private OrvComponentImp {
 public:
@@ -33,6 +41,7 @@ private:
 
     long algType_ = 0;
     long noRealloc_ = 0;
+    PackedFrames packed_;
 };
 
 #endif
