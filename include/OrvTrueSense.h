@@ -21,14 +21,14 @@ struct tagTrueSenseParam {
     double greenGain;
     double blueGain;
     double panGain;
-    double globalGain;         // factor on the whole frame, applied above 1.0
-    double analogGain;         // gain of the exposure, selects the row of the noise model below
-    double ISOAnalogGain_0;    // abscissae of the noise model: analog gains, ascending
+    double globalGain;       // factor on the whole frame, applied above 1.0
+    double analogGain;       // gain of the exposure, selects the row of the noise model below
+    double ISOAnalogGain_0;  // abscissae of the noise model: analog gains, ascending
     double ISOAnalogGain_1;
     double ISOAnalogGain_2;
     double ISOAnalogGain_3;
     double ISOAnalogGain_4;
-    double ISOPanSlope_0;      // noise variance of pan: slope over the 12-bit signal
+    double ISOPanSlope_0;  // noise variance of pan: slope over the 12-bit signal
     double ISOPanSlope_1;
     double ISOPanSlope_2;
     double ISOPanSlope_3;
@@ -38,29 +38,29 @@ struct tagTrueSenseParam {
     double ISOPanIntercept_2;
     double ISOPanIntercept_3;
     double ISOPanIntercept_4;
-    double ISOColorSlope_0;    // noise variance of colour: slope over the 12-bit signal
+    double ISOColorSlope_0;  // noise variance of colour: slope over the 12-bit signal
     double ISOColorSlope_1;
     double ISOColorSlope_2;
     double ISOColorSlope_3;
     double ISOColorSlope_4;
-    double ISOColorIntercept_0;// and intercept
+    double ISOColorIntercept_0;  // and intercept
     double ISOColorIntercept_1;
     double ISOColorIntercept_2;
     double ISOColorIntercept_3;
     double ISOColorIntercept_4;
-    long panRadius0;           // spacing of the pan noise filter's passes, half-size pixels; 0: no pass
+    long panRadius0;  // spacing of the pan noise filter's passes, half-size pixels; 0: no pass
     long panRadius1;
     long panRadius2;
-    double panSigma0;          // their thresholds, multiples of the noise deviation
+    double panSigma0;  // their thresholds, multiples of the noise deviation
     double panSigma1;
     double panSigma2;
-    long colorRadius0;         // the same for colour, spacing in cells of the half-size mosaic
+    long colorRadius0;  // the same for colour, spacing in cells of the half-size mosaic
     long colorRadius1;
     long colorRadius2;
     double colorSigma0;
     double colorSigma1;
     double colorSigma2;
-    double RR;                 // colour matrix, row by row: red from red, green, blue, and so on
+    double RR;  // colour matrix, row by row: red from red, green, blue, and so on
     double RG;
     double RB;
     double GR;

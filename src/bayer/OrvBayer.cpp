@@ -70,8 +70,7 @@ void ConvertWithOpenCv(const _OrvImage& source, const _OrvImage& destination, in
         CV_Error(cv::Error::StsBadSize, "negative frame size");
     }
     const int depth = orv::HasByteSamples(source.pixelType) ? CV_8U : CV_16U;
-    cv::Mat from(source.height, source.width, CV_MAKETYPE(depth, 1), source.data,
-                       static_cast<size_t>(source.stride));
+    cv::Mat from(source.height, source.width, CV_MAKETYPE(depth, 1), source.data, static_cast<size_t>(source.stride));
     cv::Mat to(destination.height, destination.width, CV_MAKETYPE(depth, 3), destination.data,
                static_cast<size_t>(destination.stride));
     const bool edgeAware = code >= cv::COLOR_BayerBG2BGR_EA;
@@ -115,8 +114,7 @@ uint32_t OrvBayerImp::ConvertImage(_OrvImage const* source, _OrvImage* destinati
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument);
     }
     const int algorithm = Algorithm();
-    const int code =
-        PixelTypeToBayerType(source->pixelType, algorithm, g_isBGR[destination->pixelType & 0xFFU] == 5);
+    const int code = PixelTypeToBayerType(source->pixelType, algorithm, g_isBGR[destination->pixelType & 0xFFU] == 5);
     if (code == -1) {
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument);
     }

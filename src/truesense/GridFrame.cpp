@@ -89,8 +89,7 @@ RegionWalk RegionWalk::Make(int x, int y, int w, int h, int stride, int channels
 }
 
 template <class T>
-void ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridGeometry& g, int16_t* plane,
-                int planeStep) {
+void ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridGeometry& g, int16_t* plane, int planeStep) {
     if (g.Small()) {
         std::memset(plane, 0, sizeof(int16_t) * static_cast<size_t>(g.H) * static_cast<size_t>(planeStep));
     }

@@ -23,7 +23,7 @@ TEST_P(BayerSteadyState, FramesAfterTheFirstAllocateNothing) {
     ASSERT_EQ(OrvSetParam(*OrvBayer_GetComponent(component), "BayerAlgType", GetParam()), 0u);
     for (const bool wide : {false, true}) {
         Image source(wide ? OrvPixelBayerGB12 : OrvPixelBayerGB8, wide ? 12 : 8, 322, 242, wide ? 644 : 322);
-        Image destination(wide ? OrvPixelRGB12 : OrvPixelRGB8, wide ? 12 : 8, 322, 242, wide ? 1932 : 966);
+        Image destination(wide ? OrvPixelRGB12 : OrvPixelRGB8, wide ? 12 : 8, 322, 242, wide ? 1944 : 978);
         for (int frame = 0; frame < 2; ++frame) {  // OpenCV settles its own state in the first calls
             ASSERT_EQ(OrvBayer_ConvertImage(component, &source.record, &destination.record), 0u);
         }

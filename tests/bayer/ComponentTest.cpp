@@ -85,7 +85,8 @@ TEST_P(EveryWord, EqualsOpenCvInEveryDestination) {
             cv::cvtColor(mosaic, expected, code);
             for (int y = 0; y < height; ++y) {
                 ASSERT_EQ(std::memcmp(destination.Row<uint8_t>(y), expected.ptr(y), expected.elemSize() * width), 0)
-                    << pattern.name << " algorithm " << algorithm << ", " << bits << " bits to " << std::hex << word << ", row " << std::dec << y;
+                    << pattern.name << " algorithm " << algorithm << ", " << bits << " bits to " << std::hex << word
+                    << ", row " << std::dec << y;
             }
             EXPECT_TRUE(destination.OutsideUntouched(expected.elemSize() * width));
         }

@@ -1,7 +1,7 @@
 #include "support/AllocationCounter.h"
 
-#include <cerrno>
 #include <atomic>
+#include <cerrno>
 #include <cstddef>
 
 // The C library's own entry points; its malloc is weak, so the definitions below serve every library of the process.
