@@ -97,27 +97,22 @@ uint32_t OrvTrueSenseImp::Convert(const _OrvImage& source, const _OrvImage& dest
 
     const _OrvRect rect = {0, 0, source.width, source.height};
     const _OrvSize size = {source.width, source.height};
+    const long normalization = param_.normalizationEnable;
+    if (byteSource) {
+        param_.normalizationEnable = 0;  // bytes are never spread over 16 bits
+    }
     int code = 0;
-    if (!byteSource && output.bytes) {
+    if (byteSource || !output.bytes) {
+        code = engine->Init(static_cast<const T*>(source.data), rect, size, source.stride, source.bitDepth,
+                            static_cast<T*>(destination.data), destination.stride, grid, &param_);
+        code = code == 0 ? engine->Calculate() : code;
+    } else {
         code =
             engine->InitRGB(static_cast<const unsigned short*>(source.data), rect, size, source.stride, source.bitDepth,
                             static_cast<unsigned char*>(destination.data), destination.stride, grid, &param_);
-        if (code == 0) {
-            code = engine->CalculateRGB();
-        }
-        return orv::StatusOf(orv::kFamilyTrueSense, code);
+        code = code == 0 ? engine->CalculateRGB() : code;
     }
-    // Bytes are never spread over 16 bits. The value comes back after a failure code, but not after an exception:
-    // callers know that state, so no scope guard.
-    const long normalization = param_.normalizationEnable;
-    if (byteSource) {
-        param_.normalizationEnable = 0;
-    }
-    code = engine->Init(static_cast<const T*>(source.data), rect, size, source.stride, source.bitDepth,
-                        static_cast<T*>(destination.data), destination.stride, grid, &param_);
-    if (code == 0) {
-        code = engine->Calculate();
-    }
+    // Comes back after a failure code but not after an exception: applications know that state, so no scope guard.
     param_.normalizationEnable = normalization;
     return orv::StatusOf(orv::kFamilyTrueSense, code);
 }
