@@ -173,7 +173,7 @@ def draw():
             for x in (64, 256, 1024, 2048, 4095):
                 out.append('<text x="%.0f" y="%d" text-anchor="middle">%d</text>' % (px(x), oy + size + 14, x))
             for y in (low, high):
-                out.append('<text x="%d" y="%.0f" text-anchor="end">%.3g</text>' % (ox - 4, py(y) + 4, y))
+                out.append('<text x="%d" y="%.0f" text-anchor="end">%.4g</text>' % (ox - 4, py(y) + 4, y))
             path = " ".join("%.1f,%.1f" % (px(x), py(y)) for x, y in points)
             out.append('<polyline points="%s" fill="none" stroke="#06c"/>' % path)
             if column == 0:
