@@ -202,7 +202,7 @@ public:
         }
         alternate_ = next;
         across_ = next + stride;
-        int16_t* colours = reinterpret_cast<int16_t*>(next + 2 * stride);
+        int16_t* colours = reinterpret_cast<int16_t*>(next + 2 * stride - kLanePad);
         for (int16_t*& row : rows_) {
             row = colours;
             colours += ColourStride(W);
