@@ -90,6 +90,14 @@ void ConvertWithOpenCv(const _OrvImage& source, const _OrvImage& destination, in
     }
 }
 
+uint32_t ConvertWithEngine(DemosaicingIPP& engine, const _OrvImage& source, _OrvImage& destination) {
+    int code = engine.Init(&destination, &source);
+    if (code == orv::kCodeOk) {
+        code = engine.Calculate();
+    }
+    return orv::StatusOf(orv::kFamilyBayer, code);
+}
+
 OrvBayerImp::OrvBayerImp() : OrvComponentImp(orv::kFamilyBayer) {
     FillIsBGR();
     RegisterInt("BayerAlgType", &algType_, 0, 4);
@@ -106,7 +114,20 @@ int OrvBayerImp::Algorithm() {
     if (orv::IsContainerFailure(GetParamInt(name, &algorithm))) {
         return 0;
     }
-    return algorithm == 2 ? 2 : 0;
+    return algorithm >= 0 && algorithm <= 2 ? static_cast<int>(algorithm) : 0;
+}
+
+DemosaicingIPP& OrvBayerImp::Engine(bool byteSamples) {
+    if (byteSamples) {
+        if (engine8_ == nullptr) {
+            engine8_ = std::make_unique<DemosaicingIPP_8>();
+        }
+        return *engine8_;
+    }
+    if (engine16_ == nullptr) {
+        engine16_ = std::make_unique<DemosaicingIPP_16>();
+    }
+    return *engine16_;
 }
 
 uint32_t OrvBayerImp::ConvertImage(_OrvImage const* source, _OrvImage* destination) {
@@ -118,7 +139,16 @@ uint32_t OrvBayerImp::ConvertImage(_OrvImage const* source, _OrvImage* destinati
     if (code == -1) {
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument);
     }
+    const bool byteSamples = orv::HasByteSamples(source->pixelType);
+    if (byteSamples) {
+        engine16_.reset();
+    } else {
+        engine8_.reset();
+    }
     try {
+        if (algorithm == 1) {
+            return ConvertWithEngine(Engine(byteSamples), *source, *destination);
+        }
         ConvertWithOpenCv(*source, *destination, code, packed_);
     } catch (const cv::Exception&) {
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeOpenCv);
@@ -131,13 +161,21 @@ uint32_t OrvBayerImp::AllocData(_OrvImage const* source, _OrvImage* destination)
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument);
     }
     ReleaseData();
-    if (PixelTypeToBayerType(source->pixelType, Algorithm(), false) == -1) {
+    const int algorithm = Algorithm();
+    if (PixelTypeToBayerType(source->pixelType, algorithm, false) == -1) {
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument);
+    }
+    if (algorithm == 1) {
+        Engine(orv::HasByteSamples(source->pixelType));
     }
     return 0;
 }
 
-void OrvBayerImp::ReleaseData() { packed_ = PackedFrames(); }
+void OrvBayerImp::ReleaseData() {
+    packed_ = PackedFrames();
+    engine8_.reset();
+    engine16_.reset();
+}
 
 OrvBayer* OrvBayer::CreateComponent() { return new OrvBayerImp; }
 void OrvBayer::DeleteComponent(OrvBayer* component) { delete component; }

@@ -1,9 +1,11 @@
 #ifndef ORV_BAYER_ORVBAYERIMP_H
 #define ORV_BAYER_ORVBAYERIMP_H
 
+#include <memory>
 #include <opencv2/core.hpp>
 
 #include "OrvBayer.h"
+#include "bayer/DemosaicingIPP.h"
 #include "component/OrvComponentImp.h"
 
 // Entry 5 at the serials of the BGR words; any other destination word counts as RGB. Filled once by FillIsBGR.
@@ -25,6 +27,9 @@ struct PackedFrames {
 };
 void ConvertWithOpenCv(const _OrvImage& source, const _OrvImage& destination, int code, PackedFrames& scratch);
 
+// Algorithm 1: one frame through `engine`. Throws cv::Exception.
+uint32_t ConvertWithEngine(DemosaicingIPP& engine, const _OrvImage& source, _OrvImage& destination);
+
 class OrvBayerImp : public OrvBayer, private OrvComponentImp {
 public:
     OrvBayerImp();
@@ -36,12 +41,17 @@ public:
     void ReleaseData() override;
 
 private:
-    // The algorithm in force; anything that no engine serves is 0.
+    // The algorithm in force; a number out of range is 0.
     int Algorithm();
+    // The engine of this sample width, built when there is none.
+    DemosaicingIPP& Engine(bool byteSamples);
 
     long algType_ = 0;
     long noRealloc_ = 0;
     PackedFrames packed_;
+    // At most one of the two lives.
+    std::unique_ptr<DemosaicingIPP_8> engine8_;
+    std::unique_ptr<DemosaicingIPP_16> engine16_;
 };
 
 #endif
