@@ -57,14 +57,14 @@ Colour Patches(const Point& p) {
     }
 }
 
-// Rings whose frequency rises from 0 at the centre to 0.4 cycles per pixel at the rim.
+// Rings whose frequency rises from 0 at the centre to a third of a cycle per pixel at the rim.
 Colour ZonePlate(const Point& p) {
     const float rim = p.size * 0.5F;
     const float r2 = p.x * p.x + p.y * p.y;
     if (r2 > rim * rim) {
         return Grey(0.3F);
     }
-    return Grey(0.42F + 0.38F * std::cos(kPi * 0.4F * r2 / rim));
+    return Grey(0.42F + 0.38F * std::cos(kPi * 0.33F * r2 / rim));
 }
 
 // Three tilted squares on grounds of another colour or level.
@@ -77,7 +77,7 @@ Colour SlantedEdges(const Point& p) {
     const float dy = p.y - (static_cast<float>(strip) - 1.0F) * p.size / 3.0F;
     const float along = std::fabs(dx * std::cos(angle) + dy * std::sin(angle));
     const float across = std::fabs(dy * std::cos(angle) - dx * std::sin(angle));
-    return std::max(along * 0.5F, across) < p.size * 0.1F ? square[strip] : ground[strip];
+    return std::max(along * 0.5F, across) < p.size * 0.085F ? square[strip] : ground[strip];
 }
 
 // Ramps from dark to bright: grey, the three primaries, then a hue circle in two saturations.
