@@ -46,9 +46,8 @@ LibraryError::LibraryError(const std::string& what, uint32_t status) : std::runt
 
 Frame::Frame(const SourceWord& sourceWord, int frameWidth, int frameHeight, const std::vector<uint16_t>& codes)
     : word(&sourceWord), width(frameWidth), height(frameHeight) {
-    // Rows of an even number of samples: the adaptive Bayer engine accepts no other 16-bit frames.
     const int bytesPerSample = sourceWord.BytesPerSample();
-    stride = (width + width % 2) * bytesPerSample;
+    stride = width * bytesPerSample;
     bytes.resize(static_cast<size_t>(stride) * static_cast<size_t>(height));
     const int top = sourceWord.MaxSample();
     for (int y = 0; y < height; ++y) {
@@ -116,7 +115,7 @@ uint32_t Converter::TryConvert(const Frame& frame, bool eightBits, ColourFrame* 
     }
     const bool byteSamples = out->bits == 8;
     out->bgr.create(frame.height, frame.width, byteSamples ? CV_8UC3 : CV_16UC3);
-    const _OrvImage source =
+    _OrvImage source =
         Record(word.word, word.bits, frame.width, frame.height, frame.stride, const_cast<uint8_t*>(frame.bytes.data()));
     _OrvImage destination = Record(BgrWord(out->bits), out->bits, frame.width, frame.height,
                                    static_cast<int>(out->bgr.step[0]), out->bgr.data);
@@ -128,6 +127,16 @@ uint32_t Converter::TryConvert(const Frame& frame, bool eightBits, ColourFrame* 
         OrvBayer_ReleaseData(bayer_.get());
         lastWidth_ = frame.width;
         lastHeight_ = frame.height;
+    }
+    // Rows without padding suit every algorithm but the adaptive one at 16 bits, which wants an even number of samples;
+    // the edge-aware conversion of OpenCV 4.6 in turn reads padded rows wrongly.
+    if (word.bits > 8 && frame.width % 2 != 0 && Get("BayerAlgType") == "1") {
+        const size_t stride = static_cast<size_t>(frame.stride) + 2;
+        padded_.resize(stride * static_cast<size_t>(frame.height));
+        for (size_t y = 0; y < static_cast<size_t>(frame.height); ++y) {
+            std::copy_n(frame.bytes.data() + y * (stride - 2), stride - 2, padded_.data() + y * stride);
+        }
+        source = Record(word.word, word.bits, frame.width, frame.height, static_cast<int>(stride), padded_.data());
     }
     return OrvBayer_ConvertImage(bayer_.get(), &source, &destination);
 }

@@ -22,7 +22,7 @@ public:
     LibraryError(const std::string& what, uint32_t status);
 };
 
-// One frame behind a mosaic, laid out as every engine accepts it.
+// One frame behind a mosaic, rows without padding.
 struct Frame {
     const SourceWord* word = nullptr;
     int width = 0;
@@ -68,6 +68,7 @@ private:
     std::unique_ptr<OrvBayer, void (*)(OrvBayer*)> bayer_;
     std::unique_ptr<OrvTrueSense, void (*)(OrvTrueSense*)> truesense_;
     OrvComponent* component_;
+    std::vector<uint8_t> padded_;
     int lastWidth_ = 0;
     int lastHeight_ = 0;
 };

@@ -66,6 +66,7 @@ struct Options {
     double black = 0;
     std::string balance;
     double exposure = 1;
+    std::string curve = "srgb";
     std::string sheet;
     std::string crop;
     bool listParameters = false;
@@ -176,7 +177,7 @@ View MakeView(const Options& options, const SourceWord& word, bool simulated, bo
     if (word.trueSense) {
         return view;  // the tone curve of the engine is made for viewing
     }
-    view.srgb = options.view || display;
+    view.srgb = (options.view || display) && options.curve == "srgb";
     if (options.view) {
         view.black = options.black;
         view.exposure = options.exposure;
@@ -457,6 +458,10 @@ int main(int argc, char** argv) {
                    "with --view: grey (grey world, default for real frames), none, or gains R,G,B")
         ->needs(view);
     app.add_option("--exposure", options.exposure, "with --view: factor")->needs(view)->check(CLI::PositiveNumber);
+    app.add_option("--curve", options.curve,
+                   "of --view and --sheet for Bayer: srgb, or none for frames that have a curve already")
+        ->check(CLI::IsMember({"srgb", "none"}))
+        ->capture_default_str();
     app.add_option("--sheet", options.sheet,
                    "PNG with all algorithms of the family side by side, and an enlarged crop");
     app.add_option("--crop", options.crop, "X,Y,WxH of the crop of --sheet");
