@@ -24,6 +24,13 @@ ORV_ALWAYS_INLINE int32_t TruncateToInt32(float x) {
     return x == x ? r : 0;
 }
 
+// Clamp(TruncateToInt32(x), low, high) for whole bounds, 0 <= low <= high < 2^31, with low for not-a-number when low is
+// 0. Bounding before the conversion leaves nothing to saturate, which is cheaper in row functions.
+ORV_ALWAYS_INLINE int32_t TruncateClamped(double x, double low, double high) {
+    x = x > low ? x : low;
+    return static_cast<int32_t>(x < high ? x : high);
+}
+
 // Fused multiply-add, a * b + c rounded once. The builtin becomes one instruction inside row functions compiled
 // for a processor that has it, and the C library's exact function elsewhere: the same bits.
 ORV_ALWAYS_INLINE float Fma(float a, float b, float c) { return __builtin_fmaf(a, b, c); }

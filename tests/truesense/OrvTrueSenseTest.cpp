@@ -5,23 +5,13 @@
 #include <vector>
 
 #include "truesense/OrvTrueSenseImp.h"
+#include "truesense/StandIn.h"
 
 namespace {
 
-constexpr uint32_t kBadArgument = 0x80060007U;
+using orvtest::g_log;
 
-// What the stand-in engines were asked for: 8 or 16 for the sample width, A or B for the class.
-struct Log {
-    std::string calls;
-    std::vector<long> numbers;  // arguments of the last Init or InitRGB
-    const void* source = nullptr;
-    void* destination = nullptr;
-    long normalizationEnable = -1;
-    int initCode = 0;
-    int calculateCode = 0;
-    bool throws = false;
-};
-Log g_log;
+constexpr uint32_t kBadArgument = 0x80060007U;
 
 std::string TakeCalls() {
     std::string calls;
@@ -29,72 +19,10 @@ std::string TakeCalls() {
     return calls;
 }
 
-template <class T, char letter>
-class StandIn : public IDemosaicing, public IDemConvertion<T> {
-public:
-    StandIn() { Note("+"); }
-    ~StandIn() override { Note("-"); }
-    void CleanMemory() override { Note("clean"); }
-    bool IsThis(IDemosaicing* other) override { return other == this; }
-    void SetOutputPixelType(bool alpha, bool bgr) override {
-        Note(std::string(alpha ? "4" : "3") + (bgr ? "bgr" : "rgb"));
-    }
-    int Init(T const* src, _OrvRect rect, _OrvSize size, int srcStride, int bits, T* dst, int dstStride,
-             unsigned char grid, tagTrueSenseParam* param) override {
-        return Keep("Init", src, rect, size, srcStride, bits, dst, dstStride, grid, param);
-    }
-    int Calculate() override {
-        Note("Calculate");
-        return g_log.calculateCode;
-    }
-    int InitRGB(unsigned short const* src, _OrvRect rect, _OrvSize size, int srcStride, int bits, unsigned char* dst,
-                int dstStride, unsigned char grid, tagTrueSenseParam* param) override {
-        return Keep("InitRGB", src, rect, size, srcStride, bits, dst, dstStride, grid, param);
-    }
-    int CalculateRGB() override {
-        Note("CalculateRGB");
-        return g_log.calculateCode;
-    }
-
-private:
-    void Note(const std::string& call) {
-        if (call == "+" || call == "-") {
-            g_log.calls += call + letter + std::to_string(8 * sizeof(T)) + " ";
-        } else {
-            g_log.calls += call + " ";
-        }
-    }
-    int Keep(const char* call, const void* src, _OrvRect rect, _OrvSize size, int srcStride, int bits, void* dst,
-             int dstStride, unsigned char grid, tagTrueSenseParam* param) {
-        Note(call);
-        g_log.source = src;
-        g_log.destination = dst;
-        g_log.numbers = {rect.x,      rect.y,    rect.width, rect.height, size.width,
-                         size.height, srcStride, bits,       dstStride,   grid};
-        g_log.normalizationEnable = param->normalizationEnable;
-        if (g_log.throws) {
-            throw std::runtime_error("from the engine");
-        }
-        return g_log.initCode;
-    }
-};
-template <class T>
-class EngineA final : public StandIn<T, 'A'> {};
-template <class T>
-class EngineB final : public StandIn<T, 'B'> {};
-
-orv::TrueSenseEngines StandIns() {
-    orv::TrueSenseEngines engines = {};
-    engines.Add<EngineA>(0);
-    engines.Add<EngineB>(1);
-    engines.Add<EngineB>(4);
-    return engines;
-}
-
 class TrueSenseComponent : public testing::Test {
 protected:
-    TrueSenseComponent() : engines_(StandIns()), component_(engines_) {
-        g_log = Log();
+    TrueSenseComponent() : engines_(orvtest::StandIns()), component_(engines_) {
+        g_log = {};
         source_.width = 12;
         source_.height = 10;
         source_.stride = 40;
@@ -148,8 +76,10 @@ TEST_F(TrueSenseComponent, AcceptedDestinations) {
         {0x04080131, "", false},
         {0x03080171, "", false},
     };
-    for (const uint32_t source : {OrvPixelTrueSense8, OrvPixelTrueSense10, OrvPixelTrueSense12, OrvPixelTrueSense14}) {
-        const bool byteSource = source == OrvPixelTrueSense8;
+    for (const OrvPixelType first :
+         {OrvPixelTrueSense8, OrvPixelTrueSense10, OrvPixelTrueSense12, OrvPixelTrueSense14}) {
+        const uint32_t source = OrvPixelTrueSense(first, 6);
+        const bool byteSource = first == OrvPixelTrueSense8;
         for (const Row& row : rows) {
             Words(source, 12, row.word);
             Convert();
@@ -159,16 +89,9 @@ TEST_F(TrueSenseComponent, AcceptedDestinations) {
             EXPECT_EQ(Convert(), accepted ? 0U : kBadArgument) << std::hex << source << " " << row.word;
             EXPECT_EQ(TakeCalls(), accepted ? std::string(row.layout) + " Init" + entry + "Calculate" + entry : "");
         }
-    }
-}
-
-TEST_F(TrueSenseComponent, EngineArguments) {
-    for (const uint32_t word : {OrvPixelRGB8, OrvPixelRGB10}) {
-        Words(OrvPixelTrueSense(OrvPixelTrueSense14, 6), 14, word);
-        ASSERT_EQ(Convert(), 0U);
         EXPECT_EQ(g_log.source, source_.data);
         EXPECT_EQ(g_log.destination, destination_.data);
-        EXPECT_EQ(g_log.numbers, (std::vector<long>{0, 0, 12, 10, 12, 10, 40, 14, 77, 6}));
+        EXPECT_EQ(g_log.numbers, (std::vector<long>{0, 0, 12, 10, 12, 10, 40, 12, 77, 6}));
     }
 }
 
@@ -251,7 +174,7 @@ TEST_F(TrueSenseComponent, AllocAndRelease) {
 TEST_F(TrueSenseComponent, NormalizationIsOffForBytesAndComesBack) {
     Set("normalizationEnable", 1);
     ASSERT_EQ(Convert(), 0U);
-    EXPECT_EQ(g_log.normalizationEnable, 0);
+    EXPECT_EQ(g_log.param.normalizationEnable, 0);
     EXPECT_EQ(Get("normalizationEnable"), 1);
     g_log.initCode = 7;
     EXPECT_EQ(Convert(), kBadArgument);
@@ -266,7 +189,7 @@ TEST_F(TrueSenseComponent, NormalizationIsOffForBytesAndComesBack) {
     for (const uint32_t word : {OrvPixelRGB8, OrvPixelRGB16}) {
         Words(OrvPixelTrueSense12, 12, word);
         ASSERT_EQ(Convert(), 0U);
-        EXPECT_EQ(g_log.normalizationEnable, 1);
+        EXPECT_EQ(g_log.param.normalizationEnable, 1);
     }
 }
 
