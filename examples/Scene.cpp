@@ -186,6 +186,30 @@ SceneImage RenderScene(int width, int height) {
     return scene;
 }
 
+SceneImage Shrink(const SceneImage& image, int factor) {
+    const int horizontal = std::min(factor, image.width);
+    const int vertical = std::min(factor, image.height);
+    SceneImage small;
+    small.width = image.width / horizontal;
+    small.height = image.height / vertical;
+    small.rgb.reserve(static_cast<size_t>(small.width) * static_cast<size_t>(small.height) * 3);
+    for (int y = 0; y < small.height; ++y) {
+        for (int x = 0; x < small.width; ++x) {
+            float sum[3] = {0, 0, 0};
+            for (int i = 0; i < horizontal * vertical; ++i) {
+                const float* pixel = image.At(x * horizontal + i % horizontal, y * vertical + i / horizontal);
+                for (int c = 0; c < 3; ++c) {
+                    sum[c] += pixel[c];
+                }
+            }
+            for (const float each : sum) {
+                small.rgb.push_back(each / static_cast<float>(horizontal * vertical));
+            }
+        }
+    }
+    return small;
+}
+
 void AddNoise(std::vector<float>* samples, const NoiseModel& noise) {
     if (noise.shotGain <= 0 && noise.readNoise <= 0) {
         return;

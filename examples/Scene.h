@@ -22,6 +22,10 @@ struct SceneImage {
 // smooth ramps and line stars. The same on every call; any size of at least 1 by 1.
 SceneImage RenderScene(int width, int height);
 
+// Means of `factor` by `factor` pixels; what is left over at the right and bottom is cut off, at least one pixel
+// remains.
+SceneImage Shrink(const SceneImage& image, int factor);
+
 // Noise of linear samples: variance `shotGain` times the signal plus `readNoise` squared.
 struct NoiseModel {
     double shotGain = 0;   // variance per unit of signal; a full well of N electrons has 1 / N

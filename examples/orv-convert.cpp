@@ -24,7 +24,8 @@ const char* const kHelp =
     "Converts Bayer and TrueSense mosaic frames to colour.\n\n"
     "Inputs are headerless raw files (.raw, .bin or --raw), PGM or PNG mosaics, or colour pictures. A colour picture "
     "is "
-    "simulated as a sensor would see it: the sRGB curve is undone, one filter per pixel is picked by the mosaic of "
+    "simulated as a sensor would see it: the sRGB curve is undone, blocks are averaged if --shrink says so, one filter "
+    "per pixel is picked by the mosaic of "
     "--word "
     "(pan as the sum --pan of R, G, B, so without infrared, out-of-band light or crosstalk), noise is added when asked "
     "for, "
@@ -54,6 +55,7 @@ struct Options {
     bool bigEndian = false;
     std::string as = "auto";
     std::string pan = "0.25,0.5,0.25";
+    int shrink = 1;
     NoiseModel noise;
     int algorithm = 0;
     std::vector<std::string> settings;
@@ -158,7 +160,7 @@ Job Load(const Options& options, const SourceWord& word, const std::string& path
             Fail("--as picture: " + path + " is a PGM mosaic");
         }
         if (options.as == "picture" || !isMosaic) {
-            return Simulate(options, word, path, std::move(file.picture));
+            return Simulate(options, word, path, Shrink(file.picture, options.shrink));
         }
         mosaic = std::move(file.mosaic);
     }
@@ -426,6 +428,10 @@ int main(int argc, char** argv) {
         ->check(CLI::IsMember({"auto", "mosaic", "picture"}))
         ->capture_default_str();
     app.add_option("--pan", options.pan, "weights R,G,B of simulated panchromatic samples")->capture_default_str();
+    app.add_option("--shrink", options.shrink,
+                   "colour pictures: average blocks of N by N linear pixels first, which removes traces of their own "
+                   "demosaicing and compression")
+        ->check(CLI::Range(1, 64));
     app.add_option("--shot-noise", options.noise.shotGain,
                    "simulated noise: variance per unit of signal, 1 / full well electrons (0.0001: 10000 electrons)")
         ->check(CLI::Range(0.0, 1.0));

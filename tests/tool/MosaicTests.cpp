@@ -75,6 +75,20 @@ TEST(Scene, StaysInRangeAndHasGreySteps) {
     }
 }
 
+TEST(Shrink, AveragesBlocksAndCutsTheRest) {
+    SceneImage image;
+    image.width = 5;
+    image.height = 2;
+    for (int i = 0; i < 30; ++i) {
+        image.rgb.push_back(static_cast<float>(i));
+    }
+    const SceneImage small = Shrink(image, 2);
+    EXPECT_EQ(small.width, 2);
+    EXPECT_EQ(small.height, 1);
+    // Pixels 0, 1, 5, 6 and 2, 3, 7, 8 of the two rows.
+    EXPECT_EQ(small.rgb, (std::vector<float>{9, 10, 11, 15, 16, 17}));
+}
+
 TEST(Curve, SrgbRoundTrip) {
     for (float value = 0; value <= 1; value += 0.01F) {
         EXPECT_NEAR(SrgbToLinear(LinearToSrgb(value)), value, 1e-5F);
