@@ -1,7 +1,7 @@
 #include "engines/TrueSenseToRgb.h"
 
 #include <algorithm>
-#include <type_traits>
+#include <iterator>
 
 #include "component/Bands.h"
 #include "component/PixelTypes.h"
