@@ -103,8 +103,8 @@ ORV_ROW_TEMPLATE((class Lane), (Lane), SeedRow,
 // that it has two rows up and down.
 template <class Lane>
 ORV_ALWAYS_INLINE void ChromaRowBody(const Lane* diffUp, const Lane* diffDown, const Lane* diagonalUp,
-                                     const Lane* diagonalDown, const Lane* diff, const Lane* diagonal,
-                                     const Lane* pan, const Lane* greenSites, int n, Lane* own, Lane* other) {
+                                     const Lane* diagonalDown, const Lane* diff, const Lane* diagonal, const Lane* pan,
+                                     const Lane* greenSites, int n, Lane* own, Lane* other) {
 #pragma omp simd
     for (int i = 0; i < n; ++i) {
         const Lane ownMean = Quarter(diagonalUp[i], diagonalDown[i], diff[i - 1], diff[i + 1]);
@@ -125,8 +125,8 @@ ORV_ALWAYS_INLINE void DirectionRowBody(const Lane* left, const Lane* right, con
                                         Lane* across) {
 #pragma omp simd
     for (int i = 0; i < n; ++i) {
-        across[i] = Distance(left[i], right[i]) < Distance(up[i], down[i]) ? static_cast<Lane>(-1)
-                                                                           : static_cast<Lane>(0);
+        across[i] =
+            Distance(left[i], right[i]) < Distance(up[i], down[i]) ? static_cast<Lane>(-1) : static_cast<Lane>(0);
     }
 }
 ORV_ROW_TEMPLATE((class Lane), (Lane), DirectionRow,
@@ -140,8 +140,8 @@ ORV_ALWAYS_INLINE void ColourRowBody(const Lane* across, const Lane* panSites, c
                                      const Lane* diffUp, const Lane* diffDown, int n, int16_t* colour) {
 #pragma omp simd
     for (int i = 0; i < n; ++i) {
-        const Lane mean = Select(across[i], Half(diff[Odd ? i : i - 1], diff[Odd ? i + 1 : i]),
-                                 Half(diffUp[i], diffDown[i]));
+        const Lane mean =
+            Select(across[i], Half(diff[Odd ? i : i - 1], diff[Odd ? i + 1 : i]), Half(diffUp[i], diffDown[i]));
         const int16_t atPan = static_cast<int16_t>(panSites[i] - mean);
         const int16_t atColour = static_cast<int16_t>(pan[i] - diff[i]);
         colour[2 * i] = Odd ? atColour : atPan;
@@ -155,8 +155,8 @@ ORV_ROW_TEMPLATE((class Lane, bool Odd), (Lane, Odd), ColourRow,
 
 // The same on the first and last row of the plane: means of the colour itself, `inner` the only vertical neighbour.
 template <class Lane, bool Odd>
-ORV_ALWAYS_INLINE void ColourRimRowBody(const Lane* pan, const Lane* diff, const Lane* panInner,
-                                        const Lane* diffInner, int n, int16_t* colour) {
+ORV_ALWAYS_INLINE void ColourRimRowBody(const Lane* pan, const Lane* diff, const Lane* panInner, const Lane* diffInner,
+                                        int n, int16_t* colour) {
     for (int i = 0; i < n; ++i) {
         const int left = Odd ? i : i - 1;
         const Lane inner = static_cast<Lane>(panInner[i] - diffInner[i]);
@@ -202,7 +202,7 @@ public:
         }
         alternate_ = next;
         across_ = next + stride;
-        int16_t* colours = reinterpret_cast<int16_t*>(next + 2 * stride);
+        int16_t* colours = reinterpret_cast<int16_t*>(next + 2 * stride - kLanePad);
         for (int16_t*& row : rows_) {
             row = colours;
             colours += ColourStride(W);

@@ -89,8 +89,8 @@ int TrueSenseToRgb<T>::Prepare(const _OrvRect& rect, const _OrvSize& size, int s
             return orv::kCodeBadArgument;
         }
         geometry_ = orv::GridGeometry::Make(rect, grid);
-        if (!geometry_.Valid() || !plane_.Reserve(static_cast<size_t>(geometry_.H) *
-                                                  static_cast<size_t>(geometry_.W) * sizeof(int16_t))) {
+        if (!geometry_.Valid() ||
+            !plane_.Reserve(static_cast<size_t>(geometry_.H) * static_cast<size_t>(geometry_.W) * sizeof(int16_t))) {
             return orv::kCodeNoMemory;
         }
     }
@@ -141,8 +141,8 @@ void TrueSenseToRgb<T>::Write(Sample* dst, int shift) {
     orv::OutputRows<Sample> output;
     output.dst = dst;
     output.channels = alpha_ ? 4 : 3;
-    output.walk = orv::RegionWalk::Make(0, 0, geometry_.w, geometry_.h, dstStride_, output.channels,
-                                        horMirrored_ != 0, verMirrored_ != 0);
+    output.walk = orv::RegionWalk::Make(0, 0, geometry_.w, geometry_.h, dstStride_, output.channels, horMirrored_ != 0,
+                                        verMirrored_ != 0);
     output.bgr = bgr_;
     output.matrix = orv::IsIdentity(colorMatrix_) ? nullptr : colorMatrix_;
     output.table = &table_;
@@ -156,8 +156,8 @@ void TrueSenseToRgb<T>::Write(Sample* dst, int shift) {
 }
 
 template <class T>
-int TrueSenseToRgb<T>::Init(T const* src, _OrvRect rect, _OrvSize size, int srcStride, int bits, T* dst,
-                            int dstStride, unsigned char grid, tagTrueSenseParam* param) {
+int TrueSenseToRgb<T>::Init(T const* src, _OrvRect rect, _OrvSize size, int srcStride, int bits, T* dst, int dstStride,
+                            unsigned char grid, tagTrueSenseParam* param) {
     if (src == nullptr || dst == nullptr) {
         return orv::kCodeNullPointer;
     }

@@ -91,7 +91,7 @@ RegionWalk RegionWalk::Make(int x, int y, int w, int h, int stride, int channels
 
 template <class T>
 uint32_t ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridGeometry& g, int16_t* plane,
-                int planeStep) {
+                    int planeStep) {
     if (g.Small()) {
         std::memset(plane, 0, sizeof(int16_t) * static_cast<size_t>(g.H) * static_cast<size_t>(planeStep));
     }
@@ -128,9 +128,9 @@ uint32_t ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridG
     return used.load(std::memory_order_relaxed);
 }
 
-template uint32_t ReadMosaic<unsigned char>(const unsigned char*, const RegionWalk&, int, const GridGeometry&,
-                                            int16_t*, int);
-template uint32_t ReadMosaic<unsigned short>(const unsigned short*, const RegionWalk&, int, const GridGeometry&, int16_t*,
-                                         int);
+template uint32_t ReadMosaic<unsigned char>(const unsigned char*, const RegionWalk&, int, const GridGeometry&, int16_t*,
+                                            int);
+template uint32_t ReadMosaic<unsigned short>(const unsigned short*, const RegionWalk&, int, const GridGeometry&,
+                                             int16_t*, int);
 
 }  // namespace orv

@@ -38,9 +38,8 @@ ORV_ALWAYS_INLINE int MatrixValue(double r, double g, double b, double m0, doubl
 
 // `m` has the rows of the matrix in the order of the destination's samples.
 template <bool Bytes>
-ORV_ALWAYS_INLINE void MatrixToneRowBody(const int16_t* red, const int16_t* green, const int16_t* blue,
-                                         const double* m, const uint32_t* tones, int n, uint32_t* words,
-                                         uint32_t* thirds) {
+ORV_ALWAYS_INLINE void MatrixToneRowBody(const int16_t* red, const int16_t* green, const int16_t* blue, const double* m,
+                                         const uint32_t* tones, int n, uint32_t* words, uint32_t* thirds) {
     const double m0 = m[0], m1 = m[1], m2 = m[2], m3 = m[3], m4 = m[4], m5 = m[5], m6 = m[6], m7 = m[7], m8 = m[8];
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
@@ -52,8 +51,8 @@ ORV_ALWAYS_INLINE void MatrixToneRowBody(const int16_t* red, const int16_t* gree
     }
 }
 ORV_ROW_TEMPLATE((bool Bytes), (Bytes), MatrixToneRow,
-                 (const int16_t* red, const int16_t* green, const int16_t* blue, const double* m,
-                  const uint32_t* tones, int n, uint32_t* words, uint32_t* thirds),
+                 (const int16_t* red, const int16_t* green, const int16_t* blue, const double* m, const uint32_t* tones,
+                  int n, uint32_t* words, uint32_t* thirds),
                  (red, green, blue, m, tones, n, words, thirds))
 
 // Samples of one pixel from its words.

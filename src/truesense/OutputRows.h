@@ -29,10 +29,10 @@ bool IsIdentity(const double (&matrix)[9]);
 // Writes rows of colour planes to the destination. Three samples per pixel are written, a fourth one is skipped.
 template <class T>
 struct OutputRows {
-    T* dst;            // first sample of the region
-    RegionWalk walk;   // over the region, in samples
-    int channels;      // samples per pixel, 3 or 4
-    bool bgr;          // blue first
+    T* dst;                // first sample of the region
+    RegionWalk walk;       // over the region, in samples
+    int channels;          // samples per pixel, 3 or 4
+    bool bgr;              // blue first
     const double* matrix;  // nine factors row by row, or null for none; green, red, blue terms are added in this order
     const OutputTable* table;
 
