@@ -8,6 +8,7 @@
 
 #include "OrvBayer.h"
 #include "OrvTrueSense.h"
+#include "Record.h"
 
 namespace orvbench {
 
@@ -34,17 +35,7 @@ cv::Mat Mosaic(int width, int height, int bits) {
 }
 
 _OrvImage Record(const cv::Mat& frame, uint32_t word, int bits) {
-    _OrvImage image = {};
-    image.size = sizeof(image);
-    image.version = 0x20000;
-    image.pixelType = word;
-    image.bitDepth = bits;
-    image.width = frame.cols;
-    image.height = frame.rows;
-    image.stride = static_cast<int32_t>(frame.step[0]);
-    image.imageSize = image.height * image.stride;
-    image.data = frame.data;
-    return image;
+    return orvtool::MakeRecord(word, bits, frame.cols, frame.rows, static_cast<int>(frame.step[0]), frame.data);
 }
 
 // Source and destination of one depth, with their records.

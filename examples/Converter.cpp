@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "Record.h"
+
 namespace orvtool {
 
 namespace {
@@ -15,20 +17,6 @@ std::string Describe(const std::string& what, uint32_t status) {
 
 // The calls of the component view take names that are not const.
 char* Mutable(const std::string& text) { return const_cast<char*>(text.c_str()); }
-
-_OrvImage Record(uint32_t word, int bits, int width, int height, int stride, void* data) {
-    _OrvImage image = {};
-    image.size = sizeof(image);
-    image.version = 0x20000;
-    image.pixelType = word;
-    image.bitDepth = bits;
-    image.width = width;
-    image.height = height;
-    image.stride = stride;
-    image.imageSize = height * stride;
-    image.data = data;
-    return image;
-}
 
 uint32_t BgrWord(int bits) {
     switch (bits) {
@@ -115,10 +103,10 @@ uint32_t Converter::TryConvert(const Frame& frame, bool eightBits, ColourFrame* 
     }
     const bool byteSamples = out->bits == 8;
     out->bgr.create(frame.height, frame.width, byteSamples ? CV_8UC3 : CV_16UC3);
-    _OrvImage source =
-        Record(word.word, word.bits, frame.width, frame.height, frame.stride, const_cast<uint8_t*>(frame.bytes.data()));
-    _OrvImage destination = Record(BgrWord(out->bits), out->bits, frame.width, frame.height,
-                                   static_cast<int>(out->bgr.step[0]), out->bgr.data);
+    _OrvImage source = MakeRecord(word.word, word.bits, frame.width, frame.height, frame.stride,
+                                  const_cast<uint8_t*>(frame.bytes.data()));
+    _OrvImage destination = MakeRecord(BgrWord(out->bits), out->bits, frame.width, frame.height,
+                                       static_cast<int>(out->bgr.step[0]), out->bgr.data);
     if (trueSense_) {
         return OrvTrueSense_ConvertImage(truesense_.get(), &source, &destination);
     }
@@ -136,7 +124,7 @@ uint32_t Converter::TryConvert(const Frame& frame, bool eightBits, ColourFrame* 
         for (size_t y = 0; y < static_cast<size_t>(frame.height); ++y) {
             std::copy_n(frame.bytes.data() + y * (stride - 2), stride - 2, padded_.data() + y * stride);
         }
-        source = Record(word.word, word.bits, frame.width, frame.height, static_cast<int>(stride), padded_.data());
+        source = MakeRecord(word.word, word.bits, frame.width, frame.height, static_cast<int>(stride), padded_.data());
     }
     return OrvBayer_ConvertImage(bayer_.get(), &source, &destination);
 }
