@@ -24,6 +24,23 @@ ORV_ALWAYS_INLINE int32_t TruncateToInt32(float x) {
     return x == x ? r : 0;
 }
 
+// The same, limited to [0, high], in fewer steps.
+ORV_ALWAYS_INLINE int32_t TruncateToRange(float x, int32_t high) {
+    const float limit = static_cast<float>(high);
+    const float c = x > 0.0F ? x : 0.0F;
+    return static_cast<int32_t>(c < limit ? c : limit);
+}
+ORV_ALWAYS_INLINE int32_t TruncateToRange(double x, int32_t high) {
+    const double limit = high;
+    const double c = x > 0.0 ? x : 0.0;
+    return static_cast<int32_t>(c < limit ? c : limit);
+}
+
+// The same for numbers of at least -2^31.
+ORV_ALWAYS_INLINE int32_t TruncateFromAbove(float x) {
+    return x < 2147483648.0F ? static_cast<int32_t>(x) : 2147483647;
+}
+
 // Fused multiply-add, a * b + c rounded once. The builtin becomes one instruction inside row functions compiled
 // for a processor that has it, and the C library's exact function elsewhere: the same bits.
 ORV_ALWAYS_INLINE float Fma(float a, float b, float c) { return __builtin_fmaf(a, b, c); }

@@ -1,11 +1,16 @@
 // Impulse filter and convolutions.
+#include "pipeline/Filters.h"
+
+#include <cmath>
+
 #include "component/Simd.h"
-#include "pipeline/Scratch.h"
 
 using orv::Elements;
 using orv::Fma;
 using orv::RowHistory;
 using orv::ScratchFits;
+using orv::Stencil;
+using orv::TruncateFromAbove;
 using orv::TruncateToInt32;
 
 namespace {
@@ -56,32 +61,9 @@ int ImpulseFilter(T* data, int w, int h, int spacing, LogText_t* log) {
     return 0;
 }
 
-constexpr int kMaxTaps = 63;
-
-// A convolution as the list of its non-zero taps, in the order of summation. A tap of zero leaves a sum as it is.
-struct Stencil {
-    int radiusX = 0, radiusY = 0;
-    int count = 0;
-    int dx[kMaxTaps], dy[kMaxTaps];
-    float weight[kMaxTaps];
-
-    // `kernel` has w by h values; an even size lacks the last tap.
-    Stencil(const float* kernel, int w, int h) : radiusX(w / 2), radiusY(h / 2) {
-        for (int y = -radiusY; y <= radiusY; ++y) {
-            for (int x = -radiusX; x <= radiusX; ++x) {
-                const int row = radiusY - y, column = radiusX - x;
-                if (row < h && column < w && kernel[row * w + column] != 0.0F) {
-                    dx[count] = x;
-                    dy[count] = y;
-                    weight[count++] = kernel[row * w + column];
-                }
-            }
-        }
-    }
-};
-
 // Columns [x0, x1) of one row; tap t reads source[t][x]. Taps is the count, 0 when it is not known in advance.
-template <class T, int Taps>
+// With Bounded no sum leaves the range of int32 but for the 2^31 that the largest samples are rounded to.
+template <class T, int Taps, bool Bounded>
 ORV_ALWAYS_INLINE void SumTapsBody(const T* const* source, const float* weight, int count, int x0, int x1, T* out) {
     if (Taps == 0) {
         for (int x = x0; x < x1; ++x) {
@@ -105,43 +87,106 @@ ORV_ALWAYS_INLINE void SumTapsBody(const T* const* source, const float* weight, 
         for (int t = 0; t < Taps; ++t) {
             sum = Fma(static_cast<float>(s[t][x]), k[t], sum);
         }
-        out[x] = static_cast<T>(TruncateToInt32(sum));
+        out[x] = static_cast<T>(Bounded ? TruncateFromAbove(sum) : TruncateToInt32(sum));
     }
 }
-ORV_ROW_TEMPLATE((class T, int Taps), (T, Taps), SumTaps,
+ORV_ROW_TEMPLATE((class T, int Taps, bool Bounded), (T, Taps, Bounded), SumTaps,
                  (const T* const* source, const float* weight, int count, int x0, int x1, T* out),
                  (source, weight, count, x0, x1, out))
 
-template <class T>
+template <class T, bool Bounded>
 void SumRow(const T* const* source, const Stencil& stencil, int w, T* out) {
     const int x0 = stencil.radiusX, x1 = w - stencil.radiusX;
     switch (stencil.count) {
-    case 2: SumTaps<T, 2>(source, stencil.weight, 2, x0, x1, out); break;
-    case 3: SumTaps<T, 3>(source, stencil.weight, 3, x0, x1, out); break;
-    case 4: SumTaps<T, 4>(source, stencil.weight, 4, x0, x1, out); break;
-    case 6: SumTaps<T, 6>(source, stencil.weight, 6, x0, x1, out); break;
-    default: SumTaps<T, 0>(source, stencil.weight, stencil.count, x0, x1, out); break;
+    case 2: SumTaps<T, 2, Bounded>(source, stencil.weight, 2, x0, x1, out); break;
+    case 3: SumTaps<T, 3, Bounded>(source, stencil.weight, 3, x0, x1, out); break;
+    case 4: SumTaps<T, 4, Bounded>(source, stencil.weight, 4, x0, x1, out); break;
+    case 6: SumTaps<T, 6, Bounded>(source, stencil.weight, 6, x0, x1, out); break;
+    default: SumTaps<T, 0, false>(source, stencil.weight, stencil.count, x0, x1, out); break;
+    }
+}
+
+// Whether sums over samples of T stay within int32: weights that are exact in every step, with a bounded sum.
+template <class T>
+bool SumsAreBounded(const Stencil& stencil) {
+    float sum = 0.0F;
+    for (int t = 0; t < stencil.count; ++t) {
+        int exponent = 0;
+        if (std::abs(std::frexp(stencil.weight[t], &exponent)) != 0.5F) {
+            return false;
+        }
+        sum += std::abs(stencil.weight[t]);
+    }
+    return sum <= (sizeof(T) == 2 ? 65536.0F : 1.0F);
+}
+
+template <class T>
+int Convolve(T* data, int w, int h, const Stencil& stencil, LogText_t* log) {
+    if (!ScratchFits("pBuf", Elements(w, h) * static_cast<ptrdiff_t>(sizeof(T)), log)) {
+        return -1;
+    }
+    orv::Convolver<T> convolver(data, w, h, stencil, reinterpret_cast<T*>(g_dynamicBuffer));
+    for (int y = 0; y < h; ++y) {
+        convolver.Push(y);
+    }
+    return 0;
+}
+
+}  // namespace
+
+namespace orv {
+
+Stencil::Stencil(const float* kernel, int w, int h) : radiusX(w / 2), radiusY(h / 2) {
+    for (int y = -radiusY; y <= radiusY; ++y) {
+        for (int x = -radiusX; x <= radiusX; ++x) {
+            const int row = radiusY - y, column = radiusX - x;
+            if (row < h && column < w && kernel[row * w + column] != 0.0F) {
+                dx[count] = x;
+                dy[count] = y;
+                weight[count++] = kernel[row * w + column];
+            }
+        }
     }
 }
 
 template <class T>
-void Convolve(T* data, int w, int h, const Stencil& stencil) {
-    RowHistory<T> rows(data, w, stencil.radiusY, g_dynamicBuffer);
-    const T* source[kMaxTaps];
-    for (int y = 0; y < h - stencil.radiusY; ++y) {
-        rows.Keep(y);
-        if (y < stencil.radiusY) {
-            continue;
-        }
-        for (int t = 0; t < stencil.count; ++t) {
-            const int dy = stencil.dy[t];
-            source[t] = (dy <= 0 ? rows.Kept(y + dy) : rows.InPlane(y + dy)) + stencil.dx[t];
-        }
-        SumRow(source, stencil, w, rows.InPlane(y));
+Convolver<T>::Convolver(T* plane, int w, int h, const Stencil& stencil, T* memory)
+    : stencil_(stencil), rows_(plane, w, stencil.radiusY, memory), w_(w), h_(h), bounded_(SumsAreBounded<T>(stencil)) {}
+
+template <class T>
+void Convolver<T>::Push(int y) {
+    const int target = y - stencil_.radiusY;
+    if (target < 0 || h_ <= 2 * stencil_.radiusY) {
+        return;
+    }
+    rows_.Keep(target);
+    if (target < stencil_.radiusY) {
+        return;
+    }
+    const T* source[Stencil::kMaxTaps];
+    for (int t = 0; t < stencil_.count; ++t) {
+        const int dy = stencil_.dy[t];
+        source[t] = (dy <= 0 ? rows_.Kept(target + dy) : rows_.InPlane(target + dy)) + stencil_.dx[t];
+    }
+    if (bounded_) {
+        SumRow<T, true>(source, stencil_, w_, rows_.InPlane(target));
+    } else {
+        SumRow<T, false>(source, stencil_, w_, rows_.InPlane(target));
     }
 }
 
-}  // namespace
+template class Convolver<short>;
+template class Convolver<int>;
+
+bool RowsThenColumns::Fits(int w, int h, LogText_t* log) {
+    return ScratchFits("pBuf", Elements(w, h) * static_cast<ptrdiff_t>(sizeof(int)), log);
+}
+
+RowsThenColumns::RowsThenColumns(int* plane, int w, int h, const float* kernel, int taps)
+    : alongRows_(plane, w, h, Stencil(kernel, taps, 1), reinterpret_cast<int*>(g_dynamicBuffer)),
+      alongColumns_(plane, w, h, Stencil(kernel, 1, taps), reinterpret_cast<int*>(g_dynamicBuffer) + w) {}
+
+}  // namespace orv
 
 int Alg_ImpulseFilter(void* data, int type, int w, int h, int spacing, LogText_t* log) {
     switch (type) {
@@ -152,24 +197,18 @@ int Alg_ImpulseFilter(void* data, int type, int w, int h, int spacing, LogText_t
 }
 
 int Alg_Convolve2D(short* data, int w, int h, float* kernel, int kernelWidth, int kernelHeight, LogText_t* log) {
-    if (kernelWidth > 3 || kernelHeight > 3 ||
-        !ScratchFits("pBuf", Elements(w, h) * static_cast<ptrdiff_t>(sizeof(short)), log)) {
+    if (kernelWidth > 3 || kernelHeight > 3) {
         return -1;
     }
-    Convolve(data, w, h, Stencil(kernel, kernelWidth, kernelHeight));
-    return 0;
+    return Convolve(data, w, h, Stencil(kernel, kernelWidth, kernelHeight), log);
 }
 
 int Alg_Convolve1D_Int32(int* data, int w, int h, float* kernel, int taps, int direction, LogText_t* log) {
-    if (taps > kMaxTaps || !ScratchFits("pBuf", Elements(w, h) * static_cast<ptrdiff_t>(sizeof(int)), log)) {
-        return -1;
+    if (taps > Stencil::kMaxTaps || (direction != 0 && direction != 1)) {
+        return taps > Stencil::kMaxTaps ? -1 : 0;
     }
-    if (direction == 0) {
-        Convolve(data, w, h, Stencil(kernel, taps, 1));
-    } else if (direction == 1) {
-        Convolve(data, w, h, Stencil(kernel, 1, taps));
-    }
-    return 0;
+    const bool rows = direction == 0;
+    return Convolve(data, w, h, Stencil(kernel, rows ? taps : 1, rows ? 1 : taps), log);
 }
 
 int Alg_Convolve1D(int* data, int w, int h, float* kernel, int taps, int direction, LogText_t* log) {

@@ -3,14 +3,14 @@
 #include <cmath>
 
 #include "component/Simd.h"
-#include "pipeline/Scratch.h"
+#include "pipeline/Filters.h"
 #include "pipeline/Tables.h"
 
 using orv::Abs;
 using orv::Clamp;
 using orv::Elements;
 using orv::Fma;
-using orv::TruncateToInt32;
+using orv::TruncateToRange;
 
 namespace {
 
@@ -23,7 +23,7 @@ struct Matrix {
 
 // One colour of the matrix product, green first.
 ORV_ALWAYS_INLINE int Mix(float r, float g, float b, float kr, float kg, float kb) {
-    return Clamp(TruncateToInt32(Fma(b, kb, Fma(r, kr, g * kg))), 0, 4095);
+    return TruncateToRange(Fma(b, kb, Fma(r, kr, g * kg)), 4095);
 }
 
 ORV_ALWAYS_INLINE float LinearOf(int pan, int diff, const int32_t* linearTable) {
@@ -111,7 +111,7 @@ ORV_ALWAYS_INLINE void SharpenRowBody(const short* fullPan, const int* tone, con
     }
 #pragma omp simd
     for (int k = 0; k < 3 * n; ++k) {
-        rgb[k] = static_cast<unsigned char>(Clamp(TruncateToInt32(static_cast<float>(rgb[k]) + detail[k]), 0, 255));
+        rgb[k] = static_cast<unsigned char>(TruncateToRange(static_cast<float>(rgb[k]) + detail[k], 255));
     }
 }
 ORV_ROW_FUNCTION(SharpenRow,
@@ -148,16 +148,19 @@ int Alg_Sharpness(unsigned char* rgb, short* fullPan, int* panUp, int w, int h, 
     short* edgeA = reinterpret_cast<short*>(g_dynamicBuffer1);
     short* edgeB = edgeA + N;
     int* lowpass = reinterpret_cast<int*>(g_dynamicBuffer2);
+    const float binomial[5] = {0.25F, 0, 0.5F, 0, 0.25F};
+    if (!orv::RowsThenColumns::Fits(w, h, log)) {
+        return -1;
+    }
+    orv::RowsThenColumns smoothing(lowpass, w, h, binomial, 5);
     for (int y = 0; y < h; ++y) {
         const ptrdiff_t at = Elements(w, y);
         ToneRow(fullPan + at, panUp + at, w, toneOfGamma, edgeA + at, edgeB + at, lowpass + at);
+        smoothing.Push(y);
     }
     float cross[9] = {0, 1, 0, -1, 0, -1, 0, 1, 0};
     float diagonal[9] = {1, 0, -1, 0, 0, 0, -1, 0, 1};
-    float binomial[5] = {0.25F, 0, 0.5F, 0, 0.25F};
-    if (Alg_Convolve2D(edgeA, w, h, cross, 3, 3, log) != 0 || Alg_Convolve2D(edgeB, w, h, diagonal, 3, 3, log) != 0 ||
-        Alg_Convolve1D_Int32(lowpass, w, h, binomial, 5, 0, log) != 0 ||
-        Alg_Convolve1D_Int32(lowpass, w, h, binomial, 5, 1, log) != 0) {
+    if (Alg_Convolve2D(edgeA, w, h, cross, 3, 3, log) != 0 || Alg_Convolve2D(edgeB, w, h, diagonal, 3, 3, log) != 0) {
         return -1;
     }
     for (ptrdiff_t p = 0; p < N; p += kChunk) {
