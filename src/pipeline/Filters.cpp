@@ -62,8 +62,9 @@ int ImpulseFilter(T* data, int w, int h, int spacing, LogText_t* log) {
 }
 
 // Columns [x0, x1) of one row; tap t reads source[t][x]. Taps is the count, 0 when it is not known in advance.
-// With Bounded no sum leaves the range of int32 but for the 2^31 that the largest samples are rounded to.
-template <class T, int Taps, bool Bounded>
+// With Exact every product is exact, so that a fused step and a plain one agree, and no sum leaves the range of int32
+// but for the 2^31 that the largest samples are rounded to.
+template <class T, int Taps, bool Exact>
 ORV_ALWAYS_INLINE void SumTapsBody(const T* const* source, const float* weight, int count, int x0, int x1, T* out) {
     if (Taps == 0) {
         for (int x = x0; x < x1; ++x) {
@@ -85,39 +86,42 @@ ORV_ALWAYS_INLINE void SumTapsBody(const T* const* source, const float* weight, 
     for (int x = x0; x < x1; ++x) {
         float sum = 0.0F;
         for (int t = 0; t < Taps; ++t) {
-            sum = Fma(static_cast<float>(s[t][x]), k[t], sum);
+            const float v = static_cast<float>(s[t][x]);
+            sum = Exact ? v * k[t] + sum : Fma(v, k[t], sum);
         }
-        out[x] = static_cast<T>(Bounded ? TruncateFromAbove(sum) : TruncateToInt32(sum));
+        out[x] = static_cast<T>(Exact ? TruncateFromAbove(sum) : TruncateToInt32(sum));
     }
 }
-ORV_ROW_TEMPLATE((class T, int Taps, bool Bounded), (T, Taps, Bounded), SumTaps,
+ORV_ROW_TEMPLATE((class T, int Taps, bool Exact), (T, Taps, Exact), SumTaps,
                  (const T* const* source, const float* weight, int count, int x0, int x1, T* out),
                  (source, weight, count, x0, x1, out))
 
-template <class T, bool Bounded>
+template <class T, bool Exact>
 void SumRow(const T* const* source, const Stencil& stencil, int w, T* out) {
     const int x0 = stencil.radiusX, x1 = w - stencil.radiusX;
     switch (stencil.count) {
-    case 2: SumTaps<T, 2, Bounded>(source, stencil.weight, 2, x0, x1, out); break;
-    case 3: SumTaps<T, 3, Bounded>(source, stencil.weight, 3, x0, x1, out); break;
-    case 4: SumTaps<T, 4, Bounded>(source, stencil.weight, 4, x0, x1, out); break;
-    case 6: SumTaps<T, 6, Bounded>(source, stencil.weight, 6, x0, x1, out); break;
+    case 2: SumTaps<T, 2, Exact>(source, stencil.weight, 2, x0, x1, out); break;
+    case 3: SumTaps<T, 3, Exact>(source, stencil.weight, 3, x0, x1, out); break;
+    case 4: SumTaps<T, 4, Exact>(source, stencil.weight, 4, x0, x1, out); break;
+    case 6: SumTaps<T, 6, Exact>(source, stencil.weight, 6, x0, x1, out); break;
     default: SumTaps<T, 0, false>(source, stencil.weight, stencil.count, x0, x1, out); break;
     }
 }
 
-// Whether sums over samples of T stay within int32: weights that are exact in every step, with a bounded sum.
+// Whether the weights are powers of two, whose products with a sample are exact, of a sum that keeps those of any
+// samples of T within int32.
 template <class T>
-bool SumsAreBounded(const Stencil& stencil) {
-    float sum = 0.0F;
+bool SumsAreExact(const Stencil& stencil) {
+    double sum = 0.0;
     for (int t = 0; t < stencil.count; ++t) {
+        const float magnitude = std::abs(stencil.weight[t]);
         int exponent = 0;
-        if (std::abs(std::frexp(stencil.weight[t], &exponent)) != 0.5F) {
+        if (std::frexp(magnitude, &exponent) != 0.5F || magnitude < 1.0F / 1024.0F) {
             return false;
         }
-        sum += std::abs(stencil.weight[t]);
+        sum += static_cast<double>(magnitude);
     }
-    return sum <= (sizeof(T) == 2 ? 65536.0F : 1.0F);
+    return sum <= (sizeof(T) == 2 ? 65536.0 : 1.0);
 }
 
 template <class T>
@@ -151,7 +155,7 @@ Stencil::Stencil(const float* kernel, int w, int h) : radiusX(w / 2), radiusY(h 
 
 template <class T>
 Convolver<T>::Convolver(T* plane, int w, int h, const Stencil& stencil, T* memory)
-    : stencil_(stencil), rows_(plane, w, stencil.radiusY, memory), w_(w), h_(h), bounded_(SumsAreBounded<T>(stencil)) {}
+    : stencil_(stencil), rows_(plane, w, stencil.radiusY, memory), w_(w), h_(h), exact_(SumsAreExact<T>(stencil)) {}
 
 template <class T>
 void Convolver<T>::Push(int y) {
@@ -168,7 +172,7 @@ void Convolver<T>::Push(int y) {
         const int dy = stencil_.dy[t];
         source[t] = (dy <= 0 ? rows_.Kept(target + dy) : rows_.InPlane(target + dy)) + stencil_.dx[t];
     }
-    if (bounded_) {
+    if (exact_) {
         SumRow<T, true>(source, stencil_, w_, rows_.InPlane(target));
     } else {
         SumRow<T, false>(source, stencil_, w_, rows_.InPlane(target));

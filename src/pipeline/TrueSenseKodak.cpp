@@ -64,7 +64,7 @@ void TrueSenseKodak<T>::SetOutputPixelType(bool alpha, bool bgr) {
 
 template <class T>
 int TrueSenseKodak<T>::Prepare(_OrvRect rect, _OrvSize size, unsigned char grid) {
-    if (rect == rect_ && size == size_ && grid == gridCode_) {
+    if (frame_ != nullptr && rect == rect_ && size == size_ && grid == gridCode_) {
         return orv::kCodeOk;
     }
     Clear();

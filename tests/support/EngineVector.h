@@ -47,7 +47,8 @@ std::vector<Sample> SamplesOf(const std::vector<std::vector<long>>& rows) {
     return samples;
 }
 
-// `init(src, rect, size, srcStride, bits, dst, dstStride, grid, param)` and `calculate()` are one pair of an engine's calls.
+// `init(src, rect, size, srcStride, bits, dst, dstStride, grid, param)` and `calculate()` are one pair of an engine's
+// calls.
 template <class Source, class Result, class Init, class Calculate>
 void CompareWithExpected(const Vector& vector, const Init& init, const Calculate& calculate) {
     const std::vector<long> rect = vector.Ints("rect"), size = vector.Ints("size");
@@ -81,8 +82,7 @@ void CheckEngineVector(const std::string& path) {
     const std::string& entry = vector.values.at("entry");
     if (entry == "8u") {
         CompareWithExpected<unsigned char, unsigned char>(
-            vector, [&](auto... arguments) { return engine8.Init(arguments...); },
-            [&] { return engine8.Calculate(); });
+            vector, [&](auto... arguments) { return engine8.Init(arguments...); }, [&] { return engine8.Calculate(); });
     } else if (entry == "16u") {
         CompareWithExpected<unsigned short, unsigned short>(
             vector, [&](auto... arguments) { return engine16.Init(arguments...); },
