@@ -85,13 +85,12 @@ def fit(rows, xs, concave, power, offset):
             low, high = 0, 0.0
         if x == 4095:
             high = v + 0.3
-        bounds.append((c, low, high, 1.0))
+        bounds.append((c, low, high))
     for i in range(n):
-        top = xs[-1]
-        scale = (xs[i] + 24.0)
-        bounds.append(([evaluate(xs, *b, xs[i])[1] * scale for b in basis], 0.002 * scale, 1e30, 1.0))
+        scale = xs[i] + 24.0
+        bounds.append(([evaluate(xs, *b, xs[i])[1] * scale for b in basis], 0.002 * scale, 1e30))
         if concave:
-            bounds.append(([b[1][i] * scale * scale for b in basis], -1e30, 0.0, 1.0))
+            bounds.append(([b[1][i] * scale * scale for b in basis], -1e30, 0.0))
     hessian = [[0.0] * n for _ in range(n)]
     for i in range(n - 1):
         h = xs[i + 1] - xs[i]
@@ -105,17 +104,15 @@ def fit(rows, xs, concave, power, offset):
         for _ in range(60):
             a = [row[:] for row in hessian]
             b = [0.0] * n
-            active = 0
-            for c, low, high, w in bounds:
+            for c, low, high in bounds:
                 v = sum(p * q for p, q in zip(c, ys))
                 if low <= v <= high and low != high:
                     continue
-                active += 1
                 goal = low if v <= low else high
                 for r in range(n):
-                    b[r] += penalty * w * c[r] * goal
+                    b[r] += penalty * c[r] * goal
                     for k in range(n):
-                        a[r][k] += penalty * w * c[r] * c[k]
+                        a[r][k] += penalty * c[r] * c[k]
             for r in range(n):
                 a[r][r] += 1e-9
                 b[r] += 1e-9 * ys[r]
@@ -173,7 +170,7 @@ def draw():
             for x in (64, 256, 1024, 2048, 4095):
                 out.append('<text x="%.0f" y="%d" text-anchor="middle">%d</text>' % (px(x), oy + size + 14, x))
             for y in (low, high):
-                out.append('<text x="%d" y="%.0f" text-anchor="end">%.3g</text>' % (ox - 4, py(y) + 4, y))
+                out.append('<text x="%d" y="%.0f" text-anchor="end">%.4g</text>' % (ox - 4, py(y) + 4, y))
             path = " ".join("%.1f,%.1f" % (px(x), py(y)) for x, y in points)
             out.append('<polyline points="%s" fill="none" stroke="#06c"/>' % path)
             if column == 0:

@@ -24,19 +24,19 @@ ORV_ALWAYS_INLINE int32_t TruncateToInt32(float x) {
     return x == x ? r : 0;
 }
 
-// The same, limited to [0, high], in fewer steps.
-ORV_ALWAYS_INLINE int32_t TruncateToRange(float x, int32_t high) {
-    const float limit = static_cast<float>(high);
-    const float c = x > 0.0F ? x : 0.0F;
-    return static_cast<int32_t>(c < limit ? c : limit);
+// Clamp(TruncateToInt32(x), low, high) for whole bounds, 0 <= low <= high < 2^31, with low for not-a-number when low is
+// 0; in single precision bounds of at most 24 bits. Bounding before the conversion leaves nothing to saturate, which is
+// cheaper in row functions.
+ORV_ALWAYS_INLINE int32_t TruncateClamped(double x, double low, double high) {
+    x = x > low ? x : low;
+    return static_cast<int32_t>(x < high ? x : high);
 }
-ORV_ALWAYS_INLINE int32_t TruncateToRange(double x, int32_t high) {
-    const double limit = high;
-    const double c = x > 0.0 ? x : 0.0;
-    return static_cast<int32_t>(c < limit ? c : limit);
+ORV_ALWAYS_INLINE int32_t TruncateClamped(float x, float low, float high) {
+    x = x > low ? x : low;
+    return static_cast<int32_t>(x < high ? x : high);
 }
 
-// The same for numbers of at least -2^31.
+// TruncateToInt32 for numbers of at least -2^31.
 ORV_ALWAYS_INLINE int32_t TruncateFromAbove(float x) {
     return x < 2147483648.0F ? static_cast<int32_t>(x) : 2147483647;
 }

@@ -10,7 +10,7 @@ using orv::Abs;
 using orv::Clamp;
 using orv::Elements;
 using orv::Fma;
-using orv::TruncateToRange;
+using orv::TruncateClamped;
 
 namespace {
 
@@ -23,7 +23,7 @@ struct Matrix {
 
 // One colour of the matrix product, green first.
 ORV_ALWAYS_INLINE int Mix(float r, float g, float b, float kr, float kg, float kb) {
-    return TruncateToRange(Fma(b, kb, Fma(r, kr, g * kg)), 4095);
+    return TruncateClamped(Fma(b, kb, Fma(r, kr, g * kg)), 0.0F, 4095.0F);
 }
 
 ORV_ALWAYS_INLINE float LinearOf(int pan, int diff, const int32_t* linearTable) {
@@ -111,7 +111,7 @@ ORV_ALWAYS_INLINE void SharpenRowBody(const short* fullPan, const int* tone, con
     }
 #pragma omp simd
     for (int k = 0; k < 3 * n; ++k) {
-        rgb[k] = static_cast<unsigned char>(TruncateToRange(static_cast<float>(rgb[k]) + detail[k], 255));
+        rgb[k] = static_cast<unsigned char>(TruncateClamped(static_cast<float>(rgb[k]) + detail[k], 0.0F, 255.0F));
     }
 }
 ORV_ROW_FUNCTION(SharpenRow,

@@ -6,7 +6,7 @@
 using orv::Abs;
 using orv::Clamp;
 using orv::Elements;
-using orv::TruncateToRange;
+using orv::TruncateClamped;
 
 namespace {
 
@@ -45,7 +45,7 @@ ORV_ALWAYS_INLINE void BlendRowBody(const WorkRow& work, const int32_t* gammaTab
         const int b = static_cast<short>(Abs(lapA[x]) + 1 + 2 * Abs(gradB[x]));
         // Products and sum are exact, fused or not.
         const double sum = a * (predB[x] * 0.125) + (predA[x] * 0.125) * b;
-        estimate[x] = static_cast<short>(TruncateToRange(sum / (a + b), 4095));
+        estimate[x] = static_cast<short>(TruncateClamped(sum / (a + b), 0.0, 4095.0));
     }
 #pragma omp simd
     for (int x = 0; x < n; ++x) {

@@ -5,8 +5,8 @@
 using orv::AppendLog;
 using orv::Clamp;
 using orv::Elements;
+using orv::TruncateClamped;
 using orv::TruncateToInt32;
-using orv::TruncateToRange;
 
 const int32_t pgprCFA[4][4] = {{3, 7, 3, 5}, {8, 4, 6, 4}, {3, 9, 3, 7}, {10, 4, 8, 4}};
 const int32_t pbpgCFA[4][4] = {{3, 9, 3, 7}, {10, 4, 8, 4}, {3, 7, 3, 5}, {8, 4, 6, 4}};
@@ -35,7 +35,7 @@ ORV_ROW_FUNCTION(GlobalGain, (short* data, int n, float gain), (data, n, gain))
 
 ORV_ALWAYS_INLINE short Balanced(short sample, float gain) {
     const float product = static_cast<float>(sample) * gain;
-    return static_cast<short>(TruncateToRange(static_cast<double>(product) + 0.5, 4095));
+    return static_cast<short>(TruncateClamped(static_cast<double>(product) + 0.5, 0.0, 4095.0));
 }
 
 // One row of the frame to one row each of the planes of its even and of its odd columns. `gain` by column & 3.

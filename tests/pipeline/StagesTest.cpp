@@ -239,6 +239,11 @@ struct DriverRun {
         buffers.fullPan = memory[6].data();
         buffers.mode = 0;
     }
+    // In place: the record points at the samples.
+    void FillWithNoise(uint64_t seed, uint32_t top) {
+        const auto noise = NoiseSamples<uint16_t>(seed, sensor.size(), top);
+        std::copy(noise.begin(), noise.end(), sensor.begin());
+    }
     int32_t sum;
 };
 
@@ -257,7 +262,7 @@ TEST(ImageProcess, TellsItsSizes) {
 TEST(ImageProcess, FitsItsBuffersExactlyAndLogsTheCheckNumber) {
     for (const int w : {4, 8, 40}) {
         DriverRun run(w, 12);
-        run.sensor = NoiseSamples<uint16_t>(31, run.sensor.size(), 4095);
+        run.FillWithNoise(31, 4095);
         run.param.colorRadius0 = run.param.panRadius0 = 1;
         ASSERT_EQ(Api_ImageProcess(&run.param, &run.buffers), 0);
         char expected[64];
@@ -291,7 +296,7 @@ TEST(ImageProcess, StopsAtAFailingStage) {
 TEST(ImageProcess, MonoDropsTheDifferencesOnlyAtOne) {
     const auto result = [](int mono, float gain) {
         DriverRun run(32, 16);
-        run.sensor = NoiseSamples<uint16_t>(32, run.sensor.size(), 3000);
+        run.FillWithNoise(32, 3000);
         run.param.monoEnable = mono;
         run.param.globalGain = gain;
         EXPECT_EQ(Api_ImageProcess(&run.param, &run.buffers), 0);
