@@ -25,10 +25,20 @@ ORV_ALWAYS_INLINE int32_t TruncateToInt32(float x) {
 }
 
 // Clamp(TruncateToInt32(x), low, high) for whole bounds, 0 <= low <= high < 2^31, with low for not-a-number when low is
-// 0. Bounding before the conversion leaves nothing to saturate, which is cheaper in row functions.
+// 0; in single precision bounds of at most 24 bits. Bounding before the conversion leaves nothing to saturate, which is
+// cheaper in row functions.
 ORV_ALWAYS_INLINE int32_t TruncateClamped(double x, double low, double high) {
     x = x > low ? x : low;
     return static_cast<int32_t>(x < high ? x : high);
+}
+ORV_ALWAYS_INLINE int32_t TruncateClamped(float x, float low, float high) {
+    x = x > low ? x : low;
+    return static_cast<int32_t>(x < high ? x : high);
+}
+
+// TruncateToInt32 for numbers of at least -2^31.
+ORV_ALWAYS_INLINE int32_t TruncateFromAbove(float x) {
+    return x < 2147483648.0F ? static_cast<int32_t>(x) : 2147483647;
 }
 
 // Fused multiply-add, a * b + c rounded once. The builtin becomes one instruction inside row functions compiled
