@@ -85,13 +85,12 @@ def fit(rows, xs, concave, power, offset):
             low, high = 0, 0.0
         if x == 4095:
             high = v + 0.3
-        bounds.append((c, low, high, 1.0))
+        bounds.append((c, low, high))
     for i in range(n):
-        top = xs[-1]
-        scale = (xs[i] + 24.0)
-        bounds.append(([evaluate(xs, *b, xs[i])[1] * scale for b in basis], 0.002 * scale, 1e30, 1.0))
+        scale = xs[i] + 24.0
+        bounds.append(([evaluate(xs, *b, xs[i])[1] * scale for b in basis], 0.002 * scale, 1e30))
         if concave:
-            bounds.append(([b[1][i] * scale * scale for b in basis], -1e30, 0.0, 1.0))
+            bounds.append(([b[1][i] * scale * scale for b in basis], -1e30, 0.0))
     hessian = [[0.0] * n for _ in range(n)]
     for i in range(n - 1):
         h = xs[i + 1] - xs[i]
@@ -105,17 +104,15 @@ def fit(rows, xs, concave, power, offset):
         for _ in range(60):
             a = [row[:] for row in hessian]
             b = [0.0] * n
-            active = 0
-            for c, low, high, w in bounds:
+            for c, low, high in bounds:
                 v = sum(p * q for p, q in zip(c, ys))
                 if low <= v <= high and low != high:
                     continue
-                active += 1
                 goal = low if v <= low else high
                 for r in range(n):
-                    b[r] += penalty * w * c[r] * goal
+                    b[r] += penalty * c[r] * goal
                     for k in range(n):
-                        a[r][k] += penalty * w * c[r] * c[k]
+                        a[r][k] += penalty * c[r] * c[k]
             for r in range(n):
                 a[r][r] += 1e-9
                 b[r] += 1e-9 * ys[r]
@@ -132,13 +129,65 @@ def check(rows, xs, ys):
     for x, v in rows.items():
         got = evaluate(xs, ys, ms, x)[0]
         if int(got + 0.5) != v:
-            print("  row", x, "wants", v, "has", got)
-    print("  least slope", min(evaluate(xs, ys, ms, x / 2)[1] for x in range(8190)), "curvatures",
-          ["%.3g" % (m * (x + 24)**2) for m, x in zip(ms, xs)])
+            sys.exit("row %d wants %d, has %f" % (x, v, got))
+    if min(evaluate(xs, ys, ms, x / 2)[1] for x in range(8190)) <= 0:
+        sys.exit("the curve does not rise")
+
+
+def knots_in_source():
+    with open(SOURCE) as f:
+        text = f.read()
+    for name, curve in CURVES.items():
+        body = re.search(name + r"\[\] = \{(.*?)\};", text, re.S).group(1)
+        pairs = re.findall(r"\{([\d.]+), ([\d.]+)\}", body)
+        yield name, curve[0], [float(x) for x, _ in pairs], [float(y) for _, y in pairs]
+
+
+def draw():
+    """Curve with its fixed rows, then the first and second difference of the curve over relative steps."""
+    size, gap, left, top = 300, 70, 60, 40
+    columns = ("value", "first difference over 1", "second difference over (x + 24) / 8")
+    out = []
+    for row, (name, rows, xs, ys) in enumerate(knots_in_source()):
+        check(rows, xs, ys)
+        ms = curvatures(xs, ys)
+        at = lambda x: evaluate(xs, ys, ms, x)[0]
+        grid = [4095 * (i / 400)**2 for i in range(401)]  # samples and axis by the square root
+        second = []
+        for x in grid:
+            h = (x + 24) / 8
+            if h <= x <= 4095 - h:
+                second.append((x, at(x + h) - 2 * at(x) + at(x - h)))
+        panels = ([(x, at(x)) for x in grid], [(x, evaluate(xs, ys, ms, x)[1]) for x in grid], second)
+        for column, points in enumerate(panels):
+            ox, oy = left + column * (size + gap), top + row * (size + gap)
+            low, high = min(0.0, min(y for _, y in points)), max(0.0, max(y for _, y in points))
+            px = lambda x: ox + size * (x / 4095)**0.5
+            py = lambda y: oy + size * (high - y) / (high - low)
+            out.append('<rect x="%d" y="%d" width="%d" height="%d" fill="none" stroke="#999"/>' % (ox, oy, size, size))
+            out.append('<text x="%d" y="%d">%s, %s</text>' %
+                       (ox, oy - 8, {"kToneKnots12": "Tonescale12Table12"}.get(name, "Tonescale12"), columns[column]))
+            for x in (64, 256, 1024, 2048, 4095):
+                out.append('<text x="%.0f" y="%d" text-anchor="middle">%d</text>' % (px(x), oy + size + 14, x))
+            for y in (low, high):
+                out.append('<text x="%d" y="%.0f" text-anchor="end">%.4g</text>' % (ox - 4, py(y) + 4, y))
+            path = " ".join("%.1f,%.1f" % (px(x), py(y)) for x, y in points)
+            out.append('<polyline points="%s" fill="none" stroke="#06c"/>' % path)
+            if column == 0:
+                for x, y in rows.items():
+                    out.append('<circle cx="%.1f" cy="%.1f" r="2" fill="#c30"/>' % (px(x), py(y)))
+    width, height = left + 3 * (size + gap), top + 2 * (size + gap)
+    with open(os.path.join(HERE, "tone-tables.svg"), "w") as f:
+        f.write('<svg xmlns="http://www.w3.org/2000/svg" width="%d" height="%d" font-family="sans-serif" '
+                'font-size="11">\n<rect width="100%%" height="100%%" fill="#fff"/>\n%s\n</svg>\n' %
+                (width, height, "\n".join(out)))
 
 
 if __name__ == "__main__":
-    for name, (rows, xs, *how) in CURVES.items():
-        ys = [round(y, 4) for y in fit(rows, xs, *how)]
-        print(name, ", ".join("{%d, %s}" % p for p in zip(xs, ys)))
-        check(rows, xs, ys)
+    if "--fit" in sys.argv:
+        for name, (rows, xs, *how) in CURVES.items():
+            ys = [abs(round(y, 4)) for y in fit(rows, xs, *how)]
+            check(rows, xs, ys)
+            print(name, ", ".join("{%d, %s}" % p for p in zip(xs, ys)))
+    else:
+        draw()
