@@ -1,0 +1,25 @@
+# Install tree: libraries, headers, the CMake package OrvDemosaicing (target Orv::Demosaicing) and a pkg-config file.
+include(CMakePackageConfigHelpers)
+
+set(ORV_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/OrvDemosaicing)
+set(ORV_INSTALLED OrvDemosaicing)
+if(TARGET OrvMisc)
+  list(APPEND ORV_INSTALLED OrvMisc)
+  install(FILES misc/OrvParamStorage.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orv)
+endif()
+install(TARGETS ${ORV_INSTALLED} EXPORT OrvDemosaicingTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES include/OrvImage.h include/OrvComponent.h include/OrvBayer.h include/OrvTrueSense.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orv)
+install(EXPORT OrvDemosaicingTargets NAMESPACE Orv:: DESTINATION ${ORV_CMAKE_DIR})
+
+configure_package_config_file(cmake/OrvDemosaicingConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/OrvDemosaicingConfig.cmake INSTALL_DESTINATION ${ORV_CMAKE_DIR})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/OrvDemosaicingConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/OrvDemosaicingConfig.cmake
+              ${PROJECT_BINARY_DIR}/OrvDemosaicingConfigVersion.cmake DESTINATION ${ORV_CMAKE_DIR})
+
+# From lib/pkgconfig back to the prefix, so that the tree may be moved.
+file(RELATIVE_PATH ORV_PC_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+configure_file(cmake/OrvDemosaicing.pc.in ${PROJECT_BINARY_DIR}/OrvDemosaicing.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/OrvDemosaicing.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -60,6 +60,64 @@ ORV_API uint32_t OrvBayer_AllocData(OrvBayer* component, _OrvImage const* source
 // OrvBayer::ReleaseData; null is accepted.
 ORV_API void OrvBayer_ReleaseData(OrvBayer* component);
 
+// Converts one frame without a component; a call with algorithm 1 allocates its engine's planes anew. Reentrant.
+//
+// `algorithm`: 0 bilinear, 1 adaptive, 2 edge-aware; any other number converts nothing and returns 0. Records and
+// returned words as OrvBayer::ConvertImage.
+ORV_API uint32_t BayerToColor(_OrvImage const* source, _OrvImage* destination, int algorithm);
+
+// The same on bare buffers of the caller. `size` is the source's size; `rect.width` by `rect.height` pixels are
+// written, `rect.x` and `rect.y` are not read. Strides are in bytes, `pattern` is 0 GR, 1 RG, 2 BG, 3 GB. Every member
+// writes three packed channels per pixel, also the C1C4R ones.
+//
+// Return 0, the words of BayerToColor, or 0x80050007 for a pattern above 3.
+
+// 8 bits; `bitDepth` must be 8.
+ORV_API uint32_t BayerToRGB_8u_C1C3R(unsigned char const* source, _OrvRect rect, _OrvSize size, int sourceStride,
+                                     int bitDepth, unsigned char* destination, int destinationStride,
+                                     unsigned char pattern, int algorithm);
+ORV_API uint32_t BayerToRGB_8u_C1C4R(unsigned char const* source, _OrvRect rect, _OrvSize size, int sourceStride,
+                                     int bitDepth, unsigned char* destination, int destinationStride,
+                                     unsigned char pattern, int algorithm);
+ORV_API uint32_t BayerToBGR_8u_C1C3R(unsigned char const* source, _OrvRect rect, _OrvSize size, int sourceStride,
+                                     int bitDepth, unsigned char* destination, int destinationStride,
+                                     unsigned char pattern, int algorithm);
+ORV_API uint32_t BayerToBGR_8u_C1C4R(unsigned char const* source, _OrvRect rect, _OrvSize size, int sourceStride,
+                                     int bitDepth, unsigned char* destination, int destinationStride,
+                                     unsigned char pattern, int algorithm);
+
+// Samples of 16 bits; `bitDepth` is 10, 12, 14 or 16 (0x80050007 else) and the scale of the result.
+ORV_API uint32_t BayerToRGB_16u_C1C3R(unsigned short const* source, _OrvRect rect, _OrvSize size, int sourceStride,
+                                      int bitDepth, unsigned short* destination, int destinationStride,
+                                      unsigned char pattern, int algorithm);
+ORV_API uint32_t BayerToRGB_16u_C1C4R(unsigned short const* source, _OrvRect rect, _OrvSize size, int sourceStride,
+                                      int bitDepth, unsigned short* destination, int destinationStride,
+                                      unsigned char pattern, int algorithm);
+ORV_API uint32_t BayerToBGR_16u_C1C3R(unsigned short const* source, _OrvRect rect, _OrvSize size, int sourceStride,
+                                      int bitDepth, unsigned short* destination, int destinationStride,
+                                      unsigned char pattern, int algorithm);
+ORV_API uint32_t BayerToBGR_16u_C1C4R(unsigned short const* source, _OrvRect rect, _OrvSize size, int sourceStride,
+                                      int bitDepth, unsigned short* destination, int destinationStride,
+                                      unsigned char pattern, int algorithm);
+
+// The same, then cut to the top 8 of `bitDepth` bits. Meant for square frames, which come out exact: the 16-bit rows in
+// between are `rect.height` pixels apart (C1C3R 6 bytes each, C1C4R 8), so in wider frames a row's tail holds the start
+// of the next one, and OpenCV refuses algorithms 0 and 2 (0x80050001) where such a row does not fit. C1C4R writes
+// 4 * `rect.width` bytes a row, of which the first 3 * `rect.width` are the pixels. A `destinationStride` below 1
+// writes nothing. 0x80050009 without memory.
+ORV_API uint32_t BayerToRGB_16u8u_C1C3R(unsigned short const* source, _OrvRect rect, _OrvSize size, int sourceStride,
+                                        int bitDepth, unsigned char* destination, int destinationStride,
+                                        unsigned char pattern, int algorithm);
+ORV_API uint32_t BayerToRGB_16u8u_C1C4R(unsigned short const* source, _OrvRect rect, _OrvSize size, int sourceStride,
+                                        int bitDepth, unsigned char* destination, int destinationStride,
+                                        unsigned char pattern, int algorithm);
+ORV_API uint32_t BayerToBGR_16u8u_C1C3R(unsigned short const* source, _OrvRect rect, _OrvSize size, int sourceStride,
+                                        int bitDepth, unsigned char* destination, int destinationStride,
+                                        unsigned char pattern, int algorithm);
+ORV_API uint32_t BayerToBGR_16u8u_C1C4R(unsigned short const* source, _OrvRect rect, _OrvSize size, int sourceStride,
+                                        int bitDepth, unsigned char* destination, int destinationStride,
+                                        unsigned char pattern, int algorithm);
+
 }  // extern "C"
 
 #endif

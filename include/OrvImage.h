@@ -16,24 +16,24 @@
 // One frame. The caller owns the record and the pixel memory it points at; no call keeps a pointer to
 // either after it has returned. `size`, `version` and the reserved fields are not tested on input.
 struct _OrvImage {
-    uint32_t size;         // size of this record in bytes, 96
-    uint32_t version;      // record layout, 0x20000
-    uint32_t pixelType;    // pixel type word, see OrvPixelType
-    int32_t bitDepth;      // significant bits of a sample: 8, 10, 12, 14 or 16
-    uint32_t reserved0;    // 0
-    uint32_t reserved1;    // 0
-    uint32_t reserved2;    // 0
-    uint32_t reserved3;    // 0
-    uint32_t reserved4;    // 0
-    int32_t width;         // pixels
-    int32_t height;        // pixels
-    int32_t imageSize;     // height times stride, bytes
-    int32_t stride;        // bytes from one row to the next, whatever the sample width
-    uint64_t reserved5;    // 0
-    uint64_t reserved6;    // 0
-    uint64_t reserved7;    // 0
-    void* data;            // first pixel of the frame
-    uint64_t reserved8;    // 0
+    uint32_t size;       // size of this record in bytes, 96
+    uint32_t version;    // record layout, 0x20000
+    uint32_t pixelType;  // pixel type word, see OrvPixelType
+    int32_t bitDepth;    // significant bits of a sample: 8, 10, 12, 14 or 16
+    uint32_t reserved0;  // 0
+    uint32_t reserved1;  // 0
+    uint32_t reserved2;  // 0
+    uint32_t reserved3;  // 0
+    uint32_t reserved4;  // 0
+    int32_t width;       // pixels
+    int32_t height;      // pixels
+    int32_t imageSize;   // height times stride, bytes
+    int32_t stride;      // bytes from one row to the next, whatever the sample width
+    uint64_t reserved5;  // 0
+    uint64_t reserved6;  // 0
+    uint64_t reserved7;  // 0
+    void* data;          // first pixel of the frame
+    uint64_t reserved8;  // 0
 };
 
 // Rectangle in pixels.
@@ -60,9 +60,9 @@ inline bool operator!=(_OrvSize& a, _OrvSize& b) { return !(a == b); }
 enum OrvPixelType : uint32_t {
     // Bayer mosaics, named by the top-left 2 by 2 cell: GR is  G R / B G.
     OrvPixelBayerGR8 = 0x0308010Du,
-    OrvPixelBayerRG8 = 0x0308010Eu,   // R G / G B
-    OrvPixelBayerGB8 = 0x0308010Fu,   // G B / R G
-    OrvPixelBayerBG8 = 0x03080110u,   // B G / G R
+    OrvPixelBayerRG8 = 0x0308010Eu,  // R G / G B
+    OrvPixelBayerGB8 = 0x0308010Fu,  // G B / R G
+    OrvPixelBayerBG8 = 0x03080110u,  // B G / G R
     OrvPixelBayerGR10 = 0x03100211u,
     OrvPixelBayerRG10 = 0x03100212u,
     OrvPixelBayerGB10 = 0x03100213u,

@@ -9,14 +9,9 @@
 // Settings of the TrueSense engines. Inside a component every field but `toneTable` is the parameter of the
 // same name. On and off are 1 and 0. By algorithm number:
 //
-//     all      normalizationEnable, horMirrored, verMirrored, RR to BB, toneTable
-//     0 to 3   threads_num
-//     1, 3     impulseFilterEnable
-//     1, 3, 4  redGain, greenGain, blueGain, panGain
-//     3        sharpnessEnable
-//     3, 4     the rest, but ISOPanSlope and ISOPanIntercept, which 4 alone reads
-//
-// Algorithm 4 always runs both filters.
+//     0, 4  normalizationEnable, horMirrored, verMirrored, RR to BB, toneTable
+//     0     threads_num
+//     4     the rest, but impulseFilterEnable and sharpnessEnable: it always runs both filters
 struct tagTrueSenseParam {
     long threads_num;          // size of the OpenMP team of a conversion; 0: the process's default
     long normalizationEnable;  // 1: spread 16-bit results over the full 16 bits (off for 8-bit sources of components)
@@ -30,14 +25,14 @@ struct tagTrueSenseParam {
     double greenGain;
     double blueGain;
     double panGain;
-    double globalGain;         // factor on the whole frame, applied above 1.0; must be above 0
-    double analogGain;         // gain of the exposure, the place between the rows of the noise model below
-    double ISOAnalogGain_0;    // abscissae of the noise model: analog gains, ascending
+    double globalGain;       // factor on the whole frame, applied above 1.0; must be above 0
+    double analogGain;       // gain of the exposure, the place between the rows of the noise model below
+    double ISOAnalogGain_0;  // abscissae of the noise model: analog gains, ascending
     double ISOAnalogGain_1;
     double ISOAnalogGain_2;
     double ISOAnalogGain_3;
     double ISOAnalogGain_4;
-    double ISOPanSlope_0;      // noise variance of pan: slope over the 12-bit signal
+    double ISOPanSlope_0;  // noise variance of pan: slope over the 12-bit signal
     double ISOPanSlope_1;
     double ISOPanSlope_2;
     double ISOPanSlope_3;
@@ -47,29 +42,29 @@ struct tagTrueSenseParam {
     double ISOPanIntercept_2;
     double ISOPanIntercept_3;
     double ISOPanIntercept_4;
-    double ISOColorSlope_0;    // noise variance of colour: slope over the 12-bit signal
+    double ISOColorSlope_0;  // noise variance of colour: slope over the 12-bit signal
     double ISOColorSlope_1;
     double ISOColorSlope_2;
     double ISOColorSlope_3;
     double ISOColorSlope_4;
-    double ISOColorIntercept_0;// and intercept
+    double ISOColorIntercept_0;  // and intercept
     double ISOColorIntercept_1;
     double ISOColorIntercept_2;
     double ISOColorIntercept_3;
     double ISOColorIntercept_4;
-    long panRadius0;           // spacing of the pan noise filter's passes, half-size pixels; 0: no pass
+    long panRadius0;  // spacing of the pan noise filter's passes, half-size pixels; 0: no pass
     long panRadius1;
     long panRadius2;
-    double panSigma0;          // their thresholds, multiples of the noise deviation
+    double panSigma0;  // their thresholds, multiples of the noise deviation
     double panSigma1;
     double panSigma2;
-    long colorRadius0;         // the same for colour, spacing in cells of the half-size mosaic
+    long colorRadius0;  // the same for colour, spacing in cells of the half-size mosaic
     long colorRadius1;
     long colorRadius2;
     double colorSigma0;
     double colorSigma1;
     double colorSigma2;
-    double RR;                 // colour matrix, row by row: red from red, green, blue, and so on
+    double RR;  // colour matrix, row by row: red from red, green, blue, and so on
     double RG;
     double RB;
     double GR;
@@ -91,9 +86,8 @@ struct tagTrueSenseParam {
 //
 // Parameters: `TrueSenseAlgType`, `NoRealloc` (0 or 1, without effect), then the fields of tagTrueSenseParam from
 // `threads_num` to `lowLumaNoise`. `TrueSenseAlgType` chooses the engine: 0 fast integer reconstruction (the default),
-// 1 the pipeline cut to fixed integer stencils, 2 reduction to a half-size Bayer frame, 3 the pipeline with noise model
-// and sharpening in 12 bits, 4 its reference form, in 8 bits and mostly on one thread. 5 and 6 are accepted as values
-// and fail every conversion.
+// 4 the reference pipeline with noise model, cleaning and sharpening, in 8 bits and mostly on one thread. Other numbers
+// have no engine in this version and fail every conversion.
 //
 // Source: one of the 64 TrueSense words (OrvPixelTrueSense). Destination: from 8-bit sources the four 8-bit
 // words; from deeper ones the 8-bit words and all eight 16-bit words. The fourth channel of RGBA and BGRA

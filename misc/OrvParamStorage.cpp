@@ -68,8 +68,8 @@ bool Parse(const char* text, T* value) {
     return result.ec == std::errc() && result.ptr == end && text != end;
 }
 
-// True for a printf format with exactly one conversion, fit for a `long` ("%ld", "%5lx") or a `double` ("%.3f"), so that
-// a format from outside can't read arguments that are not there.
+// True for a printf format with exactly one conversion, fit for a `long` ("%ld", "%5lx") or a `double` ("%.3f"), so
+// that a format from outside can't read arguments that are not there.
 bool FormatFits(const char* format, bool isFloat) {
     int conversions = 0;
     for (const char* p = format; *p != '\0'; ++p) {

@@ -17,12 +17,12 @@ struct _OrvStParam {
     int32_t type;   // 0 integer, 2 float
     int32_t flags;  // 3: may be read and written
     char name[256];
-    uint8_t reserved0[40];         // 0
+    uint8_t reserved0[40];  // 0
     _OrvStParamValue defaultValue;
-    _OrvStParamValue minValue;     // enforced for integers only
+    _OrvStParamValue minValue;  // enforced for integers only
     _OrvStParamValue maxValue;
-    uint64_t reserved1;            // 0
-    void* value;                   // the bound variable: a `long` or a `double`
+    uint64_t reserved1;  // 0
+    void* value;         // the bound variable: a `long` or a `double`
 };
 
 // The container. Getters read and setters write the bound variables, so both sides stay in step.

@@ -64,17 +64,38 @@ int PixelTypeToBayerType(unsigned pixelType, int algorithm, bool isBGR) {
     return algorithm == 2 ? codes.edgeAware : codes.plain;
 }
 
-void ConvertWithOpenCv(const _OrvImage& source, const _OrvImage& destination, int code) {
+void ConvertWithOpenCv(const _OrvImage& source, const _OrvImage& destination, int code, PackedFrames& scratch) {
     // A matrix header of a negative size is not checked by OpenCV on every path.
     if (source.width < 0 || source.height < 0 || destination.width < 0 || destination.height < 0) {
         CV_Error(cv::Error::StsBadSize, "negative frame size");
     }
     const int depth = orv::HasByteSamples(source.pixelType) ? CV_8U : CV_16U;
-    const cv::Mat from(source.height, source.width, CV_MAKETYPE(depth, 1), source.data,
-                       static_cast<size_t>(source.stride));
+    cv::Mat from(source.height, source.width, CV_MAKETYPE(depth, 1), source.data, static_cast<size_t>(source.stride));
     cv::Mat to(destination.height, destination.width, CV_MAKETYPE(depth, 3), destination.data,
                static_cast<size_t>(destination.stride));
-    cv::cvtColor(from, to, code, 0);
+    const bool edgeAware = code >= cv::COLOR_BayerBG2BGR_EA;
+    if (!edgeAware || to.size() != from.size()) {
+        cv::cvtColor(from, to, code, 0);
+        return;
+    }
+    if (!from.isContinuous()) {
+        from.copyTo(scratch.source);
+        from = scratch.source;
+    }
+    if (to.isContinuous()) {
+        cv::cvtColor(from, to, code, 0);
+    } else {
+        cv::cvtColor(from, scratch.destination, code, 0);
+        scratch.destination.copyTo(to);
+    }
+}
+
+uint32_t ConvertWithEngine(DemosaicingIPP& engine, const _OrvImage& source, _OrvImage& destination) {
+    int code = engine.Init(&destination, &source);
+    if (code == orv::kCodeOk) {
+        code = engine.Calculate();
+    }
+    return orv::StatusOf(orv::kFamilyBayer, code);
 }
 
 OrvBayerImp::OrvBayerImp() : OrvComponentImp(orv::kFamilyBayer) {
@@ -93,7 +114,20 @@ int OrvBayerImp::Algorithm() {
     if (orv::IsContainerFailure(GetParamInt(name, &algorithm))) {
         return 0;
     }
-    return algorithm == 2 ? 2 : 0;
+    return algorithm >= 0 && algorithm <= 2 ? static_cast<int>(algorithm) : 0;
+}
+
+DemosaicingIPP& OrvBayerImp::Engine(bool byteSamples) {
+    if (byteSamples) {
+        if (engine8_ == nullptr) {
+            engine8_ = std::make_unique<DemosaicingIPP_8>();
+        }
+        return *engine8_;
+    }
+    if (engine16_ == nullptr) {
+        engine16_ = std::make_unique<DemosaicingIPP_16>();
+    }
+    return *engine16_;
 }
 
 uint32_t OrvBayerImp::ConvertImage(_OrvImage const* source, _OrvImage* destination) {
@@ -101,13 +135,21 @@ uint32_t OrvBayerImp::ConvertImage(_OrvImage const* source, _OrvImage* destinati
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument);
     }
     const int algorithm = Algorithm();
-    const int code =
-        PixelTypeToBayerType(source->pixelType, algorithm, g_isBGR[destination->pixelType & 0xFFU] == 5);
+    const int code = PixelTypeToBayerType(source->pixelType, algorithm, g_isBGR[destination->pixelType & 0xFFU] == 5);
     if (code == -1) {
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument);
     }
+    const bool byteSamples = orv::HasByteSamples(source->pixelType);
+    if (byteSamples) {
+        engine16_.reset();
+    } else {
+        engine8_.reset();
+    }
     try {
-        ConvertWithOpenCv(*source, *destination, code);
+        if (algorithm == 1) {
+            return ConvertWithEngine(Engine(byteSamples), *source, *destination);
+        }
+        ConvertWithOpenCv(*source, *destination, code, packed_);
     } catch (const cv::Exception&) {
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeOpenCv);
     }
@@ -119,13 +161,21 @@ uint32_t OrvBayerImp::AllocData(_OrvImage const* source, _OrvImage* destination)
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument);
     }
     ReleaseData();
-    if (PixelTypeToBayerType(source->pixelType, Algorithm(), false) == -1) {
+    const int algorithm = Algorithm();
+    if (PixelTypeToBayerType(source->pixelType, algorithm, false) == -1) {
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument);
+    }
+    if (algorithm == 1) {
+        Engine(orv::HasByteSamples(source->pixelType));
     }
     return 0;
 }
 
-void OrvBayerImp::ReleaseData() {}
+void OrvBayerImp::ReleaseData() {
+    packed_ = PackedFrames();
+    engine8_.reset();
+    engine16_.reset();
+}
 
 OrvBayer* OrvBayer::CreateComponent() { return new OrvBayerImp; }
 void OrvBayer::DeleteComponent(OrvBayer* component) { delete component; }

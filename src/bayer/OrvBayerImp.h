@@ -1,7 +1,11 @@
 #ifndef ORV_BAYER_ORVBAYERIMP_H
 #define ORV_BAYER_ORVBAYERIMP_H
 
+#include <memory>
+#include <opencv2/core.hpp>
+
 #include "OrvBayer.h"
+#include "bayer/DemosaicingIPP.h"
 #include "component/OrvComponentImp.h"
 
 // Entry 5 at the serials of the BGR words; any other destination word counts as RGB. Filled once by FillIsBGR.
@@ -15,7 +19,16 @@ int PixelTypeToBayerType(unsigned pixelType, int algorithm, bool isBGR);
 
 // Algorithms 0 and 2: cv::cvtColor with `code` between the two frames in place, in the source's sample width. Throws
 // cv::Exception. A destination of another size than the source's keeps its pixels.
-void ConvertWithOpenCv(const _OrvImage& source, const _OrvImage& destination, int code);
+//
+// The edge-aware conversion of OpenCV 4.6 takes rows as packed, whatever their step. So rows with padding go through
+// `scratch`, which is kept from frame to frame.
+struct PackedFrames {
+    cv::Mat source, destination;
+};
+void ConvertWithOpenCv(const _OrvImage& source, const _OrvImage& destination, int code, PackedFrames& scratch);
+
+// Algorithm 1: one frame through `engine`. Throws cv::Exception.
+uint32_t ConvertWithEngine(DemosaicingIPP& engine, const _OrvImage& source, _OrvImage& destination);
 
 class OrvBayerImp : public OrvBayer, private OrvComponentImp {
 public:
@@ -28,11 +41,17 @@ public:
     void ReleaseData() override;
 
 private:
-    // The algorithm in force; anything that no engine serves is 0.
+    // The algorithm in force; a number out of range is 0.
     int Algorithm();
+    // The engine of this sample width, built when there is none.
+    DemosaicingIPP& Engine(bool byteSamples);
 
     long algType_ = 0;
     long noRealloc_ = 0;
+    PackedFrames packed_;
+    // At most one of the two lives.
+    std::unique_ptr<DemosaicingIPP_8> engine8_;
+    std::unique_ptr<DemosaicingIPP_16> engine16_;
 };
 
 #endif

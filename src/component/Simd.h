@@ -35,12 +35,12 @@ void SetSimdLevel(SimdLevel level);
 
 // `params` and `args` are parenthesised lists: ORV_ROW_FUNCTION(AddRows, (const int* a, int* b, int n), (a, b, n))
 #if defined(__x86_64__)
-#define ORV_ROW_FUNCTION(name, params, args)                                               \
-    static void name##Baseline params { name##Body args; }                                 \
-    ORV_TARGET_AVX2 static void name##Avx2 params { name##Body args; }                     \
-    static inline void name params {                                                       \
+#define ORV_ROW_FUNCTION(name, params, args)                                                 \
+    static void name##Baseline params { name##Body args; }                                   \
+    ORV_TARGET_AVX2 static void name##Avx2 params { name##Body args; }                       \
+    static inline void name params {                                                         \
         static void(*const table[::orv::kSimdLevels]) params = {name##Baseline, name##Avx2}; \
-        table[static_cast<int>(::orv::SimdLevelInForce())] args;                           \
+        table[static_cast<int>(::orv::SimdLevelInForce())] args;                             \
     }
 #else
 #define ORV_ROW_FUNCTION(name, params, args) \
@@ -50,21 +50,27 @@ void SetSimdLevel(SimdLevel level);
 // The same for a body template: ORV_ROW_TEMPLATE((class T, int Shift), (T, Shift), Name, (...), (...)).
 #define ORV_UNPACK_(...) __VA_ARGS__
 #if defined(__x86_64__)
-#define ORV_ROW_TEMPLATE(tparams, targs, name, params, args)                                       \
-    template <ORV_UNPACK_ tparams>                                                                 \
-    static void name##Baseline params { name##Body<ORV_UNPACK_ targs> args; }                      \
-    template <ORV_UNPACK_ tparams>                                                                 \
-    ORV_TARGET_AVX2 static void name##Avx2 params { name##Body<ORV_UNPACK_ targs> args; }          \
-    template <ORV_UNPACK_ tparams>                                                                 \
-    static inline void name params {                                                               \
-        static void(*const table[::orv::kSimdLevels]) params = {name##Baseline<ORV_UNPACK_ targs>, \
-                                                                name##Avx2<ORV_UNPACK_ targs>};    \
-        table[static_cast<int>(::orv::SimdLevelInForce())] args;                                   \
+#define ORV_ROW_TEMPLATE(tparams, targs, name, params, args)                             \
+    template <ORV_UNPACK_ tparams>                                                       \
+    static void name##Baseline params {                                                  \
+        name##Body<ORV_UNPACK_ targs> args;                                              \
+    }                                                                                    \
+    template <ORV_UNPACK_ tparams>                                                       \
+    ORV_TARGET_AVX2 static void name##Avx2 params {                                      \
+        name##Body<ORV_UNPACK_ targs> args;                                              \
+    }                                                                                    \
+    template <ORV_UNPACK_ tparams>                                                       \
+    static inline void name params {                                                     \
+        static void(*const table[::orv::kSimdLevels])                                    \
+            params = {name##Baseline<ORV_UNPACK_ targs>, name##Avx2<ORV_UNPACK_ targs>}; \
+        table[static_cast<int>(::orv::SimdLevelInForce())] args;                         \
     }
 #else
 #define ORV_ROW_TEMPLATE(tparams, targs, name, params, args) \
     template <ORV_UNPACK_ tparams>                           \
-    static inline void name params { name##Body<ORV_UNPACK_ targs> args; }
+    static inline void name params {                         \
+        name##Body<ORV_UNPACK_ targs> args;                  \
+    }
 #endif
 
 #endif

@@ -40,10 +40,10 @@ struct GridGeometry {
 // 8, 10, 12, 14, 16.
 int InputShift(int bits, bool* ok);
 
-// Offsets, in samples from the first sample of a region, of a mirrored or plain walk over it. The flags reverse the axis
-// they name. A negative stride negates row and column offsets alike, so rows run forward and columns backward.
+// Offsets, in samples from the first sample of a region, of a mirrored or plain walk over it. The flags reverse the
+// axis they name. A negative stride negates row and column offsets alike, so rows run forward and columns backward.
 struct RegionWalk {
-    ptrdiff_t rowStart, rowStep;    // offset of row y: rowStart + y * rowStep
+    ptrdiff_t rowStart, rowStep;        // offset of row y: rowStart + y * rowStep
     ptrdiff_t columnStart, columnStep;  // offset of column x: columnStart + x * columnStep
 
     // `x`, `y` the region's origin in the buffer, `stride` in samples, `channels` samples per pixel.
@@ -56,7 +56,7 @@ struct RegionWalk {
 // samples.
 template <class T>
 uint32_t ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridGeometry& geometry, int16_t* plane,
-                int planeStep);
+                    int planeStep);
 
 }  // namespace orv
 

@@ -157,7 +157,7 @@ TEST_F(Tool, SixteenBitFilesKeepTheirByteOrderAndScale) {
     const std::string big = Write("be.bin", FlatBayer(9, 6, 0x0A12, 0x0304, 0x00F0, 2, true));
     const std::string pgm = Write("be.pgm", "P5 9 6 4095\n" + FlatBayer(9, 6, 0x0A12, 0x0304, 0x00F0, 2, true));
     const std::string common = "--raw-values -w BayerRG12 ";
-    EXPECT_EQ(RunTool(common + "--size 9x6 -a 1 -o " + Path("1.png") + " " + little).code, 0);
+    EXPECT_EQ(RunTool(common + "--size 9x6 -a 0 -o " + Path("1.png") + " " + little).code, 0);
     EXPECT_EQ(RunTool(common + "--size 9x6 --big-endian -a 2 -o " + Path("2.png") + " --raw " + big).code, 0);
     EXPECT_EQ(RunTool(common + "-o " + Path("3.png") + " " + pgm).code, 0);
     for (const char* name : {"1.png", "2.png", "3.png"}) {

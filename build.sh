@@ -1,0 +1,71 @@
+#!/usr/bin/env bash
+# Sets up, builds and runs everything on a Debian 12 machine.
+#
+#     ./build.sh demo       installs what is missing, builds, renders the example tool's scene and converts it
+#     ./build.sh test       installs what is missing, builds with warnings as errors, passes the tests
+#     ./build.sh sanitize   the tests under the address and undefined-behaviour sanitizers
+#     ./build.sh lint       clang-format and clang-tidy
+#     ./build.sh bench      the table of speeds relative to OpenCV's bilinear conversion
+#
+# ORV_TEST_VECTORS and ORV_TEST_FRAMES name folders of extra test data; tests that want them skip without.
+set -euo pipefail
+cd "$(dirname "$0")"
+jobs=$(nproc)
+
+# need PACKAGE...: installs those that are missing.
+need() {
+    local missing=()
+    for package in "$@"; do
+        dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return
+    local sudo=()
+    [ "$(id -u)" -eq 0 ] || sudo=(sudo)
+    "${sudo[@]}" apt-get update -qq
+    "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
+}
+
+library="g++ cmake ninja-build libopencv-core-dev libopencv-imgproc-dev"
+tool="libopencv-imgcodecs-dev libcli11-dev"
+tests="libgtest-dev libbenchmark-dev pkg-config binutils"
+
+build() { # build PRESET [cmake options]
+    local preset=$1
+    shift
+    cmake --preset "$preset" "$@" >"/tmp/orv-configure-$preset.log" 2>&1 || { cat "/tmp/orv-configure-$preset.log"; exit 1; }
+    cmake --build --preset "$preset" -j "$jobs"
+}
+
+case "${1:-}" in
+demo)
+    need $library $tool
+    build release -DORV_BUILD_TESTS=OFF -DORV_BUILD_BENCH=OFF
+    build/release/examples/orv-convert --output demo.png --sheet demo-sheet.png
+    echo "See demo.png and demo-sheet.png."
+    ;;
+test)
+    need $library $tool $tests
+    build ci
+    ctest --preset ci -j "$jobs"
+    ;;
+sanitize)
+    need $library $tool $tests
+    build sanitize
+    ctest --preset sanitize -j "$jobs"
+    ;;
+lint)
+    need $library $tool $tests clang-format clang-tidy
+    git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
+    build ci
+    git ls-files 'src/*.cpp' 'misc/*.cpp' 'examples/*.cpp' | xargs -P "$jobs" -n 2 clang-tidy --quiet -p build/ci
+    ;;
+bench)
+    need $library $tool $tests
+    build release -DORV_BUILD_BENCH=ON
+    build/release/bench/orv_bench_table "${@:2}"
+    ;;
+*)
+    sed -n '2,10s/^# \{0,1\}//p' "$0"
+    exit 1
+    ;;
+esac

@@ -1,0 +1,262 @@
+#include "bayer/DemosaicingIPPSums.h"
+
+#include <algorithm>
+
+#include "component/Simd.h"
+
+namespace orv {
+
+namespace {
+
+constexpr int kCentre = kMaxRadius;
+
+// Sums over windows of half-width H; `rows` has the gradient rows around the centre, `p` is the column parity of the
+// centre's row. Rows at an odd distance have their sites between those of the centre's row.
+template <int H, bool Both>
+ORV_ALWAYS_INLINE void BoxRowBody(const uint16_t* const* rows, int p, uint16_t* same, uint16_t* between, int k0, int k1,
+                                  uint16_t* out) {
+    constexpr int kSame = H / 2;
+    constexpr int kOdd = (H - 1) | 1;  // the farthest odd distance; unused for H 0
+    const uint16_t* s0 = rows[kCentre];
+    const uint16_t* s1 = rows[kCentre - (H >= 2 ? 2 : 0)];
+    const uint16_t* s2 = rows[kCentre + (H >= 2 ? 2 : 0)];
+    const uint16_t* s3 = rows[kCentre - (H >= 4 ? 4 : 0)];
+    const uint16_t* s4 = rows[kCentre + (H >= 4 ? 4 : 0)];
+#pragma omp simd
+    for (int k = k0 - kSame; k < k1 + kSame; ++k) {
+        int sum = s0[k];
+        if (H >= 2) {
+            sum += s1[k] + s2[k];
+        }
+        if (H >= 4) {
+            sum += s3[k] + s4[k];
+        }
+        same[k] = static_cast<uint16_t>(sum);
+    }
+    if (Both && H >= 1) {
+        const uint16_t* b0 = rows[kCentre - (H >= 1 ? 1 : 0)];
+        const uint16_t* b1 = rows[kCentre + (H >= 1 ? 1 : 0)];
+        const uint16_t* b2 = rows[kCentre - (H >= 3 ? 3 : 0)];
+        const uint16_t* b3 = rows[kCentre + (H >= 3 ? 3 : 0)];
+        const int last = k1 + (kOdd + 1) / 2 - 1 + p;
+#pragma omp simd
+        for (int k = k0 - (kOdd + 1) / 2 + p; k < last; ++k) {
+            int sum = b0[k] + b1[k];
+            if (H >= 3) {
+                sum += b2[k] + b3[k];
+            }
+            between[k] = static_cast<uint16_t>(sum);
+        }
+    }
+    const uint16_t* left = between + p - 1;
+    const uint16_t* right = between + p;
+#pragma omp simd
+    for (int k = k0; k < k1; ++k) {
+        int sum = same[k];
+        if (H >= 2) {
+            sum += same[k - 1] + same[k + 1];
+        }
+        if (H >= 4) {
+            sum += same[k - 2] + same[k + 2];
+        }
+        if (Both && H >= 1) {
+            sum += left[k] + right[k];
+        }
+        if (Both && H >= 3) {
+            sum += left[k - 1] + right[k + 1];
+        }
+        out[k] = static_cast<uint16_t>(sum);
+    }
+}
+ORV_ROW_TEMPLATE((int H, bool Both), (H, Both), BoxRow,
+                 (const uint16_t* const* rows, int p, uint16_t* same, uint16_t* between, int k0, int k1, uint16_t* out),
+                 (rows, p, same, between, k0, k1, out))
+
+template <bool Both>
+void BoxRowOf(int h, const uint16_t* const* rows, int p, uint16_t* same, uint16_t* between, int k0, int k1,
+              uint16_t* out) {
+    switch (h) {
+    case 0: BoxRow<0, Both>(rows, p, same, between, k0, k1, out); break;
+    case 1: BoxRow<1, Both>(rows, p, same, between, k0, k1, out); break;
+    case 2: BoxRow<2, Both>(rows, p, same, between, k0, k1, out); break;
+    case 3: BoxRow<3, Both>(rows, p, same, between, k0, k1, out); break;
+    default: BoxRow<4, Both>(rows, p, same, between, k0, k1, out); break;
+    }
+}
+
+// next = above + prefix
+ORV_ALWAYS_INLINE void AddRowsBody(const float* above, const float* prefix, int n, float* next) {
+#pragma omp simd
+    for (int k = 0; k < n; ++k) {
+        next[k] = above[k] + prefix[k];
+    }
+}
+ORV_ROW_FUNCTION(AddRows, (const float* above, const float* prefix, int n, float* next), (above, prefix, n, next))
+
+// ((bottom right - bottom left) - top right) + top left
+ORV_ALWAYS_INLINE void WindowDifferenceBody(const float* bottomRight, const float* bottomLeft, const float* topRight,
+                                            const float* topLeft, int k0, int k1, float* out) {
+#pragma omp simd
+    for (int k = k0; k < k1; ++k) {
+        out[k] = ((bottomRight[k] - bottomLeft[k]) - topRight[k]) + topLeft[k];
+    }
+}
+ORV_ROW_FUNCTION(WindowDifference,
+                 (const float* bottomRight, const float* bottomLeft, const float* topRight, const float* topLeft,
+                  int k0, int k1, float* out),
+                 (bottomRight, bottomLeft, topRight, topLeft, k0, k1, out))
+
+}  // namespace
+
+void WindowSums<uint8_t>::Create(int width, int height) {
+    width_ = width;
+    height_ = height;
+    first_.Create(kRing, width / 2);
+    second_.Create(kRing, width / 2);
+    zero_.Create(1, width / 2);
+    column_.Create(2, width / 2);
+}
+
+void WindowSums<uint8_t>::Start(int q, bool bothParities) {
+    q_ = q;
+    bothParities_ = bothParities;
+    next_ = 0;
+    std::fill(firstRows_, firstRows_ + kRing, zero_[0]);
+    std::fill(secondRows_, secondRows_ + kRing, zero_[0]);
+}
+
+void WindowSums<uint8_t>::Push(bool zero, const float*, const float*) {
+    const int slot = next_++ % kRing;
+    firstRows_[slot] = zero ? zero_[0] : first_[slot];
+    secondRows_[slot] = zero ? zero_[0] : second_[slot];
+}
+
+void WindowSums<uint8_t>::Row(int r, int h, int k0, int k1, Sum* a, Sum* b) {
+    const int p = (r + q_) & 1;
+    const auto box = bothParities_ ? BoxRowOf<true> : BoxRowOf<false>;
+    const Gradient* rows[2 * kMaxRadius + 1] = {};
+    const auto collect = [&](const Gradient* const* ring) {
+        for (int d = -h; d <= h; ++d) {
+            rows[kCentre + d] = ring[(r + d) % kRing];
+        }
+        return rows;
+    };
+    box(h, collect(firstRows_), p, column_[0], column_[1], k0, k1, a);
+    box(h, collect(secondRows_), p, column_[0], column_[1], k0, k1, b);
+}
+
+WindowSums<uint8_t>::Sum WindowSums<uint8_t>::Total(const Gradient* const* rows, int r, int c, int h) const {
+    const int bottom = std::min(r + h, height_ - 1);
+    const int right = std::min(c + h, width_ - 1);
+    int sum = 0;
+    for (int y = r - h; y <= bottom; ++y) {
+        const Gradient* row = rows[y % kRing];
+        // Sites of this row within [c - h, right].
+        const int p = (y + q_) & 1;
+        for (int k = (c - h - p + 1) >> 1; k <= (right - p) >> 1; ++k) {
+            sum += row[k];
+        }
+    }
+    return static_cast<Sum>(sum);
+}
+
+void WindowSums<uint8_t>::Site(int r, int c, int h, Sum* a, Sum* b) const {
+    *a = Total(firstRows_, r, c, h);
+    *b = Total(secondRows_, r, c, h);
+}
+
+void WindowSums<uint16_t>::Integral::Create(int width, int frameHeight) {
+    height = frameHeight;
+    even.Create(kRing, width / 2 + 1);
+    odd.Create(kRing, width / 2 + 1);
+}
+
+void WindowSums<uint16_t>::Integral::Start() {
+    // Row 0 is zero. The first element of every even row stays so.
+    slot = 0;
+    evenRows[0] = even[0];
+    oddRows[0] = odd[0];
+}
+
+void WindowSums<uint16_t>::Integral::Add(int y, const float* atEven, const float* atOdd, int n, float* prefixEven,
+                                         float* prefixOdd) {
+    const float* aboveEven = evenRows[y % kRing];
+    const float* aboveOdd = oddRows[y % kRing];
+    if (atEven == nullptr && atOdd == nullptr) {
+        evenRows[(y + 1) % kRing] = aboveEven;
+        oddRows[(y + 1) % kRing] = aboveOdd;
+        return;
+    }
+    float sum = 0.0F;
+    for (int k = 0; k < n; ++k) {
+        sum += atEven == nullptr ? 0.0F : atEven[k];
+        prefixEven[k] = sum;
+        sum += atOdd == nullptr ? 0.0F : atOdd[k];
+        prefixOdd[k] = sum;
+    }
+    // Slot 0 keeps the zeros of row 0.
+    slot = slot % (kRing - 1) + 1;
+    float* nextEven = even[slot];
+    float* nextOdd = odd[slot];
+    AddRows(aboveOdd, prefixEven, n, nextOdd);
+    AddRows(aboveEven + 1, prefixOdd, n, nextEven + 1);
+    evenRows[(y + 1) % kRing] = nextEven;
+    oddRows[(y + 1) % kRing] = nextOdd;
+}
+
+float WindowSums<uint16_t>::Integral::Window(int top, int bottom, int left, int right) const {
+    const auto at = [this](int y, int x) { return ((x & 1) == 0 ? evenRows : oddRows)[y % kRing][x >> 1]; };
+    return ((at(bottom, right) - at(bottom, left)) - at(top, right)) + at(top, left);
+}
+
+void WindowSums<uint16_t>::Integral::Row(int r, int h, int p, int k0, int k1, Sum* out) const {
+    // Columns c - h and c + h + 1 of the sites c = 2 * k + p have opposite parities.
+    const float* const* rightRows = ((p + h) & 1) == 0 ? oddRows : evenRows;
+    const float* const* leftRows = ((p + h) & 1) == 0 ? evenRows : oddRows;
+    const int right = (p + h + 1) >> 1;
+    const int left = (p - h) >> 1;
+    const int top = (r - h) % kRing;
+    const int bottom = std::min(r + h + 1, height) % kRing;
+    WindowDifference(rightRows[bottom] + right, leftRows[bottom] + left, rightRows[top] + right, leftRows[top] + left,
+                     k0, k1, out);
+}
+
+void WindowSums<uint16_t>::Create(int width, int height) {
+    width_ = width;
+    height_ = height;
+    first_.Create(width, height);
+    second_.Create(width, height);
+    gradients_.Create(4, width / 2);
+}
+
+void WindowSums<uint16_t>::Start(int q, bool) {
+    q_ = q;
+    next_ = 0;
+    first_.Start();
+    second_.Start();
+}
+
+void WindowSums<uint16_t>::Push(bool zero, const float* leakAtSites, const float* leakBetween) {
+    const int y = next_++;
+    const int n = width_ / 2;
+    const bool sitesEven = ((y + q_) & 1) == 0;
+    const float* a = zero ? nullptr : gradients_[0];
+    const float* b = zero ? leakAtSites : gradients_[1];
+    first_.Add(y, sitesEven ? a : nullptr, sitesEven ? nullptr : a, n, gradients_[2], gradients_[3]);
+    second_.Add(y, sitesEven ? b : leakBetween, sitesEven ? leakBetween : b, n, gradients_[2], gradients_[3]);
+}
+
+void WindowSums<uint16_t>::Row(int r, int h, int k0, int k1, Sum* a, Sum* b) {
+    const int p = (r + q_) & 1;
+    first_.Row(r, h, p, k0, k1, a);
+    second_.Row(r, h, p, k0, k1, b);
+}
+
+void WindowSums<uint16_t>::Site(int r, int c, int h, Sum* a, Sum* b) const {
+    const int bottom = std::min(r + h + 1, height_);
+    const int right = std::min(c + h + 1, width_);
+    *a = first_.Window(r - h, bottom, c - h, right);
+    *b = second_.Window(r - h, bottom, c - h, right);
+}
+
+}  // namespace orv

@@ -1,0 +1,120 @@
+// Sums of a pair of gradients over square windows, for the adaptive Bayer engines.
+//
+// Gradients stand on the sites of one checkerboard half and are zero elsewhere. Their rows enter from the top; the last
+// ones stay within reach of windows of half-width 4.
+#ifndef ORV_BAYER_DEMOSAICINGIPPSUMS_H
+#define ORV_BAYER_DEMOSAICINGIPPSUMS_H
+
+#include "bayer/SplitPlane.h"
+
+namespace orv {
+
+constexpr int kMaxRadius = 4;
+// Rows within reach, a power of two above 2 * kMaxRadius + 1.
+constexpr int kRing = 16;
+
+template <class T>
+class WindowSums;
+
+// 8-bit samples: sums are small integers, taken straight from the gradients.
+template <>
+class WindowSums<uint8_t> {
+public:
+    using Gradient = uint16_t;
+    using Sum = uint16_t;  // at most 41 * 255
+    struct Kept {
+        void Create(int, int) {}
+        Sum* Row(int, int, Sum* scratch) const { return scratch; }
+        const float* Leak(int, int) const { return nullptr; }
+    };
+
+    void Create(int width, int height);
+    // Starts a pass over half `q`. `bothParities`: rows at an odd distance count too, otherwise they are all zero.
+    void Start(int q, bool bothParities);
+
+    // Where the next row's gradients go, at the index of their sites.
+    Gradient* NextFirst() { return first_[next_ % kRing]; }
+    Gradient* NextSecond() { return second_[next_ % kRing]; }
+    // Ends the next row: gradients stand at both places, or are all zero. The leaks do not exist at this width.
+    void Push(bool zero, const float* leakAtSites, const float* leakBetween);
+
+    // Window sums of the sites [k0, k1) of row r, all of half-width h, windows within the frame.
+    void Row(int r, int h, int k0, int k1, Sum* a, Sum* b);
+    // Window sums of the site (r, c); the window may reach beyond the right and the lower edge.
+    void Site(int r, int c, int h, Sum* a, Sum* b) const;
+
+private:
+    Sum Total(const Gradient* const* rows, int r, int c, int h) const;
+
+    int width_ = 0;
+    int height_ = 0;
+    int q_ = 0;
+    bool bothParities_ = true;
+    int next_ = 0;
+    RowArray<Gradient> first_;
+    RowArray<Gradient> second_;
+    RowArray<Gradient> zero_;
+    const Gradient* firstRows_[kRing] = {};
+    const Gradient* secondRows_[kRing] = {};
+    RowArray<Gradient> column_;  // sums over the rows of a window at even and at odd distance
+};
+
+// 16-bit samples: differences of single-precision integral images. Integrals above 2^24 round, so their order of
+// additions is part of the results: along the row first, then from the top.
+template <>
+class WindowSums<uint16_t> {
+public:
+    using Gradient = float;
+    using Sum = float;
+
+    // One plane that is never cleared between passes or frames: second sums of the smallest window at the sites of the
+    // last pass over a half, zero on the border and before the first.
+    struct Kept {
+        SplitPlane<float> sums;
+        void Create(int width, int height) { sums.Create(height, width); }
+        Sum* Row(int q, int r, Sum*) { return sums.Row(q, r); }
+        const float* Leak(int q, int r) const { return sums.Row(q, r); }
+    };
+
+    void Create(int width, int height);
+    void Start(int q, bool bothParities);
+
+    Gradient* NextFirst() { return gradients_[0]; }
+    Gradient* NextSecond() { return gradients_[1]; }
+    // As above. The second gradient can have `leakAtSites` in place of a row of zeros, and `leakBetween` on the pixels
+    // between the sites; null for zeros.
+    void Push(bool zero, const float* leakAtSites, const float* leakBetween);
+
+    void Row(int r, int h, int k0, int k1, Sum* a, Sum* b);
+    void Site(int r, int c, int h, Sum* a, Sum* b) const;
+
+private:
+    // Rows of an integral image, split by column parity: column x at index x / 2.
+    struct Integral {
+        RowArray<float> even;
+        RowArray<float> odd;
+        const float* evenRows[kRing];
+        const float* oddRows[kRing];
+        int slot;
+        int height;
+
+        void Create(int width, int frameHeight);
+        void Start();
+        // Row y + 1 from row y and the row's gradients at even and at odd columns, null for zeros.
+        void Add(int y, const float* atEven, const float* atOdd, int n, float* prefixEven, float* prefixOdd);
+        float Window(int top, int bottom, int left, int right) const;
+        void Row(int r, int h, int p, int k0, int k1, Sum* out) const;
+    };
+
+    int width_ = 0;
+    int height_ = 0;
+    int q_ = 0;
+    int next_ = 0;
+    Integral first_;
+    Integral second_;
+    RowArray<float> gradients_;  // two rows of gradients, two of prefix sums
+};
+
+}  // namespace orv
+
+#endif

@@ -1,0 +1,65 @@
+// Storage of the adaptive Bayer engines.
+#ifndef ORV_BAYER_SPLITPLANE_H
+#define ORV_BAYER_SPLITPLANE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <opencv2/core.hpp>
+
+namespace orv {
+
+// Rows of one length, 64-byte aligned, zero when new. Not at multiples of a large power of two, so that the same column
+// of many rows fits in the cache.
+template <class T>
+class RowArray {
+public:
+    // Keeps rows that have this size already. Throws cv::Exception.
+    void Create(int rows, int columns) {
+        constexpr int kLine = 64 / static_cast<int>(sizeof(T));
+        const int type = sizeof(T) == 1 ? CV_8U : sizeof(T) == 2 ? CV_16U : CV_32F;
+        if (columns > std::numeric_limits<int>::max() - 2 * kLine) {
+            CV_Error(cv::Error::StsNoMem, "row too long");
+        }
+        const int step = (columns + kLine - 1) / kLine * kLine + kLine;
+        if (rows == mat_.rows && step == mat_.cols) {
+            return;
+        }
+        mat_.release();
+        mat_.create(rows, step, type);
+        mat_.setTo(0);
+        data_ = reinterpret_cast<T*>(mat_.data);
+        step_ = step;
+    }
+    T* operator[](int r) { return data_ + static_cast<ptrdiff_t>(r) * step_; }
+    const T* operator[](int r) const { return data_ + static_cast<ptrdiff_t>(r) * step_; }
+
+private:
+    cv::Mat mat_;
+    T* data_ = nullptr;
+    ptrdiff_t step_ = 0;
+};
+
+// A plane as its two checkerboard halves: pixel (r, c) stands in half (r + c) & 1, row r, at index c / 2. So the sites
+// of one colour are neighbours in memory, and all four direct neighbours of a site are in the other half.
+template <class T>
+class SplitPlane {
+public:
+    void Create(int rows, int columns) {
+        half_[0].Create(rows, columns / 2);
+        half_[1].Create(rows, columns / 2);
+    }
+    RowArray<T>& Half(int q) { return half_[q]; }
+    const RowArray<T>& Half(int q) const { return half_[q]; }
+    T* Row(int q, int r) { return half_[q][r]; }
+    const T* Row(int q, int r) const { return half_[q][r]; }
+    T& At(int r, int c) { return half_[(r + c) & 1][r][c >> 1]; }
+    const T& At(int r, int c) const { return half_[(r + c) & 1][r][c >> 1]; }
+
+private:
+    RowArray<T> half_[2];
+};
+
+}  // namespace orv
+
+#endif

@@ -1,0 +1,41 @@
+// No conversion allocates once a frame of its geometry has passed.
+#include <gtest/gtest.h>
+
+#include "OrvBayer.h"
+#include "support/AllocationCounter.h"
+#include "support/Image.h"
+
+namespace {
+
+using orvtest::AllocationCount;
+using orvtest::Image;
+
+TEST(SteadyState, TheCounterSeesAllocations) {
+    const long before = AllocationCount();
+    delete new volatile int(1);
+    EXPECT_GT(AllocationCount(), before);
+}
+
+class BayerSteadyState : public testing::TestWithParam<int> {};
+
+TEST_P(BayerSteadyState, FramesAfterTheFirstAllocateNothing) {
+    OrvBayer* component = OrvBayer_CreateComponent();
+    ASSERT_EQ(OrvSetParam(*OrvBayer_GetComponent(component), "BayerAlgType", GetParam()), 0u);
+    for (const bool wide : {false, true}) {
+        Image source(wide ? OrvPixelBayerGB12 : OrvPixelBayerGB8, wide ? 12 : 8, 322, 242, wide ? 644 : 322);
+        Image destination(wide ? OrvPixelRGB12 : OrvPixelRGB8, wide ? 12 : 8, 322, 242, wide ? 1944 : 978);
+        for (int frame = 0; frame < 2; ++frame) {  // OpenCV settles its own state in the first calls
+            ASSERT_EQ(OrvBayer_ConvertImage(component, &source.record, &destination.record), 0u);
+        }
+        const long before = AllocationCount();
+        for (int frame = 0; frame < 5; ++frame) {
+            OrvBayer_ConvertImage(component, &source.record, &destination.record);
+        }
+        EXPECT_EQ(AllocationCount(), before) << (wide ? "16 bits" : "8 bits");
+    }
+    OrvBayer_DeleteComponent(component);
+}
+
+INSTANTIATE_TEST_SUITE_P(Algorithms, BayerSteadyState, testing::Values(0, 1, 2));
+
+}  // namespace

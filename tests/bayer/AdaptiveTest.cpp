@@ -1,0 +1,238 @@
+// The adaptive Bayer conversion through the component, against the site-by-site reference.
+#include <gtest/gtest.h>
+
+#include <opencv2/imgproc.hpp>
+
+#include "bayer/AdaptiveReference.h"
+#include "bayer/OrvBayerImp.h"
+#include "component/PixelTypes.h"
+#include "component/Simd.h"
+#include "support/Image.h"
+#include "support/Noise.h"
+#include "support/Vector.h"
+
+namespace {
+
+using orvtest::AdaptiveReference;
+using orvtest::Image;
+
+// GR, RG, GB, BG of each depth.
+const uint32_t kFirstWords[] = {OrvPixelBayerGR8, OrvPixelBayerGR10, OrvPixelBayerGR12, OrvPixelBayerGR14,
+                                OrvPixelBayerGR16};
+int DepthOf(int index) { return 8 + 2 * index; }
+
+enum class Content { Noise, Smooth, Zero, Maximum, Spots, Checks };
+const Content kContents[] = {Content::Noise,   Content::Smooth, Content::Zero,
+                             Content::Maximum, Content::Spots,  Content::Checks};
+
+template <class T>
+std::vector<T> Mosaic(Content content, int width, int height, uint32_t top, uint64_t seed) {
+    orvtest::Noise noise(seed);
+    std::vector<T> samples;
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            const uint32_t any = noise.Next();
+            uint32_t sample = any % (top + 1);
+            switch (content) {
+            case Content::Noise: break;
+            case Content::Smooth: sample = static_cast<uint32_t>(x * 3 + y * 5) % (top + 1) / 2 + any % 4; break;
+            case Content::Zero: sample = 0; break;
+            case Content::Maximum: sample = top; break;
+            case Content::Spots: sample = any % 16 == 0 ? top : 0; break;
+            case Content::Checks: sample = (x / 2 + y / 2) % 2 == 0 ? top : 0; break;
+            }
+            samples.push_back(static_cast<T>(sample));
+        }
+    }
+    return samples;
+}
+
+// A component with algorithm 1, and the reference that has seen the same frames.
+template <class T>
+class Pair {
+public:
+    Pair(int width, int height) : reference_(width, height), width_(width), height_(height) {
+        OrvSetParam(*OrvBayer_GetComponent(component_), "BayerAlgType", 1);
+    }
+    ~Pair() { OrvBayer_DeleteComponent(component_); }
+    Pair(const Pair&) = delete;
+    Pair& operator=(const Pair&) = delete;
+
+    // Converts one frame both ways and compares.
+    void Check(uint32_t word, int bitDepth, uint32_t destinationWord, const std::vector<T>& samples) {
+        const int bytes = sizeof(T);
+        const uint32_t pattern = word - FirstWord(word);
+        const int evenWidth = (width_ + 1) / 2 * 2;
+        Image source(word, bitDepth, width_, height_, evenWidth * bytes);
+        for (int y = 0; y < height_; ++y) {
+            std::copy_n(samples.begin() + y * width_, width_, source.Row<T>(y));
+        }
+        Image destination(destinationWord, bitDepth, width_, height_, (width_ * 3 + 5) * bytes);
+        ASSERT_EQ(OrvBayer_ConvertImage(component_, &source.record, &destination.record), 0u);
+        reference_.Convert(samples, pattern % 2 == 0 ? 0 : 1, bitDepth);
+        const bool evenFirst = EvenRowColourFirst(pattern, destinationWord);
+        for (int y = 0; y < height_; ++y) {
+            for (int x = 0; x < width_; ++x) {
+                const T* pixel = destination.Row<T>(y) + 3 * x;
+                auto& first = evenFirst ? reference_.even : reference_.odd;
+                auto& third = evenFirst ? reference_.odd : reference_.even;
+                ASSERT_TRUE(pixel[0] == first(y, x) && pixel[1] == reference_.green(y, x) && pixel[2] == third(y, x))
+                    << width_ << " by " << height_ << ", word " << word << ", row " << y << ", column " << x << ": "
+                    << pixel[0] << ' ' << pixel[1] << ' ' << pixel[2] << ", not " << first(y, x) << ' '
+                    << reference_.green(y, x) << ' ' << third(y, x);
+            }
+        }
+        EXPECT_TRUE(destination.OutsideUntouched(static_cast<size_t>(width_) * 3 * sizeof(T)));
+    }
+
+private:
+    static uint32_t FirstWord(uint32_t word) {
+        for (const uint32_t first : kFirstWords) {
+            if (word >= first && word < first + 4) {
+                return first;
+            }
+        }
+        return word;
+    }
+    static bool EvenRowColourFirst(uint32_t pattern, uint32_t destinationWord) {
+        const bool redOnEvenRows = pattern <= 1;
+        if (sizeof(T) == 1 && destinationWord != OrvPixelRGB8 && destinationWord != OrvPixelBGR8) {
+            return true;
+        }
+        const uint32_t serial = destinationWord & 0xFF;
+        if (serial < 113 || serial > 124) {
+            return true;
+        }
+        return redOnEvenRows == (serial % 2 == 1);
+    }
+
+    AdaptiveReference<T> reference_;
+    int width_, height_;
+    OrvBayer* component_ = OrvBayer_CreateComponent();
+};
+
+const uint32_t kDestinations[] = {OrvPixelRGB8,  OrvPixelBGR8,  OrvPixelRGBA8,   OrvPixelBGRA8,
+                                  OrvPixelRGB12, OrvPixelBGR16, OrvPixelBayerGR8};
+
+// Two frames of every content through one engine; the second one of another mosaic.
+template <class T>
+void CheckSize(int width, int height, uint32_t firstWord, int bitDepth, uint32_t top) {
+    uint64_t seed = static_cast<uint64_t>(width * 1000 + height);
+    for (uint32_t pattern = 0; pattern < 4; ++pattern) {
+        Pair<T> pair(width, height);
+        for (const Content content : kContents) {
+            for (const uint32_t second : {0U, 1U}) {
+                const uint32_t word = firstWord + (pattern + second) % 4;
+                ++seed;
+                pair.Check(word, bitDepth, kDestinations[seed % 7], Mosaic<T>(content, width, height, top, seed));
+                if (testing::Test::HasFatalFailure()) {
+                    return;
+                }
+            }
+        }
+    }
+}
+
+class Level : public testing::TestWithParam<orv::SimdLevel> {
+protected:
+    void SetUp() override { orv::SetSimdLevel(GetParam()); }
+    void TearDown() override { orv::SetSimdLevel(orv::BestSimdLevel()); }
+};
+INSTANTIATE_TEST_SUITE_P(Adaptive, Level, testing::Values(orv::SimdLevel::Baseline, orv::SimdLevel::Avx2));
+
+TEST_P(Level, SmallestFramesEqualTheReference) {
+    for (int height = 1; height <= 13; ++height) {
+        for (int width = 1; width <= 13; ++width) {
+            ASSERT_NO_FATAL_FAILURE(CheckSize<uint8_t>(width, height, OrvPixelBayerGR8, 8, 255));
+            ASSERT_NO_FATAL_FAILURE(CheckSize<uint16_t>(width, height, OrvPixelBayerGR12, 12, 4095));
+        }
+    }
+}
+
+TEST_P(Level, FramesEqualTheReference) {
+    for (const auto& size : {std::pair<int, int>{97, 45}, {64, 33}, {34, 71}}) {
+        ASSERT_NO_FATAL_FAILURE(CheckSize<uint8_t>(size.first, size.second, OrvPixelBayerGR8, 8, 255));
+        for (int depth = 1; depth <= 4; ++depth) {
+            ASSERT_NO_FATAL_FAILURE(CheckSize<uint16_t>(size.first, size.second, kFirstWords[depth], DepthOf(depth),
+                                                        (1U << DepthOf(depth)) - 1));
+        }
+    }
+}
+
+// Integrals far above 2^24, in rows and down the frame.
+TEST_P(Level, RoundingIntegralsEqualTheReference) {
+    ASSERT_NO_FATAL_FAILURE(CheckSize<uint16_t>(1100, 60, OrvPixelBayerGR16, 16, 65535));
+    ASSERT_NO_FATAL_FAILURE(CheckSize<uint16_t>(57, 900, OrvPixelBayerGR16, 16, 65535));
+}
+
+TEST(Adaptive, BoundsFollowTheBitDepthAlone) {
+    for (const int bitDepth : {0, 4, 7, 10, 16, 31}) {
+        ASSERT_NO_FATAL_FAILURE(CheckSize<uint8_t>(20, 16, OrvPixelBayerGR8, bitDepth, 255));
+        ASSERT_NO_FATAL_FAILURE(CheckSize<uint16_t>(20, 16, OrvPixelBayerGR10, bitDepth, 65535));
+    }
+}
+
+// The order of additions that the engine and the reference keep is that of cv::integral.
+TEST(Adaptive, ReferenceIntegralsAreThoseOfOpenCv) {
+    const int width = 613;
+    const int height = 211;
+    orvtest::Noise noise(5);
+    cv::Mat_<float> values(height, width);
+    for (float& value : values) {
+        value = static_cast<float>(noise.Below(1 << 20)) - 1000.0F;
+    }
+    cv::Mat_<float> integral;
+    cv::integral(values, integral, CV_32F);
+    for (int r = 0; r < height; ++r) {
+        float row = 0;
+        for (int c = 0; c < width; ++c) {
+            row += values(r, c);
+            ASSERT_EQ(integral(r + 1, c + 1), integral(r, c + 1) + row) << r << ' ' << c;
+        }
+    }
+}
+
+template <class T>
+void CheckVector(const orvtest::Vector& vector) {
+    const uint32_t word = static_cast<uint32_t>(std::stoul(vector.values.at("sourceWord"), nullptr, 16));
+    const uint32_t destinationWord =
+        static_cast<uint32_t>(std::stoul(vector.values.at("destinationWord"), nullptr, 16));
+    const int bitDepth = static_cast<int>(vector.Int("bitDepth"));
+    const int width = static_cast<int>(vector.Int("width"));
+    const int height = static_cast<int>(vector.Int("height"));
+    Image source(word, bitDepth, width, height, static_cast<int>(vector.Int("sourceStride")));
+    Image destination(destinationWord, bitDepth, width, height, width * 3 * static_cast<int>(sizeof(T)));
+    OrvBayer* component = OrvBayer_CreateComponent();
+    OrvSetParam(*OrvBayer_GetComponent(component), "BayerAlgType", 1);
+    for (size_t frame = 0; frame < vector.sources.size(); ++frame) {
+        for (int y = 0; y < height; ++y) {
+            const auto& row = vector.sources[frame][static_cast<size_t>(y)];
+            std::copy(row.begin(), row.end(), source.Row<T>(y));
+        }
+        ASSERT_EQ(OrvBayer_ConvertImage(component, &source.record, &destination.record), 0u);
+        for (int y = 0; y < height; ++y) {
+            const T* row = destination.Row<T>(y);
+            ASSERT_EQ(std::vector<long>(row, row + width * 3), vector.expected[frame][static_cast<size_t>(y)])
+                << "frame " << frame << ", row " << y;
+        }
+    }
+    OrvBayer_DeleteComponent(component);
+}
+
+TEST(Adaptive, GivenFramesComeOut) {
+    const auto files = orvtest::VectorFiles("bayer_adaptive");
+    if (files.empty()) {
+        GTEST_SKIP();
+    }
+    for (const std::string& file : files) {
+        SCOPED_TRACE(file);
+        const orvtest::Vector vector = orvtest::ReadVector(file);
+        if (vector.Int("bitDepth") == 8) {
+            CheckVector<uint8_t>(vector);
+        } else {
+            CheckVector<uint16_t>(vector);
+        }
+    }
+}
+
+}  // namespace

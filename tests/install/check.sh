@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Installs the build tree to a fresh prefix, builds and runs a stranger's program against it through CMake and through
+# pkg-config, and compares the exported symbols with the list beside this script.
+#
+#     check.sh BUILD_DIR CXX GENERATOR
+set -euo pipefail
+build=$1
+cxx=$2
+generator=$3
+here=$(cd "$(dirname "$0")" && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+cmake --install "$build" --prefix "$work/prefix" >/dev/null
+lib=$(dirname "$(find "$work/prefix" -name 'libOrvDemosaicing.so' | head -n 1)")
+
+nm -D --defined-only -C "$lib/libOrvDemosaicing.so" | awk '$2 == "T" || $2 == "W" || $2 == "B" || $2 == "D" || $2 == "R" || $2 == "V" || $2 == "u" {
+    sub(/^[0-9a-f]+ . /, ""); sub(/@@.*/, ""); print }' | LC_ALL=C sort >"$work/symbols"
+LC_ALL=C sort "$here/exported-symbols.txt" | diff -u - "$work/symbols" || { echo "exported symbols differ"; exit 1; }
+readelf -d "$lib/libOrvDemosaicing.so" | grep -q 'soname: \[libOrvDemosaicing.so.1\]'
+! readelf -d "$lib/libOrvDemosaicing.so" | grep -E 'R(UN)?PATH' | grep -vq '\$ORIGIN'
+
+# Public headers stand alone, from C++11 on.
+for header in "$work"/prefix/include/orv/*.h; do
+    for std in 11 20; do
+        echo "#include \"$header\"" | "$cxx" -std=c++$std -Wall -Wextra -Wpedantic -Werror -fsyntax-only -x c++ -
+    done
+done
+
+cmake -G "$generator" -S "$here/stranger" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_COMPILER="$cxx" >/dev/null
+cmake --build "$work/cmake" >/dev/null
+"$work/cmake/stranger"
+
+export PKG_CONFIG_PATH=$lib/pkgconfig
+# shellcheck disable=SC2046
+"$cxx" -std=c++11 "$here/stranger/main.cpp" -o "$work/stranger" $(pkg-config --cflags --libs OrvDemosaicing)
+LD_LIBRARY_PATH=$lib "$work/stranger"
