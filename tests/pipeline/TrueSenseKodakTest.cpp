@@ -8,27 +8,13 @@
 #include "component/Bands.h"
 #include "component/Simd.h"
 #include "pipeline/Tables.h"
-#include "support/EngineVector.h"
+#include "support/EngineVectors.h"
 #include "support/Image.h"
 #include "support/Noise.h"
 
 namespace {
 
-class KodakVectors : public testing::TestWithParam<std::string> {};
-GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(KodakVectors);
-
-TEST_P(KodakVectors, AreReproduced) { orvtest::CheckEngineVector<TrueSenseKodak>(GetParam()); }
-
-std::vector<std::string> KodakFiles() {
-    std::vector<std::string> files;
-    for (const std::string& file : orvtest::VectorFiles("truesense_kodak_")) {
-        if (file.find("_like_") == std::string::npos) {
-            files.push_back(file);
-        }
-    }
-    return files;
-}
-INSTANTIATE_TEST_SUITE_P(Files, KodakVectors, testing::ValuesIn(KodakFiles()));
+TEST(TrueSenseKodak, GivenFrames) { orvtest::RunVectors<TrueSenseKodak>("truesense_kodak_"); }
 
 tagTrueSenseParam Defaults() {
     tagTrueSenseParam param;
