@@ -7,6 +7,7 @@
 #include "component/PixelTypes.h"
 #include "engines/FastStrips.h"
 #include "pipeline/Tables.h"
+#include "truesense/OutputRows.h"
 
 namespace {
 
@@ -22,19 +23,19 @@ constexpr float kDefaultMatrix[9] = {1.657F, -0.5325F, -0.1245F, -0.106F, 1.443F
 template <class Sample>
 class RegionSink : public orv::ColourRowSink {
 public:
-    RegionSink(const orv::GridGeometry& geometry, const orv::OutputRows<Sample>& output, uint32_t* words)
-        : geometry_(geometry), output_(output), words_(words) {}
+    RegionSink(const orv::GridGeometry& geometry, const orv::OutputRows<Sample>& output, uint16_t* scratch)
+        : geometry_(geometry), output_(output), scratch_(scratch) {}
     void Row(int y, const int16_t* red, const int16_t* green, const int16_t* blue) const override {
         if (y >= geometry_.gridY && y < geometry_.endY) {
             const int x = geometry_.gridX;
-            output_.Write(y - geometry_.gridY, red + x, green + x, blue + x, geometry_.w, words_);
+            output_.Write(y - geometry_.gridY, red + x, green + x, blue + x, geometry_.w, scratch_);
         }
     }
 
 private:
     const orv::GridGeometry& geometry_;
     const orv::OutputRows<Sample>& output_;
-    uint32_t* words_;
+    uint16_t* scratch_;
 };
 
 bool Same(_OrvRect a, _OrvRect b) { return a == b; }
@@ -111,7 +112,7 @@ int TrueSenseToRgb<T>::Prepare(const _OrvRect& rect, const _OrvSize& size, int s
 template <class T>
 bool TrueSenseToRgb<T>::ReserveScratch() {
     workerBytes_ = RoundToCacheLine(orv::StripScratchBytes(geometry_.W)) +
-                   RoundToCacheLine(orv::OutputRows<T>::ScratchWords(geometry_.w) * sizeof(uint32_t));
+                   RoundToCacheLine(orv::OutputRows<T>::ScratchBytes(geometry_.w));
     workers_ = orv::MaxWorkers(geometry_.H, threadsNum_);
     return scratch_.Reserve(workerBytes_ * static_cast<size_t>(workers_));
 }
@@ -137,20 +138,20 @@ void TrueSenseToRgb<T>::Write(Sample* dst, int shift) {
     if (!prepared_ || dst == nullptr) {
         return;
     }
-    table_.Fill(toneTable_, shift, sizeof(Sample) == 1);
+    orv::OutputTable<Sample> table;
+    table.Fill(toneTable_, shift);
     orv::OutputRows<Sample> output;
     output.dst = dst;
-    output.channels = alpha_ ? 4 : 3;
-    output.walk = orv::RegionWalk::Make(0, 0, geometry_.w, geometry_.h, dstStride_, output.channels, horMirrored_ != 0,
+    output.walk = orv::RegionWalk::Make(0, 0, geometry_.w, geometry_.h, dstStride_, alpha_ ? 4 : 3, horMirrored_ != 0,
                                         verMirrored_ != 0);
     output.bgr = bgr_;
     output.matrix = orv::IsIdentity(colorMatrix_) ? nullptr : colorMatrix_;
-    output.table = &table_;
+    output.table = &table;
     orv::ForEachBandWithWorker(geometry_.H, workers_, [&](int worker, int y0, int y1) {
         unsigned char* scratch =
             static_cast<unsigned char*>(scratch_.Data()) + workerBytes_ * static_cast<size_t>(worker);
-        void* words = scratch + RoundToCacheLine(orv::StripScratchBytes(geometry_.W));
-        const RegionSink<Sample> sink(geometry_, output, static_cast<uint32_t*>(words));
+        void* rows = scratch + RoundToCacheLine(orv::StripScratchBytes(geometry_.W));
+        const RegionSink<Sample> sink(geometry_, output, static_cast<uint16_t*>(rows));
         orv::ReconstructStrip(Plane(), geometry_.W, geometry_.H, y0, y1, narrow_, scratch, sink);
     });
 }

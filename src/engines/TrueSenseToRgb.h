@@ -13,7 +13,6 @@
 #include "component/AlignedBuffer.h"
 #include "truesense/GridFrame.h"
 #include "truesense/IDemosaicing.h"
-#include "truesense/OutputRows.h"
 
 template <class T>
 class TrueSenseToRgb : public IDemosaicing, public IDemConvertion<T> {
@@ -81,7 +80,6 @@ private:
     int32_t threadsNum_ = 0, normalizationEnable_ = 0;
     double colorMatrix_[9] = {};  // row by row: red, green, blue results
     int32_t verMirrored_ = 0, horMirrored_ = 0;
-    orv::OutputTable table_;
 };
 
 extern template class TrueSenseToRgb<unsigned char>;

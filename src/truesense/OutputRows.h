@@ -14,13 +14,14 @@ namespace orv {
 // false for a depth outside 8, 10, 12, 14, 16 without `normalize`.
 int OutputShift(int bits, bool normalize, bool* ok);
 
-// Finished samples by 12-bit value.
+// Finished samples of type T by 12-bit value.
+template <class T>
 struct OutputTable {
-    uint32_t entries[4096];
+    T entries[4096];
 
-    // `shift` as of OutputShift; a right shift is that of a signed tone, other tones count as unsigned; the low 8 or 16
-    // bits stay.
-    void Fill(const int16_t* toneTable, int shift, bool byteSamples);
+    // `shift` as of OutputShift; a right shift is that of a signed tone, other tones count as unsigned; the low bits
+    // stay.
+    void Fill(const int16_t* toneTable, int shift);
 };
 
 // True for 1.0 on the diagonal and 0.0 elsewhere.
@@ -31,15 +32,14 @@ template <class T>
 struct OutputRows {
     T* dst;                // first sample of the region
     RegionWalk walk;       // over the region, in samples
-    int channels;          // samples per pixel, 3 or 4
     bool bgr;              // blue first
     const double* matrix;  // nine factors row by row, or null for none; green, red, blue terms are added in this order
-    const OutputTable* table;
+    const OutputTable<T>* table;
 
-    // Room for Write in 32-bit words, for rows of up to `n` pixels.
-    static size_t ScratchWords(int n) { return 2 * static_cast<size_t>(n); }
+    // Bytes of scratch memory that Write needs for rows of `n` pixels.
+    static size_t ScratchBytes(int n) { return 3 * sizeof(uint16_t) * static_cast<size_t>(n); }
     // Row `y` of the region from `n` samples of each plane; values outside 12 bits are clamped.
-    void Write(int y, const int16_t* red, const int16_t* green, const int16_t* blue, int n, uint32_t* scratch) const;
+    void Write(int y, const int16_t* red, const int16_t* green, const int16_t* blue, int n, uint16_t* scratch) const;
 };
 
 }  // namespace orv
