@@ -62,6 +62,7 @@ struct ImageProcessParam {
 };
 
 // Work memory of one run. Sizes are bytes.
+// The order of the fields is the interface. NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct ImageProcessBuffers {
     int32_t mode;  // 1: fill in the sizes and do nothing else
     unsigned char* imageBuffer;

@@ -17,6 +17,7 @@ void AppendLog(LogText_t* log, const char* format, ...) {
     }
     va_list arguments;
     va_start(arguments, format);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start is not seen there
     const int written = std::vsprintf(log->text + log->length, format, arguments);
     va_end(arguments);
     if (written > 0) {
