@@ -255,11 +255,14 @@ SceneImage Expected(const Job& job, bool eightBits, const ColourFrame& frame, Co
 void ConvertJob(const Options& options, const Job& job, bool eightBits, const Progress& progress, Converter* converter,
                 const std::string& output) {
     const SourceWord& word = *job.frame->word;
+    // What is judged and written is the first conversion, as without --repeat.
     ColourFrame result;
+    ColourFrame again;
     std::vector<double> milliseconds;
+    converter->Reset();
     for (int i = 0; i < options.repeat; ++i) {
         const auto start = std::chrono::steady_clock::now();
-        converter->Convert(*job.frame, eightBits, &result);
+        converter->Convert(*job.frame, eightBits, i == 0 ? &result : &again);
         milliseconds.push_back(
             std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
     }
@@ -310,6 +313,7 @@ void WriteSheet(const Options& options, const Job& job, bool eightBits, Converte
     std::vector<SheetColumn> columns;
     for (int algorithm = 0; algorithm < converter->AlgorithmCount(); ++algorithm) {
         converter->SetAlgorithm(algorithm);
+        converter->Reset();
         ColourFrame frame;
         const uint32_t status = converter->TryConvert(*job.frame, eightBits, &frame);
         if (status != 0) {
