@@ -6,7 +6,6 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <iostream>
 #include <optional>
 #include <set>
 
@@ -87,8 +86,10 @@ std::vector<double> Numbers(const std::string& option, const std::string& text, 
         const bool last = numbers.size() == count;
         if (end == at || !std::isfinite(numbers.back()) ||
             (last ? *end != '\0' : *end != separators[numbers.size() - 1])) {
-            Fail(option + ": '" + text + "' is not of the form " + std::to_string(count) + " numbers with '" +
-                 separators + "' between them");
+            std::string message = option;
+            message.append(": '").append(text).append("' is not of the form ").append(std::to_string(count));
+            message.append(" numbers with '").append(separators).append("' between them");
+            Fail(message);
         }
         at = end + 1;
     }
@@ -428,9 +429,7 @@ void Run(const Options& options) {
     }
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int ParseAndRun(int argc, char** argv) {
     Options options;
     CLI::App app(kHelp, "orv-convert");
     app.add_option("inputs", options.inputs, "raw files (.raw, .bin), PGM or PNG mosaics, colour pictures");
@@ -499,14 +498,20 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 1;
     }
-    try {
-        Run(options);
-        if (std::fflush(stdout) != 0) {
-            Fail("standard output could not be written");
-        }
-    } catch (const std::exception& error) {
-        std::cerr << "orv-convert: " << error.what() << std::endl;
-        return 1;
+    Run(options);
+    if (std::fflush(stdout) != 0) {
+        Fail("standard output could not be written");
     }
     return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return ParseAndRun(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "orv-convert: %s\n", error.what());
+    }
+    return 1;
 }
