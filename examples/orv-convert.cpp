@@ -6,7 +6,6 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <iostream>
 #include <optional>
 #include <set>
 
@@ -87,8 +86,10 @@ std::vector<double> Numbers(const std::string& option, const std::string& text, 
         const bool last = numbers.size() == count;
         if (end == at || !std::isfinite(numbers.back()) ||
             (last ? *end != '\0' : *end != separators[numbers.size() - 1])) {
-            Fail(option + ": '" + text + "' is not of the form " + std::to_string(count) + " numbers with '" +
-                 separators + "' between them");
+            std::string message = option;
+            message.append(": '").append(text).append("' is not of the form ").append(std::to_string(count));
+            message.append(" numbers with '").append(separators).append("' between them");
+            Fail(message);
         }
         at = end + 1;
     }
@@ -255,11 +256,14 @@ SceneImage Expected(const Job& job, bool eightBits, const ColourFrame& frame, Co
 void ConvertJob(const Options& options, const Job& job, bool eightBits, const Progress& progress, Converter* converter,
                 const std::string& output) {
     const SourceWord& word = *job.frame->word;
+    // What is judged and written is the first conversion, as without --repeat.
     ColourFrame result;
+    ColourFrame again;
     std::vector<double> milliseconds;
+    converter->Reset();
     for (int i = 0; i < options.repeat; ++i) {
         const auto start = std::chrono::steady_clock::now();
-        converter->Convert(*job.frame, eightBits, &result);
+        converter->Convert(*job.frame, eightBits, i == 0 ? &result : &again);
         milliseconds.push_back(
             std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
     }
@@ -310,6 +314,7 @@ void WriteSheet(const Options& options, const Job& job, bool eightBits, Converte
     std::vector<SheetColumn> columns;
     for (int algorithm = 0; algorithm < converter->AlgorithmCount(); ++algorithm) {
         converter->SetAlgorithm(algorithm);
+        converter->Reset();
         ColourFrame frame;
         const uint32_t status = converter->TryConvert(*job.frame, eightBits, &frame);
         if (status != 0) {
@@ -424,9 +429,7 @@ void Run(const Options& options) {
     }
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int ParseAndRun(int argc, char** argv) {
     Options options;
     CLI::App app(kHelp, "orv-convert");
     app.add_option("inputs", options.inputs, "raw files (.raw, .bin), PGM or PNG mosaics, colour pictures");
@@ -495,14 +498,20 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 1;
     }
-    try {
-        Run(options);
-        if (std::fflush(stdout) != 0) {
-            Fail("standard output could not be written");
-        }
-    } catch (const std::exception& error) {
-        std::cerr << "orv-convert: " << error.what() << std::endl;
-        return 1;
+    Run(options);
+    if (std::fflush(stdout) != 0) {
+        Fail("standard output could not be written");
     }
     return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return ParseAndRun(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "orv-convert: %s\n", error.what());
+    }
+    return 1;
 }
