@@ -97,7 +97,8 @@ struct tagTrueSenseParam {
 // The engine stays from frame to frame, with its planes, until a frame of the other sample width or a change of
 // `TrueSenseAlgType`. Parameters take effect with the next frame.
 //
-// One thread at a time per component; a conversion opens OpenMP teams.
+// One thread at a time per component; a conversion opens OpenMP teams. From deeper sources to 8-bit words algorithm 0
+// leaves a `threads_num` above 0 behind as the calling thread's default team size; else that size is restored.
 class OrvTrueSense {
 public:
     // The parameters. Owned by the component.

@@ -25,18 +25,17 @@ public:
     bool IsThis(IDemosaicing* other) override { return this == other; }
     void SetOutputPixelType(bool alpha, bool bgr) override;
 
-    // Both: 8 for null pixels, 7 for a grid above 15 or `bits` outside 8, 10, 12, 14, 16, 9 when a dimension is
-    // negative, the plane is empty or memory ran out; tested in the order 8, 7 (grid), 9, 7 (bits). A null `param`
-    // stands for the default matrix and tone table. Frames of one geometry keep the memory.
+    // Init and InitRGB: 8 for null pixels, 7 for a grid above 15 or `bits` outside 8, 10, 12, 14, 16, 9 when a
+    // dimension is negative, the plane is empty or memory ran out; tested in the order 8, 7 (grid), 9, 7 (bits). A null
+    // `param` stands for the default matrix and tone table. Frames of one geometry keep the memory.
     int Init(T const* src, _OrvRect rect, _OrvSize size, int srcStride, int bits, T* dst, int dstStride,
              unsigned char grid, tagTrueSenseParam* param) override;
-    // Besides, sets the OpenMP team size to a `threads_num` above 0 and leaves it there.
+    // Calculate and CalculateRGB run at the team size `threads_num` when that is above 0 and restore the former one.
+    // Calculate returns 7, and writes nothing, when `bits` has no output depth and no normalisation is asked for.
+    int Calculate() override;
+    // Besides, InitRGB sets the OpenMP team size to a `threads_num` above 0 and leaves it there.
     int InitRGB(unsigned short const* src, _OrvRect rect, _OrvSize size, int srcStride, int bits, unsigned char* dst,
                 int dstStride, unsigned char grid, tagTrueSenseParam* param) override;
-
-    // Both run at the team size `threads_num` when that is above 0 and restore the former one. Calculate returns 7,
-    // and writes nothing, when `bits` has no output depth and no normalisation is asked for.
-    int Calculate() override;
     int CalculateRGB() override;
 
     // Forgets the geometry; the memory stays for the next Init.
