@@ -95,6 +95,11 @@ std::string Converter::Get(const std::string& name) const {
     return value;
 }
 
+void Converter::Reset() {
+    OrvBayer_ReleaseData(bayer_.get());
+    OrvTrueSense_ReleaseData(truesense_.get());
+}
+
 uint32_t Converter::TryConvert(const Frame& frame, bool eightBits, ColourFrame* out) {
     const SourceWord& word = *frame.word;
     out->bits = word.bits;
@@ -112,7 +117,7 @@ uint32_t Converter::TryConvert(const Frame& frame, bool eightBits, ColourFrame* 
     }
     // The adaptive engine keeps planes of one size.
     if (frame.width != lastWidth_ || frame.height != lastHeight_) {
-        OrvBayer_ReleaseData(bayer_.get());
+        Reset();
         lastWidth_ = frame.width;
         lastHeight_ = frame.height;
     }

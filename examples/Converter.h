@@ -57,6 +57,9 @@ public:
     // Algorithm numbers of the family.
     int AlgorithmCount() const { return trueSense_ ? 5 : 3; }
 
+    // Forgets all earlier frames: an adaptive 16-bit engine lets one frame show in the next.
+    void Reset();
+
     // Converts; `eightBits` asks a TrueSense component for 8-bit colour from deeper frames (Bayer ignores it). `out`
     // keeps its memory from frame to frame. Throws LibraryError.
     void Convert(const Frame& frame, bool eightBits, ColourFrame* out);

@@ -16,9 +16,11 @@ namespace orvtool {
 
 namespace {
 
-// Frames above this are refused before memory is asked for: imageSize of a record is a signed 32-bit byte count.
+// Larger frames are refused before memory is asked for: the bytes of a 16-bit colour result must fit the signed 32 bits
+// of a record's imageSize.
 constexpr int kMaxSide = 65500;
-constexpr int64_t kMaxPixels = int64_t{1} << 29;
+constexpr int64_t kMaxPixels = int64_t{1} << 28;
+constexpr int64_t kMaxImageFile = int64_t{1} << 31;
 
 [[noreturn]] void Fail(const std::string& path, const std::string& what) {
     throw std::runtime_error(path + ": " + what);
@@ -30,7 +32,8 @@ void CheckSize(const std::string& path, int64_t width, int64_t height) {
     }
 }
 
-std::vector<uint8_t> ReadBytes(const std::string& path) {
+// At most `limit` bytes from `offset` on; fewer where the file ends before.
+std::vector<uint8_t> ReadBytes(const std::string& path, int64_t offset, int64_t limit) {
     std::error_code error;
     if (!std::filesystem::is_regular_file(path, error)) {
         Fail(path, error ? error.message() : "not a regular file");
@@ -39,11 +42,11 @@ std::vector<uint8_t> ReadBytes(const std::string& path) {
     if (!file) {
         Fail(path, std::strerror(errno));
     }
-    const std::streamoff size = file.tellg();
-    std::vector<uint8_t> bytes(static_cast<size_t>(std::max<std::streamoff>(0, size)));
-    file.seekg(0);
+    const int64_t size = std::clamp<int64_t>(static_cast<int64_t>(file.tellg()) - offset, 0, limit);
+    std::vector<uint8_t> bytes(static_cast<size_t>(size));
+    file.seekg(offset);
     file.read(reinterpret_cast<char*>(bytes.data()), size);
-    if (file.gcount() != size) {
+    if (size > 0 && file.gcount() != size) {
         Fail(path, "could not be read to its end");
     }
     return bytes;
@@ -61,9 +64,10 @@ RawSamples Unpack(const std::string& path, const std::vector<uint8_t>& bytes, co
     // Compared by division: the products could overflow for absurd numbers.
     if (layout.offset < 0 || layout.offset > size || size - layout.offset < rowBytes ||
         (size - layout.offset - rowBytes) / stride < layout.height - 1) {
-        Fail(path, "the file is too short: " + std::to_string(size) + " bytes for " + std::to_string(layout.width) +
-                       "x" + std::to_string(layout.height) + " samples of " + std::to_string(layout.bytesPerSample) +
-                       " bytes, row stride " + std::to_string(stride) + ", offset " + std::to_string(layout.offset));
+        Fail(path, "the file is too short: " + std::to_string(size - std::min(size, layout.offset)) +
+                       " bytes where the frame should be, " + std::to_string(layout.width) + "x" +
+                       std::to_string(layout.height) + " samples of " + std::to_string(layout.bytesPerSample) +
+                       " bytes with a row stride of " + std::to_string(stride) + " are wanted");
     }
     RawSamples raw;
     raw.width = layout.width;
@@ -173,10 +177,19 @@ bool HasExtension(const std::string& path, const char* extension) {
     return path.size() > length && strcasecmp(path.c_str() + path.size() - length, extension) == 0;
 }
 
-RawSamples ReadRaw(const std::string& path, const RawLayout& layout) { return Unpack(path, ReadBytes(path), layout); }
+RawSamples ReadRaw(const std::string& path, const RawLayout& layout) {
+    CheckSize(path, layout.width, layout.height);
+    // A stride past any real one is kept from overflowing here; Unpack then finds the file too short for it.
+    const int64_t rowBytes = int64_t{layout.width} * layout.bytesPerSample;
+    const int64_t stride = std::clamp<int64_t>(layout.stride, rowBytes, int64_t{1} << 32);
+    RawLayout fromStart = layout;
+    fromStart.offset = 0;
+    return Unpack(path, ReadBytes(path, std::max<int64_t>(0, layout.offset), stride * (layout.height - 1) + rowBytes),
+                  fromStart);
+}
 
 ImageFile ReadImage(const std::string& path) {
-    const std::vector<uint8_t> bytes = ReadBytes(path);
+    const std::vector<uint8_t> bytes = ReadBytes(path, 0, kMaxImageFile);
     ImageFile file;
     if (bytes.size() > 2 && bytes[0] == 'P' && bytes[1] == '5') {
         file.mosaic = ReadPgm(path, bytes);

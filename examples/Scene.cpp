@@ -149,8 +149,10 @@ void DrawTile(SceneImage* scene, int x0, int y0, int width, int height, const Pa
         for (int x = 0; x < width; ++x, out += 3) {
             Colour sum = Grey(0);
             for (int s = 0; s < kSub * kSub; ++s) {
-                const float px = static_cast<float>(x) + (static_cast<float>(s % kSub) + 0.5F) / kSub;
-                const float py = static_cast<float>(y) + (static_cast<float>(s / kSub) + 0.5F) / kSub;
+                const int column = s % kSub;
+                const int row = s / kSub;
+                const float px = static_cast<float>(x) + (static_cast<float>(column) + 0.5F) / kSub;
+                const float py = static_cast<float>(y) + (static_cast<float>(row) + 0.5F) / kSub;
                 const float w = static_cast<float>(width);
                 const float h = static_cast<float>(height);
                 const Colour c = paint(Point{px / w, py / h, px - w * 0.5F, py - h * 0.5F, size});

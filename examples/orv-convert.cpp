@@ -6,7 +6,6 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <iostream>
 #include <optional>
 #include <set>
 
@@ -87,8 +86,10 @@ std::vector<double> Numbers(const std::string& option, const std::string& text, 
         const bool last = numbers.size() == count;
         if (end == at || !std::isfinite(numbers.back()) ||
             (last ? *end != '\0' : *end != separators[numbers.size() - 1])) {
-            Fail(option + ": '" + text + "' is not of the form " + std::to_string(count) + " numbers with '" +
-                 separators + "' between them");
+            std::string message = option;
+            message.append(": '").append(text).append("' is not of the form ").append(std::to_string(count));
+            message.append(" numbers with '").append(separators).append("' between them");
+            Fail(message);
         }
         at = end + 1;
     }
@@ -98,8 +99,8 @@ std::vector<double> Numbers(const std::string& option, const std::string& text, 
 cv::Size ParseSize(const std::string& text) {
     const std::vector<double> numbers = Numbers("--size", text, "x", 2);
     for (const double number : numbers) {
-        if (number != std::floor(number) || number < 1 || number > 20000) {
-            Fail("--size: '" + text + "': width and height must be whole numbers from 1 to 20000");
+        if (number != std::floor(number) || number < 1 || number > 16000) {
+            Fail("--size: '" + text + "': width and height must be whole numbers from 1 to 16000");
         }
     }
     return {static_cast<int>(numbers[0]), static_cast<int>(numbers[1])};
@@ -115,6 +116,34 @@ const SourceWord& ParseWord(const std::string& text) {
     }
     Fail("--word: '" + text + "' is no known source word; known:" + known);
 }
+
+// A bar on standard error while several frames are converted, on a terminal only.
+class Progress {
+public:
+    explicit Progress(size_t all) : all_(all), shown_(all > 1 && isatty(STDERR_FILENO) != 0) {}
+    ~Progress() { Clear(); }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void Show(size_t done) const {
+        if (shown_) {
+            constexpr size_t kWidth = 40;
+            const size_t filled = kWidth * done / all_;
+            std::fprintf(stderr, "\r[%s%s] %zu of %zu", std::string(filled, '#').c_str(),
+                         std::string(kWidth - filled, ' ').c_str(), done, all_);
+        }
+    }
+    // Makes room for other words on the terminal.
+    void Clear() const {
+        if (shown_) {
+            std::fputs("\r\033[K", stderr);
+        }
+    }
+
+private:
+    size_t all_;
+    bool shown_;
+};
 
 // A frame ready for conversion, with the truth it was made of, if known.
 struct Job {
@@ -224,17 +253,21 @@ SceneImage Expected(const Job& job, bool eightBits, const ColourFrame& frame, Co
     return ExpectedResult(*job.truth, ColourMatrix(*converter, word.trueSense), curve);
 }
 
-void ConvertJob(const Options& options, const Job& job, bool eightBits, Converter* converter,
+void ConvertJob(const Options& options, const Job& job, bool eightBits, const Progress& progress, Converter* converter,
                 const std::string& output) {
     const SourceWord& word = *job.frame->word;
+    // What is judged and written is the first conversion, as without --repeat.
     ColourFrame result;
+    ColourFrame again;
     std::vector<double> milliseconds;
+    converter->Reset();
     for (int i = 0; i < options.repeat; ++i) {
         const auto start = std::chrono::steady_clock::now();
-        converter->Convert(*job.frame, eightBits, &result);
+        converter->Convert(*job.frame, eightBits, i == 0 ? &result : &again);
         milliseconds.push_back(
             std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
     }
+    progress.Clear();
     std::printf("%s: %dx%d %s, %s %s, %d-bit colour", job.name.c_str(), job.frame->width, job.frame->height,
                 word.name.c_str(), converter->AlgorithmName(), converter->Get(converter->AlgorithmName()).c_str(),
                 result.bits);
@@ -281,6 +314,7 @@ void WriteSheet(const Options& options, const Job& job, bool eightBits, Converte
     std::vector<SheetColumn> columns;
     for (int algorithm = 0; algorithm < converter->AlgorithmCount(); ++algorithm) {
         converter->SetAlgorithm(algorithm);
+        converter->Reset();
         ColourFrame frame;
         const uint32_t status = converter->TryConvert(*job.frame, eightBits, &frame);
         if (status != 0) {
@@ -320,16 +354,6 @@ void ListParameters(bool trueSense) {
     for (const std::string& name : converter.Names()) {
         std::printf("  %s=%s\n", name.c_str(), converter.Get(name).c_str());
     }
-}
-
-void ShowProgress(size_t done, size_t all) {
-    if (all < 2 || isatty(STDERR_FILENO) == 0) {
-        return;
-    }
-    constexpr size_t kWidth = 40;
-    const size_t filled = kWidth * done / all;
-    std::fprintf(stderr, "\r[%s%s] %zu of %zu%s", std::string(filled, '#').c_str(),
-                 std::string(kWidth - filled, ' ').c_str(), done, all, done == all ? "\n" : "");
 }
 
 // The picture each input goes to; empty names when nothing is to be written.
@@ -381,8 +405,9 @@ void Run(const Options& options) {
     const std::vector<std::string> outputs = OutputNames(options, inputs);
     std::optional<Converter> converter;
     bool converterSimulates = false;
+    const Progress progress(outputs.size());
     for (size_t i = 0; i < outputs.size(); ++i) {
-        ShowProgress(i, outputs.size());
+        progress.Show(i);
         Job job;
         if (inputs.empty()) {
             const cv::Size size = ParseSize(options.size.empty() ? "1024x768" : options.size);
@@ -397,17 +422,14 @@ void Run(const Options& options) {
             converter.emplace(word.trueSense);
             Configure(options, word.trueSense, converterSimulates, &*converter);
         }
-        ConvertJob(options, job, eightBits, &*converter, outputs[i]);
+        ConvertJob(options, job, eightBits, progress, &*converter, outputs[i]);
         if (!options.sheet.empty()) {
             WriteSheet(options, job, eightBits, &*converter);
         }
     }
-    ShowProgress(outputs.size(), outputs.size());
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int ParseAndRun(int argc, char** argv) {
     Options options;
     CLI::App app(kHelp, "orv-convert");
     app.add_option("inputs", options.inputs, "raw files (.raw, .bin), PGM or PNG mosaics, colour pictures");
@@ -476,14 +498,20 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 1;
     }
-    try {
-        Run(options);
-        if (std::fflush(stdout) != 0) {
-            Fail("standard output could not be written");
-        }
-    } catch (const std::exception& error) {
-        std::cerr << "orv-convert: " << error.what() << std::endl;
-        return 1;
+    Run(options);
+    if (std::fflush(stdout) != 0) {
+        Fail("standard output could not be written");
     }
     return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return ParseAndRun(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "orv-convert: %s\n", error.what());
+    }
+    return 1;
 }

@@ -18,9 +18,7 @@ constexpr uint8_t kBlueOnEvenRows = 3;
 constexpr uint8_t kRedFirst = 4;
 constexpr uint8_t kBlueFirst = 5;
 
-int RoundUpToEven(int size) {
-    return static_cast<int>(static_cast<unsigned>(size) + (static_cast<unsigned>(size) & 1U));
-}
+int64_t RoundUpToEven(int size) { return static_cast<int64_t>(size) + (size & 1); }
 
 // Sites of the centre's checkerboard half in a window of half-width h.
 float WindowArea(int h) {
@@ -75,8 +73,9 @@ int DemosaicingIPP::Init(_OrvImage* destination, const _OrvImage* source) {
         return orv::kCodeBadArgument;
     }
     destination_ = destination;
-    width_ = RoundUpToEven(source->width);
-    height_ = RoundUpToEven(source->height);
+    // The largest size has no room for its extra column; it comes out negative.
+    width_ = static_cast<int>(RoundUpToEven(source->width));
+    height_ = static_cast<int>(RoundUpToEven(source->height));
     greenPhase_ = s_bayerDescG[source->pixelType & 0xFF] == kGreenFirst ? 0 : 1;
     colourPhase_ = s_bayerDescRB[source->pixelType & 0xFF] == kBlueOnEvenRows ? 1 : 0;
     minValue_ = 0;
@@ -93,8 +92,8 @@ int DemosaicingIPPOf<T>::Init(_OrvImage* destination, const _OrvImage* source) {
     if (destination == nullptr || source == nullptr || destination->data == nullptr || source->data == nullptr) {
         return orv::kCodeNullPointer;
     }
-    const int width = RoundUpToEven(source->width);
-    const int height = RoundUpToEven(source->height);
+    const int64_t width = RoundUpToEven(source->width);
+    const int64_t height = RoundUpToEven(source->height);
     const bool otherSize = calculated_ && (width != planeWidth_ || height != planeHeight_);
     const bool tooLarge = (destination->width > width || destination->height > height) &&
                           static_cast<int64_t>(destination->height) * destination->stride >= 1;

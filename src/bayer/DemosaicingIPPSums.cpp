@@ -84,14 +84,74 @@ void BoxRowOf(int h, const uint16_t* const* rows, int p, uint16_t* same, uint16_
     }
 }
 
-// next = above + prefix
-ORV_ALWAYS_INLINE void AddRowsBody(const float* above, const float* prefix, int n, float* next) {
-#pragma omp simd
+// A row of an integral image, from the row above and the image row's values.
+struct IntegralRow {
+    const float* sites;
+    const float* between;  // values between the sites, null for zeros
+    const float* aboveEven;
+    const float* aboveOdd;
+    float* nextEven;
+    float* nextOdd;
+};
+
+// Rows of two images at once (`Pair`) or of the second alone; `n` pairs of columns. The running sums are formed in no
+// fixed order, so a row holds only where all partial sums are exact. Without negative values the total bounds them all:
+// it is returned, or infinity.
+template <bool SitesEven, bool Pair, bool Between>
+ORV_ALWAYS_INLINE void IntegralRowsBody(const IntegralRow* rows, int n, float* totals) {
+    const IntegralRow a = rows[0];
+    const IntegralRow b = rows[1];
+    float sumA = 0.0F;
+    float sumB = 0.0F;
+#pragma omp simd reduction(inscan, + : sumA, sumB)
     for (int k = 0; k < n; ++k) {
-        next[k] = above[k] + prefix[k];
+        sumA += Pair ? a.sites[k] : 0.0F;
+        sumB += Between ? b.sites[k] + b.between[k] : b.sites[k];
+#pragma omp scan inclusive(sumA, sumB)
+        // Up to the even column: less the odd one.
+        if (Pair) {
+            a.nextEven[k + 1] = a.aboveEven[k + 1] + sumA;
+            a.nextOdd[k] = a.aboveOdd[k] + (SitesEven ? sumA : sumA - a.sites[k]);
+        }
+        b.nextEven[k + 1] = b.aboveEven[k + 1] + sumB;
+        b.nextOdd[k] = b.aboveOdd[k] + (!SitesEven ? sumB - b.sites[k] : Between ? sumB - b.between[k] : sumB);
+    }
+    int negative = 0;
+    if (Between) {
+#pragma omp simd reduction(| : negative)
+        for (int k = 0; k < n; ++k) {
+            negative |= (b.between[k] < 0.0F ? 1 : 0) | (b.sites[k] < 0.0F ? 1 : 0);
+        }
+    }
+    totals[0] = sumA;
+    totals[1] = negative == 0 ? sumB : __builtin_inff();
+}
+ORV_ROW_TEMPLATE((bool SitesEven, bool Pair, bool Between), (SitesEven, Pair, Between), IntegralRows,
+                 (const IntegralRow* rows, int n, float* totals), (rows, n, totals))
+
+template <bool SitesEven>
+void IntegralRowsOf(const IntegralRow* rows, int n, float* totals) {
+    if (rows[0].sites == nullptr) {
+        IntegralRows<SitesEven, false, true>(rows, n, totals);
+    } else if (rows[1].between != nullptr) {
+        IntegralRows<SitesEven, true, true>(rows, n, totals);
+    } else {
+        IntegralRows<SitesEven, true, false>(rows, n, totals);
     }
 }
-ORV_ROW_FUNCTION(AddRows, (const float* above, const float* prefix, int n, float* next), (above, prefix, n, next))
+
+// One row where sums round: column by column.
+void IntegralRowInOrder(const IntegralRow& row, bool sitesEven, int n) {
+    const float* atEven = sitesEven ? row.sites : row.between;
+    const float* atOdd = sitesEven ? row.between : row.sites;
+    float sum = 0.0F;
+    for (int k = 0; k < n; ++k) {
+        sum += atEven == nullptr ? 0.0F : atEven[k];
+        row.nextOdd[k] = row.aboveOdd[k] + sum;
+        sum += atOdd == nullptr ? 0.0F : atOdd[k];
+        row.nextEven[k + 1] = row.aboveEven[k + 1] + sum;
+    }
+}
 
 // ((bottom right - bottom left) - top right) + top left
 ORV_ALWAYS_INLINE void WindowDifferenceBody(const float* bottomRight, const float* bottomLeft, const float* topRight,
@@ -178,30 +238,16 @@ void WindowSums<uint16_t>::Integral::Start() {
     oddRows[0] = odd[0];
 }
 
-void WindowSums<uint16_t>::Integral::Add(int y, const float* atEven, const float* atOdd, int n, float* prefixEven,
-                                         float* prefixOdd) {
-    const float* aboveEven = evenRows[y % kRing];
-    const float* aboveOdd = oddRows[y % kRing];
-    if (atEven == nullptr && atOdd == nullptr) {
-        evenRows[(y + 1) % kRing] = aboveEven;
-        oddRows[(y + 1) % kRing] = aboveOdd;
-        return;
-    }
-    float sum = 0.0F;
-    for (int k = 0; k < n; ++k) {
-        sum += atEven == nullptr ? 0.0F : atEven[k];
-        prefixEven[k] = sum;
-        sum += atOdd == nullptr ? 0.0F : atOdd[k];
-        prefixOdd[k] = sum;
-    }
+void WindowSums<uint16_t>::Integral::Repeat(int y) {
+    evenRows[(y + 1) % kRing] = evenRows[y % kRing];
+    oddRows[(y + 1) % kRing] = oddRows[y % kRing];
+}
+
+void WindowSums<uint16_t>::Integral::Next(int y, float** nextEven, float** nextOdd) {
     // Slot 0 keeps the zeros of row 0.
     slot = slot % (kRing - 1) + 1;
-    float* nextEven = even[slot];
-    float* nextOdd = odd[slot];
-    AddRows(aboveOdd, prefixEven, n, nextOdd);
-    AddRows(aboveEven + 1, prefixOdd, n, nextEven + 1);
-    evenRows[(y + 1) % kRing] = nextEven;
-    oddRows[(y + 1) % kRing] = nextOdd;
+    evenRows[(y + 1) % kRing] = *nextEven = even[slot];
+    oddRows[(y + 1) % kRing] = *nextOdd = odd[slot];
 }
 
 float WindowSums<uint16_t>::Integral::Window(int top, int bottom, int left, int right) const {
@@ -226,7 +272,7 @@ void WindowSums<uint16_t>::Create(int width, int height) {
     height_ = height;
     first_.Create(width, height);
     second_.Create(width, height);
-    gradients_.Create(4, width / 2);
+    gradients_.Create(2, width / 2);
 }
 
 void WindowSums<uint16_t>::Start(int q, bool) {
@@ -240,10 +286,29 @@ void WindowSums<uint16_t>::Push(bool zero, const float* leakAtSites, const float
     const int y = next_++;
     const int n = width_ / 2;
     const bool sitesEven = ((y + q_) & 1) == 0;
-    const float* a = zero ? nullptr : gradients_[0];
-    const float* b = zero ? leakAtSites : gradients_[1];
-    first_.Add(y, sitesEven ? a : nullptr, sitesEven ? nullptr : a, n, gradients_[2], gradients_[3]);
-    second_.Add(y, sitesEven ? b : leakBetween, sitesEven ? leakBetween : b, n, gradients_[2], gradients_[3]);
+    Integral* const images[] = {&first_, &second_};
+    IntegralRow rows[] = {{zero ? nullptr : gradients_[0], nullptr, nullptr, nullptr, nullptr, nullptr},
+                          {zero ? leakAtSites : gradients_[1], leakBetween, nullptr, nullptr, nullptr, nullptr}};
+    for (int i = 0; i < 2; ++i) {
+        rows[i].aboveEven = images[i]->evenRows[y % kRing];
+        rows[i].aboveOdd = images[i]->oddRows[y % kRing];
+        if (rows[i].sites == nullptr) {
+            images[i]->Repeat(y);
+        } else {
+            images[i]->Next(y, &rows[i].nextEven, &rows[i].nextOdd);
+        }
+    }
+    if (rows[1].sites == nullptr) {
+        return;
+    }
+    constexpr float kExact = 16777216.0F;  // 2^24, up to which single precision holds every integer
+    float totals[2];
+    (sitesEven ? IntegralRowsOf<true> : IntegralRowsOf<false>)(rows, n, totals);
+    for (int i = 0; i < 2; ++i) {
+        if (!(totals[i] < kExact)) {
+            IntegralRowInOrder(rows[i], sitesEven, n);
+        }
+    }
 }
 
 void WindowSums<uint16_t>::Row(int r, int h, int k0, int k1, Sum* a, Sum* b) {

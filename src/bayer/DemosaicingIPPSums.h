@@ -100,8 +100,9 @@ private:
 
         void Create(int width, int frameHeight);
         void Start();
-        // Row y + 1 from row y and the row's gradients at even and at odd columns, null for zeros.
-        void Add(int y, const float* atEven, const float* atOdd, int n, float* prefixEven, float* prefixOdd);
+        // Row y + 1 as row y, or new.
+        void Repeat(int y);
+        void Next(int y, float** nextEven, float** nextOdd);
         float Window(int top, int bottom, int left, int right) const;
         void Row(int r, int h, int p, int k0, int k1, Sum* out) const;
     };
@@ -112,7 +113,7 @@ private:
     int next_ = 0;
     Integral first_;
     Integral second_;
-    RowArray<float> gradients_;  // two rows of gradients, two of prefix sums
+    RowArray<float> gradients_;
 };
 
 }  // namespace orv

@@ -9,7 +9,8 @@ struct Table {
     T values[size] = {};
 };
 
-constexpr int Round(double value) { return static_cast<int>(value + 0.5); }  // of values from 0 up
+// Of values from 0 up; std::lround is no constant expression.
+constexpr int Round(double value) { return static_cast<int>(value + 0.5); }  // NOLINT(bugprone-incorrect-roundings)
 
 // e to the power x, for x of 0 to 3, to about 1e-15.
 constexpr double Exp(double x) {

@@ -1,6 +1,7 @@
 #include "truesense/Engines.h"
 
 #include "engines/TrueSenseToRgb.h"
+#include "pipeline/TrueSenseKodak.h"
 
 namespace orv {
 namespace {
@@ -8,6 +9,7 @@ namespace {
 constexpr TrueSenseEngines MakeEngines() {
     TrueSenseEngines engines = {};
     engines.Add<TrueSenseToRgb>(0);
+    engines.Add<TrueSenseKodak>(4);
     return engines;
 }
 

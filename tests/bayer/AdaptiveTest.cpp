@@ -1,6 +1,8 @@
 // The adaptive Bayer conversion through the component, against the site-by-site reference.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
 #include <opencv2/imgproc.hpp>
 
 #include "bayer/AdaptiveReference.h"
@@ -189,6 +191,172 @@ TEST(Adaptive, ReferenceIntegralsAreThoseOfOpenCv) {
             row += values(r, c);
             ASSERT_EQ(integral(r + 1, c + 1), integral(r, c + 1) + row) << r << ' ' << c;
         }
+    }
+}
+
+class Component {
+public:
+    Component() { OrvSetParam(*OrvBayer_GetComponent(bayer_), "BayerAlgType", 1); }
+    ~Component() { OrvBayer_DeleteComponent(bayer_); }
+    Component(const Component&) = delete;
+    Component& operator=(const Component&) = delete;
+    uint32_t Convert(Image& source, Image& destination) {
+        return OrvBayer_ConvertImage(bayer_, &source.record, &destination.record);
+    }
+    OrvBayer* Get() { return bayer_; }
+
+private:
+    OrvBayer* bayer_ = OrvBayer_CreateComponent();
+};
+
+// A noise frame and room for its result.
+struct Frame {
+    Frame(uint32_t word, int bitDepth, int width, int height, uint64_t seed)
+        : source(word, bitDepth, width, height, (width + 1) / 2 * 2 * (bitDepth == 8 ? 1 : 2)),
+          destination(OrvPixelRGB12, bitDepth, width, height, width * 3 * (bitDepth == 8 ? 1 : 2)) {
+        const auto samples = orvtest::NoiseSamples<uint16_t>(seed, source.bytes.size() / 2, (1U << bitDepth) - 1);
+        std::memcpy(source.Data(), samples.data(), source.bytes.size() - 2 * source.guard);
+    }
+    // Through a new component.
+    std::vector<uint8_t> Expected() {
+        Component fresh;
+        destination.Refill();
+        EXPECT_EQ(fresh.Convert(source, destination), 0u);
+        std::vector<uint8_t> bytes = destination.bytes;
+        destination.Refill();
+        return bytes;
+    }
+    void Check(Component& component) {
+        const auto expected = Expected();
+        EXPECT_EQ(component.Convert(source, destination), 0u);
+        EXPECT_EQ(destination.bytes, expected);
+    }
+    Image source, destination;
+};
+
+constexpr uint32_t kBadArgument = 0x80050007U;
+
+TEST(Adaptive, OneComponentTakesBothSampleWidthsInTurn) {
+    Component component;
+    Frame narrow(OrvPixelBayerRG8, 8, 31, 18, 1);
+    Frame wide(OrvPixelBayerBG14, 14, 44, 21, 2);  // any size: the other width's engine is gone
+    for (int round = 0; round < 2; ++round) {
+        narrow.Check(component);
+        wide.Check(component);
+    }
+}
+
+TEST(Adaptive, AnotherSizeNeedsReleaseOrAlloc) {
+    for (const int bitDepth : {8, 10}) {
+        const uint32_t word = bitDepth == 8 ? OrvPixelBayerGB8 : OrvPixelBayerGB10;
+        Component component;
+        Frame first(word, bitDepth, 34, 20, 3);
+        Frame sameEvenSize(word, bitDepth, 33, 19, 4);
+        Frame other(word, bitDepth, 36, 20, 5);
+        ASSERT_EQ(component.Convert(first.source, first.destination), 0u);
+        EXPECT_EQ(component.Convert(other.source, other.destination), kBadArgument);
+        EXPECT_TRUE(other.destination.Untouched());
+        EXPECT_EQ(component.Convert(sameEvenSize.source, sameEvenSize.destination), 0u);
+        OrvBayer_ReleaseData(component.Get());
+        other.Check(component);
+        EXPECT_EQ(component.Convert(first.source, first.destination), kBadArgument);
+        EXPECT_EQ(OrvBayer_AllocData(component.Get(), &first.source.record, &first.destination.record), 0u);
+        first.Check(component);
+    }
+}
+
+TEST(Adaptive, RefusesWhatItCannotReadOrWrite) {
+    Component component;
+    Frame frame(OrvPixelBayerRG12, 12, 22, 14, 6);
+    Image larger(OrvPixelRGB12, 12, 22, 15, 22 * 6);
+    EXPECT_EQ(component.Convert(frame.source, larger), kBadArgument);
+    EXPECT_TRUE(larger.Untouched());
+    larger.record.stride = 0;  // nothing to write
+    EXPECT_EQ(component.Convert(frame.source, larger), 0u);
+    EXPECT_TRUE(larger.Untouched());
+    frame.source.record.data = nullptr;
+    EXPECT_EQ(component.Convert(frame.source, frame.destination), 0x80050008U);
+    frame.source.record.data = frame.source.Data();
+    frame.destination.record.data = nullptr;
+    EXPECT_EQ(component.Convert(frame.source, frame.destination), 0x80050008U);
+    frame.destination.record.data = frame.destination.Data();
+    for (const int width : {0, -3, 0x7FFFFFFF}) {
+        OrvBayer_ReleaseData(component.Get());
+        frame.source.record.width = width;
+        frame.destination.record.width = width;
+        EXPECT_EQ(component.Convert(frame.source, frame.destination), 0x80050009U) << width;
+    }
+}
+
+TEST(Adaptive, WritesAPartOfTheFrame) {
+    Component component;
+    Frame frame(OrvPixelBayerRG12, 12, 22, 14, 7);
+    const auto expected = frame.Expected();
+    Image part(OrvPixelRGB12, 12, 9, 5, 80);
+    ASSERT_EQ(component.Convert(frame.source, part), 0u);
+    EXPECT_TRUE(part.OutsideUntouched(9 * 6));
+    for (int y = 0; y < 5; ++y) {
+        EXPECT_EQ(std::memcmp(part.Row<uint8_t>(y), expected.data() + part.guard + y * 22 * 6, 9 * 6), 0) << y;
+    }
+}
+
+// What the copy of a frame does not reach keeps the green of the frame before.
+TEST(Adaptive, ShortCopiesKeepThePlane) {
+    const int width = 26;
+    const int height = 16;
+    Component component;
+    AdaptiveReference<uint16_t> reference(width, height);
+    Frame frame(OrvPixelBayerGR12, 12, width, height, 8);
+    Image padded(OrvPixelBayerGR12, 12, width, height, width * 2 + 6);
+    const uint16_t* fresh = frame.source.Row<uint16_t>(0);
+    for (int y = 0; y < height; ++y) {
+        std::copy_n(fresh + y * width, width, padded.Row<uint16_t>(y));
+    }
+    enum class Copy { Padded, Whole, Short, None, TooLong };
+    for (const Copy copy : {Copy::Padded, Copy::Whole, Copy::Short, Copy::None, Copy::Padded, Copy::TooLong}) {
+        const int bytes = copy == Copy::Short     ? 5 * width * 2 + 21
+                          : copy == Copy::None    ? -4
+                          : copy == Copy::TooLong ? 0x7FFFFFFF
+                                                  : height * width * 2;
+        frame.source.record.imageSize = bytes;
+        std::vector<uint16_t> mosaic = reference.green.values;
+        for (int y = 0; y < height; ++y) {
+            // Rows at another step than the plane's arrive every second one.
+            const int rowBytes =
+                copy == Copy::Padded ? (y % 2 == 0 ? width * 2 : 0) : std::clamp(bytes - y * width * 2, 0, width * 2);
+            std::memcpy(mosaic.data() + y * width, fresh + y * width, static_cast<size_t>(rowBytes));
+        }
+        ASSERT_EQ(component.Convert(copy == Copy::Padded ? padded : frame.source, frame.destination), 0u);
+        reference.Convert(mosaic, 0, 12);
+        for (int y = 0; y < height; ++y) {
+            for (int x = 0; x < width; ++x) {
+                const uint16_t* pixel = frame.destination.Row<uint16_t>(y) + 3 * x;
+                ASSERT_TRUE(pixel[0] == reference.even(y, x) && pixel[1] == reference.green(y, x) &&
+                            pixel[2] == reference.odd(y, x))
+                    << "copy " << static_cast<int>(copy) << ", row " << y << ", column " << x;
+            }
+        }
+    }
+}
+
+TEST(Adaptive, EnginesReturnBareCodes) {
+    DemosaicingIPP_8 engine;
+    Frame frame(OrvPixelBayerGB8, 8, 24, 12, 9);
+    frame.destination.record.pixelType = OrvPixelBGR8;
+    const auto expected = frame.Expected();
+    _OrvImage* destination = &frame.destination.record;
+    EXPECT_EQ(engine.Init(nullptr, &frame.source.record), 8);
+    EXPECT_EQ(engine.Init(destination, nullptr), 8);
+    EXPECT_EQ(engine.Calculate(), 8);
+    frame.source.record.pixelType = OrvPixelTrueSense8;
+    EXPECT_EQ(engine.Init(destination, &frame.source.record), 7);
+    frame.source.record.pixelType = OrvPixelBayerGB8;
+    for (int round = 0; round < 2; ++round) {
+        frame.destination.Refill();
+        ASSERT_EQ(engine.Init(destination, &frame.source.record), 0);
+        EXPECT_EQ(engine.Calculate(), 0);
+        EXPECT_EQ(frame.destination.bytes, expected);
+        EXPECT_EQ(engine.CleanMemory(), 0);
     }
 }
 

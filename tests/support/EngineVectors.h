@@ -13,8 +13,10 @@
 
 namespace orvtest {
 
+// The plain defaults, with the fields that the file names; `tones` receives the table of the record.
 inline tagTrueSenseParam VectorParam(const Vector& vector, std::vector<int16_t>& tones) {
-    tagTrueSenseParam param = {};
+    tagTrueSenseParam param;
+    TrueSense_DefaultValues(&param);
     for (const orv::TrueSenseField& field : orv::kTrueSenseFields) {
         if (vector.values.count(field.name) == 0) {
             continue;
