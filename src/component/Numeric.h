@@ -24,9 +24,9 @@ ORV_ALWAYS_INLINE int32_t TruncateToInt32(float x) {
     return x == x ? r : 0;
 }
 
-// Clamp(TruncateToInt32(x), low, high) for whole bounds, 0 <= low <= high < 2^31, with low for not-a-number when low is
-// 0; in single precision bounds of at most 24 bits. Bounding before the conversion leaves nothing to saturate, which is
-// cheaper in row functions.
+// Clamp(TruncateToInt32(x), low, high) for whole bounds with low <= 0 <= high, but `low` for not-a-number; in single
+// precision bounds of at most 24 bits. Bounding before the conversion leaves nothing to saturate, which is cheaper in
+// row functions.
 ORV_ALWAYS_INLINE int32_t TruncateClamped(double x, double low, double high) {
     x = x > low ? x : low;
     return static_cast<int32_t>(x < high ? x : high);

@@ -179,7 +179,8 @@ constexpr int kRings = 8;
 constexpr int kHalo = 6;
 
 // Lanes from one row of a ring to the next, a multiple of a cache line.
-int LaneStride(int W) { return (W / 2 + 2 * kLanePad + 31) / 32 * 32; }
+ptrdiff_t LaneStride(int W) { return (static_cast<ptrdiff_t>(W) / 2 + 2 * kLanePad + 31) / 32 * 32; }
+// Samples from one finished row to the next.
 ptrdiff_t ColourStride(int W) { return (static_cast<ptrdiff_t>(W) + 63) / 32 * 32; }
 
 template <class Lane>

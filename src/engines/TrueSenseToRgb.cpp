@@ -162,13 +162,12 @@ int TrueSenseToRgb<T>::Init(T const* src, _OrvRect rect, _OrvSize size, int srcS
     if (src == nullptr || dst == nullptr) {
         return orv::kCodeNullPointer;
     }
-    src_ = src;
     dst_ = dst;
     bits_ = bits;
     TakeParameters(param);
     constexpr int toSamples = sizeof(T) == 1 ? 0 : 1;
     const int code = Prepare(rect, size, srcStride >> toSamples, dstStride >> toSamples, grid);
-    return code != orv::kCodeOk ? code : Read(src_);
+    return code != orv::kCodeOk ? code : Read(src);
 }
 
 template <class T>
@@ -177,7 +176,6 @@ int TrueSenseToRgb<T>::InitRGB(unsigned short const* src, _OrvRect rect, _OrvSiz
     if (src == nullptr || dst == nullptr) {
         return orv::kCodeNullPointer;
     }
-    src16_ = src;
     dst8_ = dst;
     bits_ = bits;
     TakeParameters(param);
@@ -185,7 +183,7 @@ int TrueSenseToRgb<T>::InitRGB(unsigned short const* src, _OrvRect rect, _OrvSiz
         orv::SetThreads(threadsNum_);
     }
     const int code = Prepare(rect, size, srcStride >> 1, dstStride, grid);
-    return code != orv::kCodeOk ? code : Read(src16_);
+    return code != orv::kCodeOk ? code : Read(src);
 }
 
 template <class T>

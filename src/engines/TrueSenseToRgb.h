@@ -55,8 +55,6 @@ private:
     void Write(Sample* dst, int shift);
     int16_t* Plane() const { return static_cast<int16_t*>(plane_.Data()); }
 
-    T const* src_ = nullptr;
-    unsigned short const* src16_ = nullptr;
     T* dst_ = nullptr;
     unsigned char* dst8_ = nullptr;
 
