@@ -226,7 +226,10 @@ void DemosaicingIPPOf<T>::WindowRow(Sums& sums, int r, int q, int radius, int sc
     const int k0 = std::min((h + 2 - p) >> 1, end);
     const int k1 = std::max(((width_ - 2 - h - p) >> 1) + 1, k0);
     if (k0 < k1) {
-        sums.Row(r, h, k0, k1, a, b);
+        sums.Row(r, h, k0, orv::RoundUpToLanes(k0, k1), a, b);
+        if (p == 1) {
+            b[end] = 0;  // on the border
+        }
     }
     Sum* area = area_[2 * scale + p];
     const bool newArea = areaHalfWidth_[scale][p] != h;
@@ -295,7 +298,7 @@ void DemosaicingIPPOf<T>::RunPass(Pass pass, int q, int radius, int scales, cons
         args.high = maxValue_;
         args.mask = std::numeric_limits<T>::max();
         args.k0 = 1 - p;
-        args.k1 = n - p;
+        args.k1 = orv::RoundUpToLanes(1 - p, n - p);
         args.out = out(r);
         if (pass == Pass::Green) {
             orv::BlendRow<Sum, typename Sums::Contrast, 2, false>(&args);
@@ -317,9 +320,9 @@ void DemosaicingIPPOf<T>::FeedCross(Sums& sums, const Plane& plane, int q, int r
         const uint16_t* row = plane.Row(1 - q, r) + p;
         auto* first = sums.NextFirst();
         auto* second = sums.NextSecond();
-        first[p == 0 ? 0 : n - 1] = second[p == 0 ? 0 : n - 1] = 0;
         orv::GradientRow<typename Sums::Gradient>(row, row - 1, plane.Row(1 - q, r + 1), plane.Row(1 - q, r - 1), 1 - p,
-                                                  n - p, first, second);
+                                                  orv::RoundUpToLanes(1 - p, n - p), first, second);
+        first[p == 0 ? 0 : n - 1] = second[p == 0 ? 0 : n - 1] = 0;
     }
     sums.Push(border, nullptr, leaks && !border ? kept_.Leak(1 - q, r) : nullptr);
 }
@@ -331,7 +334,9 @@ void DemosaicingIPPOf<T>::CalculateGreen() {
     RunPass(
         Pass::Green, q, 1, 2, [&](int r) { FeedCross(evenSums_, greenPlane_, q, r, true); },
         [&](int) -> Sums& { return evenSums_; },
-        [&](int r, float* line) { orv::SampleLine(greenPlane_.Row(1 - q, r), width_ / 2, line); },
+        [&](int r, float* line) {
+            orv::SampleLine(greenPlane_.Row(1 - q, r), orv::RoundUpToLanes(0, width_ / 2), line);
+        },
         [&](int r) { return greenPlane_.Row(q, r); });
     FillCrossBorder(greenPlane_, q);
 }
@@ -354,15 +359,18 @@ void DemosaicingIPPOf<T>::CalculateRedAndBlueComponentInitial(int radius, int sc
             Sums& sums = odd ? oddSums_ : evenSums_;
             auto* first = sums.NextFirst();
             auto* second = sums.NextSecond();
+            orv::GradientRow<typename Sums::Gradient>(down, up - 1, up, down - 1, 1 - p,
+                                                      orv::RoundUpToLanes(1 - p, n - p), first, second);
             first[p == 0 ? 0 : n - 1] = second[p == 0 ? 0 : n - 1] = 0;
-            orv::GradientRow<typename Sums::Gradient>(down, up - 1, up, down - 1, 1 - p, n - p, first, second);
         }
         evenSums_.Push(border || odd, nullptr, nullptr);
         oddSums_.Push(border || !odd, border ? nullptr : kept_.Leak(q, r), border ? nullptr : kept_.Leak(1 - q, r));
     };
     RunPass(
         Pass::Diagonal, q, radius, scales, feed, [&](int r) -> Sums& { return (r & 1) != 0 ? oddSums_ : evenSums_; },
-        [&](int r, float* line) { orv::DifferenceLine(greenPlane_.Row(q, r), ownColour(r).Row(q, r), n, line); },
+        [&](int r, float* line) {
+            orv::DifferenceLine(greenPlane_.Row(q, r), ownColour(r).Row(q, r), orv::RoundUpToLanes(0, n), line);
+        },
         [&](int r) { return ownColour(r + 1).Row(q, r); });
     FillDiagonalBorder();
 }
@@ -371,14 +379,15 @@ template <class T>
 void DemosaicingIPPOf<T>::CalculateRedOrBlueComponent(Plane& plane, Sums& sums, bool leaks, int radius, int scales) {
     const int q = greenPhase_;
     sums.Start(q, true);
-    FillCrossBorder(plane, q);
     RunPass(
         Pass::Cross, q, radius, scales, [&](int r) { FeedCross(sums, plane, q, r, leaks); },
         [&](int) -> Sums& { return sums; },
         [&](int r, float* line) {
-            orv::DifferenceLine(greenPlane_.Row(1 - q, r), plane.Row(1 - q, r), width_ / 2, line);
+            orv::DifferenceLine(greenPlane_.Row(1 - q, r), plane.Row(1 - q, r), orv::RoundUpToLanes(0, width_ / 2),
+                                line);
         },
         [&](int r) { return plane.Row(q, r); });
+    FillCrossBorder(plane, q);
 }
 
 template <class T>

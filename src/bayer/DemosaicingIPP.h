@@ -88,7 +88,7 @@ private:
 
     // The window pass and the blend over the sites of half `q`, row by row. `feed(r)` hands gradient row r to the sums,
     // `sumsOf(r)` names those that row r reads, `line(r, to)` makes the row of the sites' neighbours that the blend
-    // reads, and `out(r)` is where the samples go.
+    // reads, and `out(r)` is where the samples go. Border sites are left with anything.
     enum class Pass { Green, Diagonal, Cross };
     template <class Feed, class SumsOf, class Line, class Out>
     void RunPass(Pass pass, int q, int radius, int scales, const Feed& feed, const SumsOf& sumsOf, const Line& line,
