@@ -109,7 +109,10 @@ private:
         // Row y + 1 as row y, or new.
         void Repeat(int y);
         void Next(int y, float** nextEven, float** nextOdd);
-        float At(int y, int x) const { return ((x & 1) == 0 ? evenRows : oddRows)[y % kRing][x >> 1]; }
+        float At(int y, int x) const {
+            const float* row = (x & 1) == 0 ? evenRows[y % kRing] : oddRows[y % kRing];
+            return row[x >> 1];
+        }
         float Window(int top, int bottom, int left, int right) const;
         void Row(int r, int h, int p, int k0, int k1, Sum* out) const;
     };
