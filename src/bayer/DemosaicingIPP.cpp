@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "bayer/DemosaicingIPPRows.h"
 #include "component/PixelTypes.h"
@@ -21,9 +22,9 @@ constexpr uint8_t kBlueFirst = 5;
 int64_t RoundUpToEven(int size) { return static_cast<int64_t>(size) + (size & 1); }
 
 // Sites of the centre's checkerboard half in a window of half-width h.
-float WindowArea(int h) {
+int WindowArea(int h) {
     const int side = 2 * h + 1;
-    return static_cast<float>((side * side >> 1) + 1);
+    return (side * side >> 1) + 1;
 }
 
 // Half-width of the windows of row r that stay clear of the left and the right edge.
@@ -84,10 +85,6 @@ int DemosaicingIPP::Init(_OrvImage* destination, const _OrvImage* source) {
 }
 
 template <class T>
-DemosaicingIPPOf<T>::DemosaicingIPPOf(int diagonalRadius, int diagonalScales)
-    : diagonalRadius_(diagonalRadius), diagonalScales_(diagonalScales) {}
-
-template <class T>
 int DemosaicingIPPOf<T>::Init(_OrvImage* destination, const _OrvImage* source) {
     if (destination == nullptr || source == nullptr || destination->data == nullptr || source->data == nullptr) {
         return orv::kCodeNullPointer;
@@ -121,7 +118,7 @@ int DemosaicingIPPOf<T>::Init(_OrvImage* destination, const _OrvImage* source) {
 
 template <class T>
 void DemosaicingIPPOf<T>::CreatePlanes() {
-    for (orv::SplitPlane<T>* plane : {&greenPlane_, &oddRowPlane_, &evenRowPlane_}) {
+    for (Plane* plane : {&greenPlane_, &oddRowPlane_, &evenRowPlane_}) {
         plane->Create(height_, width_);
     }
     kept_.Create(width_, height_);
@@ -131,7 +128,7 @@ void DemosaicingIPPOf<T>::CreatePlanes() {
     sumA_.Create(kMaxScales, width_ / 2);
     sumB_.Create(kMaxScales, width_ / 2);
     area_.Create(2 * kMaxScales, width_ / 2);
-    best_.Create(2, width_ / 2);
+    lines_.Create(kLines, width_ / 2);
 }
 
 template <class T>
@@ -145,10 +142,10 @@ int DemosaicingIPPOf<T>::CleanMemory() {
 // One row of the mosaic: green pixels to the green plane, the others to the plane of the row's colour.
 template <class T>
 void DemosaicingIPPOf<T>::SplitRow(int r, const T* line) {
-    orv::SplitPlane<T>& colour = (r & 1) == 0 ? evenRowPlane_ : oddRowPlane_;
+    Plane& colour = (r & 1) == 0 ? evenRowPlane_ : oddRowPlane_;
     const int green = greenPhase_;
-    T* greenRow = greenPlane_.Row(green, r);
-    T* colourRow = colour.Row(1 - green, r);
+    uint16_t* greenRow = greenPlane_.Row(green, r);
+    uint16_t* colourRow = colour.Row(1 - green, r);
     const bool greenEven = Parity(r, green) == 0;
     orv::SplitColumns<T>(line, width_ / 2, greenEven ? greenRow : colourRow, greenEven ? colourRow : greenRow);
 }
@@ -187,11 +184,11 @@ void DemosaicingIPPOf<T>::CopyFrame(const _OrvImage& source) {
     }
     if (source.height != height_) {
         const int r = height_ - 1;
-        const size_t halfBytes = static_cast<size_t>(width_ / 2) * sizeof(T);
-        orv::SplitPlane<T>* const planes[] = {&greenPlane_, &oddRowPlane_};
+        const size_t halfBytes = static_cast<size_t>(width_ / 2) * sizeof(uint16_t);
+        Plane* const planes[] = {&greenPlane_, &oddRowPlane_};
         const int halves[] = {greenPhase_, 1 - greenPhase_};
         for (int i = 0; i < 2; ++i) {
-            T* last = planes[i]->Row(halves[i], r);
+            uint16_t* last = planes[i]->Row(halves[i], r);
             if (r >= 2) {
                 std::memcpy(last, planes[i]->Row(halves[i], r - 2), halfBytes);
             } else {
@@ -208,9 +205,9 @@ int DemosaicingIPPOf<T>::Calculate() {
     }
     calculated_ = true;
     CalculateGreen();
-    CalculateRedAndBlueComponentInitial(diagonalRadius_, diagonalScales_);
-    CalculateRedOrBlueComponent(evenRowPlane_, evenSums_, 1, 2);
-    CalculateRedOrBlueComponent(oddRowPlane_, oddSums_, 1, 2);
+    CalculateRedAndBlueComponentInitial(kDiagonalRadius, kDiagonalScales);
+    CalculateRedOrBlueComponent(evenRowPlane_, evenSums_, true, 1, 2);
+    CalculateRedOrBlueComponent(oddRowPlane_, oddSums_, false, 1, 2);
     if (ExchangesOrder(destination_->pixelType)) {
         StoreImage(oddRowPlane_, evenRowPlane_);
     } else {
@@ -229,20 +226,23 @@ void DemosaicingIPPOf<T>::WindowRow(Sums& sums, int r, int q, int radius, int sc
     const int k0 = std::min((h + 2 - p) >> 1, end);
     const int k1 = std::max(((width_ - 2 - h - p) >> 1) + 1, k0);
     if (k0 < k1) {
-        sums.Row(r, h, k0, k1, a, b);
+        sums.Row(r, h, k0, orv::RoundUpToLanes(k0, k1), a, b);
+        if (p == 1) {
+            b[end] = 0;  // on the border
+        }
     }
-    float* area = area_[2 * scale + p];
+    Sum* area = area_[2 * scale + p];
     const bool newArea = areaHalfWidth_[scale][p] != h;
     areaHalfWidth_[scale][p] = h;
     if (newArea) {
-        std::fill(area + k0, area + k1, WindowArea(h));
+        std::fill(area + k0, area + k1, static_cast<Sum>(WindowArea(h)));
     }
     const auto site = [&](int k) {
         const int c = 2 * k + p;
         const int siteHalfWidth = HalfWidth(r, c, radius, width_, height_);
         sums.Site(r, c, siteHalfWidth, a + k, b + k);
         if (newArea) {
-            area[k] = WindowArea(siteHalfWidth);
+            area[k] = static_cast<Sum>(WindowArea(siteHalfWidth));
         }
     };
     for (int k = 1 - p; k < k0; ++k) {
@@ -254,52 +254,77 @@ void DemosaicingIPPOf<T>::WindowRow(Sums& sums, int r, int q, int radius, int sc
 }
 
 template <class T>
-template <class Feed, class SumsOf, class Blend>
-void DemosaicingIPPOf<T>::RunPass(int q, int radius, int scales, const Feed& feed, const SumsOf& sumsOf,
-                                  const Blend& blend) {
+template <class Feed, class SumsOf, class Line, class Out>
+void DemosaicingIPPOf<T>::RunPass(Pass pass, int q, int radius, int scales, const Feed& feed, const SumsOf& sumsOf,
+                                  const Line& line, const Out& out) {
     for (auto& halfWidths : areaHalfWidth_) {
         halfWidths[0] = halfWidths[1] = -1;
     }
     const int reach = radius << (scales - 1);
+    const int n = width_ / 2;
     int fed = 0;
+    int lines = 0;
     for (int r = 1; r < height_ - 1; ++r) {
         for (; fed <= std::min(r + reach, height_ - 1); ++fed) {
             feed(fed);
         }
-        orv::ScaleRow<Sum> rows[kMaxScales];
+        for (; lines <= r + 1; ++lines) {
+            line(lines, lines_[lines % kLines]);
+        }
         const int p = Parity(r, q);
+        orv::BlendArgs<Sum> args;
         for (int scale = 0; scale < scales; ++scale) {
             Sum* a = sumA_[scale];
             Sum* b = scale == 0 ? kept_.Row(q, r, sumB_[0]) : sumB_[scale];
             WindowRow(sumsOf(r), r, q, radius << scale, scale, a, b);
-            rows[scale] = {a, b, area_[2 * scale + p]};
+            args.scales[scale] = {a, b, area_[2 * scale + p]};
         }
-        const int end = width_ / 2 - p;
-        if (scales == 3) {
-            orv::SelectRow<Sum, 3>(rows, 1 - p, end, best_[0], best_[1]);
+        const float* here = lines_[r % kLines] + p;
+        const float* up = lines_[(r - 1) % kLines];
+        const float* down = lines_[(r + 1) % kLines];
+        if (pass == Pass::Diagonal) {
+            args.a1 = down + p;
+            args.a2 = up + p - 1;
+            args.b1 = down + p - 1;
+            args.b2 = up + p;
         } else {
-            orv::SelectRow<Sum, 2>(rows, 1 - p, end, best_[0], best_[1]);
+            args.a1 = here;
+            args.a2 = here - 1;
+            args.b1 = down;
+            args.b2 = up;
         }
-        blend(r, best_[0], best_[1]);
+        args.green = greenPlane_.Row(q, r);
+        args.low = minValue_;
+        args.high = maxValue_;
+        args.mask = std::numeric_limits<T>::max();
+        args.k0 = 1 - p;
+        args.k1 = orv::RoundUpToLanes(1 - p, n - p);
+        args.out = out(r);
+        if (pass == Pass::Green) {
+            orv::BlendRow<Sum, typename Sums::Contrast, 2, false>(&args);
+        } else if (pass == Pass::Cross) {
+            orv::BlendRow<Sum, typename Sums::Contrast, 2, true>(&args);
+        } else {
+            orv::BlendRow<Sum, typename Sums::DiagonalContrast, kDiagonalScales, true>(&args);
+        }
     }
 }
 
 // Horizontal and vertical gradients of `plane` at the sites of half q of row r.
 template <class T>
-void DemosaicingIPPOf<T>::FeedCross(Sums& sums, const orv::SplitPlane<T>& plane, int q, int r) {
+void DemosaicingIPPOf<T>::FeedCross(Sums& sums, const Plane& plane, int q, int r, bool leaks) {
     const bool border = r == 0 || r == height_ - 1;
     if (!border) {
         const int p = Parity(r, q);
         const int n = width_ / 2;
-        const T* row = plane.Row(1 - q, r) + p;
+        const uint16_t* row = plane.Row(1 - q, r) + p;
         auto* first = sums.NextFirst();
         auto* second = sums.NextSecond();
+        orv::GradientRow<typename Sums::Gradient>(row, row - 1, plane.Row(1 - q, r + 1), plane.Row(1 - q, r - 1), 1 - p,
+                                                  orv::RoundUpToLanes(1 - p, n - p), first, second);
         first[p == 0 ? 0 : n - 1] = second[p == 0 ? 0 : n - 1] = 0;
-        orv::GradientRow<T, typename Sums::Gradient>(row, row - 1, plane.Row(1 - q, r + 1), plane.Row(1 - q, r - 1),
-                                                     1 - p, n - p, first, second);
     }
-    const bool leaks = &sums == &evenSums_ && !border;
-    sums.Push(border, nullptr, leaks ? kept_.Leak(1 - q, r) : nullptr);
+    sums.Push(border, nullptr, leaks && !border ? kept_.Leak(1 - q, r) : nullptr);
 }
 
 template <class T>
@@ -307,13 +332,12 @@ void DemosaicingIPPOf<T>::CalculateGreen() {
     const int q = 1 - greenPhase_;
     evenSums_.Start(q, true);
     RunPass(
-        q, 1, 2, [&](int r) { FeedCross(evenSums_, greenPlane_, q, r); }, [&](int) -> Sums& { return evenSums_; },
-        [&](int r, const float* a, const float* b) {
-            const int p = Parity(r, q);
-            const T* row = greenPlane_.Row(1 - q, r) + p;
-            orv::BlendSampleRow<T>(a, b, row - 1, row, greenPlane_.Row(1 - q, r - 1), greenPlane_.Row(1 - q, r + 1),
-                                   1 - p, width_ / 2 - p, greenPlane_.Row(q, r));
-        });
+        Pass::Green, q, 1, 2, [&](int r) { FeedCross(evenSums_, greenPlane_, q, r, true); },
+        [&](int) -> Sums& { return evenSums_; },
+        [&](int r, float* line) {
+            orv::SampleLine(greenPlane_.Row(1 - q, r), orv::RoundUpToLanes(0, width_ / 2), line);
+        },
+        [&](int r) { return greenPlane_.Row(q, r); });
     FillCrossBorder(greenPlane_, q);
 }
 
@@ -324,67 +348,58 @@ void DemosaicingIPPOf<T>::CalculateRedAndBlueComponentInitial(int radius, int sc
     // Rows of one parity have gradients of their own; the other parity's rows count as zero.
     evenSums_.Start(q, false);
     oddSums_.Start(q, false);
-    const auto ownColour = [&](int r) -> orv::SplitPlane<T>& { return (r & 1) == 0 ? evenRowPlane_ : oddRowPlane_; };
+    const auto ownColour = [&](int r) -> Plane& { return (r & 1) == 0 ? evenRowPlane_ : oddRowPlane_; };
     const auto feed = [&](int r) {
         const bool border = r == 0 || r == height_ - 1;
         const bool odd = (r & 1) != 0;
         if (!border) {
             const int p = Parity(r, q);
-            const T* up = ownColour(r - 1).Row(q, r - 1) + p;
-            const T* down = ownColour(r + 1).Row(q, r + 1) + p;
+            const uint16_t* up = ownColour(r - 1).Row(q, r - 1) + p;
+            const uint16_t* down = ownColour(r + 1).Row(q, r + 1) + p;
             Sums& sums = odd ? oddSums_ : evenSums_;
             auto* first = sums.NextFirst();
             auto* second = sums.NextSecond();
+            orv::GradientRow<typename Sums::Gradient>(down, up - 1, up, down - 1, 1 - p,
+                                                      orv::RoundUpToLanes(1 - p, n - p), first, second);
             first[p == 0 ? 0 : n - 1] = second[p == 0 ? 0 : n - 1] = 0;
-            orv::GradientRow<T, typename Sums::Gradient>(down, up - 1, up, down - 1, 1 - p, n - p, first, second);
         }
         evenSums_.Push(border || odd, nullptr, nullptr);
         oddSums_.Push(border || !odd, border ? nullptr : kept_.Leak(q, r), border ? nullptr : kept_.Leak(1 - q, r));
     };
-    const auto blend = [&](int r, const float* a, const float* b) {
-        const int p = Parity(r, q);
-        const T* greenUp = greenPlane_.Row(q, r - 1) + p;
-        const T* greenDown = greenPlane_.Row(q, r + 1) + p;
-        const T* colourUp = ownColour(r - 1).Row(q, r - 1) + p;
-        const T* colourDown = ownColour(r + 1).Row(q, r + 1) + p;
-        orv::BlendDifferenceRow<T>(a, b, {greenDown, colourDown, greenUp - 1, colourUp - 1},
-                                   {greenDown - 1, colourDown - 1, greenUp, colourUp}, greenPlane_.Row(q, r), minValue_,
-                                   maxValue_, 1 - p, n - p, ownColour(r + 1).Row(q, r));
-    };
     RunPass(
-        q, radius, scales, feed, [&](int r) -> Sums& { return (r & 1) != 0 ? oddSums_ : evenSums_; }, blend);
+        Pass::Diagonal, q, radius, scales, feed, [&](int r) -> Sums& { return (r & 1) != 0 ? oddSums_ : evenSums_; },
+        [&](int r, float* line) {
+            orv::DifferenceLine(greenPlane_.Row(q, r), ownColour(r).Row(q, r), orv::RoundUpToLanes(0, n), line);
+        },
+        [&](int r) { return ownColour(r + 1).Row(q, r); });
     FillDiagonalBorder();
 }
 
 template <class T>
-void DemosaicingIPPOf<T>::CalculateRedOrBlueComponent(orv::SplitPlane<T>& plane, Sums& sums, int radius, int scales) {
+void DemosaicingIPPOf<T>::CalculateRedOrBlueComponent(Plane& plane, Sums& sums, bool leaks, int radius, int scales) {
     const int q = greenPhase_;
     sums.Start(q, true);
-    FillCrossBorder(plane, q);
     RunPass(
-        q, radius, scales, [&](int r) { FeedCross(sums, plane, q, r); }, [&](int) -> Sums& { return sums; },
-        [&](int r, const float* a, const float* b) {
-            const int p = Parity(r, q);
-            const T* green = greenPlane_.Row(1 - q, r) + p;
-            const T* colour = plane.Row(1 - q, r) + p;
-            orv::BlendDifferenceRow<T>(a, b, {green, colour, green - 1, colour - 1},
-                                       {greenPlane_.Row(1 - q, r + 1), plane.Row(1 - q, r + 1),
-                                        greenPlane_.Row(1 - q, r - 1), plane.Row(1 - q, r - 1)},
-                                       greenPlane_.Row(q, r), minValue_, maxValue_, 1 - p, width_ / 2 - p,
-                                       plane.Row(q, r));
-        });
+        Pass::Cross, q, radius, scales, [&](int r) { FeedCross(sums, plane, q, r, leaks); },
+        [&](int) -> Sums& { return sums; },
+        [&](int r, float* line) {
+            orv::DifferenceLine(greenPlane_.Row(1 - q, r), plane.Row(1 - q, r), orv::RoundUpToLanes(0, width_ / 2),
+                                line);
+        },
+        [&](int r) { return plane.Row(q, r); });
+    FillCrossBorder(plane, q);
 }
 
 template <class T>
-void DemosaicingIPPOf<T>::FillCrossBorder(orv::SplitPlane<T>& plane, int q) {
+void DemosaicingIPPOf<T>::FillCrossBorder(Plane& plane, int q) {
     const int bottom = height_ - 1;
     const int right = width_ - 1;
     // (r, c) from the pixel inwards, twice, and the two along the border.
     const auto fill = [&](int r, int c, int inRow, int inColumn, int alongRow, int alongColumn) {
         plane.At(r, c) =
-            static_cast<T>((2 * plane.At(r + inRow, c + inColumn) + plane.At(r - alongRow, c - alongColumn) +
-                            plane.At(r + alongRow, c + alongColumn)) >>
-                           2);
+            static_cast<uint16_t>((2 * plane.At(r + inRow, c + inColumn) + plane.At(r - alongRow, c - alongColumn) +
+                                   plane.At(r + alongRow, c + alongColumn)) >>
+                                  2);
     };
     for (int c = 1; c < right; ++c) {
         if (Parity(c, q) == 0) {
@@ -402,7 +417,8 @@ void DemosaicingIPPOf<T>::FillCrossBorder(orv::SplitPlane<T>& plane, int q) {
     }
     // Two opposite corners are sites.
     const auto corner = [&](int r, int c) {
-        plane.At(r, c) = static_cast<T>((plane.At(r == 0 ? 1 : r - 1, c) + plane.At(r, c == 0 ? 1 : c - 1)) >> 1);
+        plane.At(r, c) =
+            static_cast<uint16_t>((plane.At(r == 0 ? 1 : r - 1, c) + plane.At(r, c == 0 ? 1 : c - 1)) >> 1);
     };
     corner(0, q == 0 ? 0 : right);
     corner(bottom, q == 0 ? right : 0);
@@ -425,20 +441,20 @@ void DemosaicingIPPOf<T>::FillDiagonalBorder() {
     }
     for (int c = 1; c < right; ++c) {
         const int inside = Parity(c, q) == 0 ? 1 : bottom - 1;
-        orv::SplitPlane<T>& plane = Parity(c, q) == 0 ? oddRowPlane_ : evenRowPlane_;
+        Plane& plane = Parity(c, q) == 0 ? oddRowPlane_ : evenRowPlane_;
         plane.At(Parity(c, q) == 0 ? 0 : bottom, c) =
-            static_cast<T>((plane.At(inside, c - 1) + plane.At(inside, c + 1)) >> 1);
+            static_cast<uint16_t>((plane.At(inside, c - 1) + plane.At(inside, c + 1)) >> 1);
     }
     for (int r = 1; r < bottom; ++r) {
         const int side = Parity(r, q) == 0 ? 0 : right;
         const int inside = Parity(r, q) == 0 ? 1 : right - 1;
-        orv::SplitPlane<T>& plane = (r & 1) == 0 ? oddRowPlane_ : evenRowPlane_;
-        plane.At(r, side) = static_cast<T>((plane.At(r - 1, inside) + plane.At(r + 1, inside)) >> 1);
+        Plane& plane = (r & 1) == 0 ? oddRowPlane_ : evenRowPlane_;
+        plane.At(r, side) = static_cast<uint16_t>((plane.At(r - 1, inside) + plane.At(r + 1, inside)) >> 1);
     }
 }
 
 template <class T>
-void DemosaicingIPPOf<T>::StoreImage(const orv::SplitPlane<T>& first, const orv::SplitPlane<T>& third) {
+void DemosaicingIPPOf<T>::StoreImage(const Plane& first, const Plane& third) {
     const int rows = destination_->height;
     const int columns = destination_->width;
     if (static_cast<int64_t>(rows) * destination_->stride < 1 || columns < 1) {
@@ -446,7 +462,7 @@ void DemosaicingIPPOf<T>::StoreImage(const orv::SplitPlane<T>& first, const orv:
     }
     const ptrdiff_t step = destination_->stride / static_cast<int>(sizeof(T));
     T* out = static_cast<T*>(destination_->data);
-    const orv::SplitPlane<T>* const planes[] = {&first, &greenPlane_, &third};
+    const Plane* const planes[] = {&first, &greenPlane_, &third};
     for (int r = 0; r < rows; ++r) {
         const int even = Parity(r, 0);
         for (int i = 0; i < 3; ++i) {

@@ -63,13 +63,15 @@ protected:
     // True when the words at this destination want the planes of the even-row and the odd-row colour exchanged.
     virtual bool ExchangesOrder(uint32_t destinationWord) const = 0;
 
-    // Radii of the diagonal pass: `diagonalRadius_` times 1, 2, ..., once per scale.
-    DemosaicingIPPOf(int diagonalRadius, int diagonalScales);
-
 private:
+    // Samples of either width.
+    using Plane = orv::SplitPlane<uint16_t>;
     using Sums = orv::WindowSums<T>;
     using Sum = typename Sums::Sum;
     static constexpr int kMaxScales = 3;
+    // Radii of the diagonal pass: 2 and 4 for bytes, else 1, 2 and 4.
+    static constexpr int kDiagonalRadius = sizeof(T) == 1 ? 2 : 1;
+    static constexpr int kDiagonalScales = sizeof(T) == 1 ? 2 : 3;
 
     void CreatePlanes();
     void CopyFrame(const _OrvImage& source);
@@ -77,34 +79,34 @@ private:
 
     void CalculateGreen();
     void CalculateRedAndBlueComponentInitial(int radius, int scales);
-    void CalculateRedOrBlueComponent(orv::SplitPlane<T>& plane, Sums& sums, int radius, int scales);
-    void StoreImage(const orv::SplitPlane<T>& first, const orv::SplitPlane<T>& third);
+    void CalculateRedOrBlueComponent(Plane& plane, Sums& sums, bool leaks, int radius, int scales);
+    void StoreImage(const Plane& first, const Plane& third);
 
     // Border sites of half `q` of `plane` from their neighbours in the other half.
-    void FillCrossBorder(orv::SplitPlane<T>& plane, int q);
+    void FillCrossBorder(Plane& plane, int q);
     void FillDiagonalBorder();
 
     // The window pass and the blend over the sites of half `q`, row by row. `feed(r)` hands gradient row r to the sums,
-    // `sumsOf(r)` names those that row r reads, and `blend(r, a, b)` stores the row's samples from the sums of the
-    // winning window.
-    template <class Feed, class SumsOf, class Blend>
-    void RunPass(int q, int radius, int scales, const Feed& feed, const SumsOf& sumsOf, const Blend& blend);
+    // `sumsOf(r)` names those that row r reads, `line(r, to)` makes the row of the sites' neighbours that the blend
+    // reads, and `out(r)` is where the samples go. Border sites are left with anything.
+    enum class Pass { Green, Diagonal, Cross };
+    template <class Feed, class SumsOf, class Line, class Out>
+    void RunPass(Pass pass, int q, int radius, int scales, const Feed& feed, const SumsOf& sumsOf, const Line& line,
+                 const Out& out);
     void WindowRow(Sums& sums, int r, int q, int radius, int scale, Sum* a, Sum* b);
-    void FeedCross(Sums& sums, const orv::SplitPlane<T>& plane, int q, int r);
+    void FeedCross(Sums& sums, const Plane& plane, int q, int r, bool leaks);
 
     // Column parity of the sites of half `q` in row r.
     static int Parity(int r, int q) { return (r + q) & 1; }
 
-    int diagonalRadius_;
-    int diagonalScales_;
     bool calculated_ = false;
     bool ready_ = false;
     int planeWidth_ = 0;
     int planeHeight_ = 0;
 
-    orv::SplitPlane<T> greenPlane_;
-    orv::SplitPlane<T> evenRowPlane_;
-    orv::SplitPlane<T> oddRowPlane_;
+    Plane greenPlane_;
+    Plane evenRowPlane_;
+    Plane oddRowPlane_;
     // What stays of the first scale's second window sums, from pass to pass and frame to frame.
     typename Sums::Kept kept_;
     Sums evenSums_;
@@ -114,24 +116,20 @@ private:
     orv::RowArray<Sum> sumA_;
     orv::RowArray<Sum> sumB_;
     // Sites per window, by scale and column parity of the sites.
-    orv::RowArray<float> area_;
+    orv::RowArray<Sum> area_;
     int areaHalfWidth_[kMaxScales][2];
-    orv::RowArray<float> best_;
+    // Rows of neighbours, the last few.
+    static constexpr int kLines = 4;
+    orv::RowArray<float> lines_;
 };
 
 class DemosaicingIPP_8 final : public DemosaicingIPPOf<uint8_t> {
-public:
-    DemosaicingIPP_8() : DemosaicingIPPOf(2, 2) {}
-
 protected:
     // Only the RGB and BGR words of 8 bits are known here; all others leave the even-row colour first.
     bool ExchangesOrder(uint32_t destinationWord) const override;
 };
 
 class DemosaicingIPP_16 final : public DemosaicingIPPOf<uint16_t> {
-public:
-    DemosaicingIPP_16() : DemosaicingIPPOf(1, 3) {}
-
 protected:
     bool ExchangesOrder(uint32_t destinationWord) const override;
 };

@@ -7,17 +7,23 @@
 namespace orv {
 
 // Gradients of a row of sites: one across a1 and a2, one across b1 and b2.
-template <class T, class G>
-ORV_ALWAYS_INLINE void GradientRowBody(const T* a1, const T* a2, const T* b1, const T* b2, int k0, int k1, G* first,
-                                       G* second) {
+template <class G>
+ORV_ALWAYS_INLINE void GradientRowBody(const uint16_t* a1, const uint16_t* a2, const uint16_t* b1, const uint16_t* b2,
+                                       int k0, int k1, G* first, G* second) {
 #pragma omp simd
     for (int k = k0; k < k1; ++k) {
-        first[k] = static_cast<G>(Abs(a1[k] - a2[k]));
-        second[k] = static_cast<G>(Abs(b1[k] - b2[k]));
+        // In 16-bit lanes.
+        const uint16_t highA = a1[k] > a2[k] ? a1[k] : a2[k];
+        const uint16_t lowA = a1[k] > a2[k] ? a2[k] : a1[k];
+        const uint16_t highB = b1[k] > b2[k] ? b1[k] : b2[k];
+        const uint16_t lowB = b1[k] > b2[k] ? b2[k] : b1[k];
+        first[k] = static_cast<G>(static_cast<uint16_t>(highA - lowA));
+        second[k] = static_cast<G>(static_cast<uint16_t>(highB - lowB));
     }
 }
-ORV_ROW_TEMPLATE((class T, class G), (T, G), GradientRow,
-                 (const T* a1, const T* a2, const T* b1, const T* b2, int k0, int k1, G* first, G* second),
+ORV_ROW_TEMPLATE((class G), (G), GradientRow,
+                 (const uint16_t* a1, const uint16_t* a2, const uint16_t* b1, const uint16_t* b2, int k0, int k1,
+                  G* first, G* second),
                  (a1, a2, b1, b2, k0, k1, first, second))
 
 // Window sums of one scale in a row, and the number of sites in each window.
@@ -25,112 +31,127 @@ template <class S>
 struct ScaleRow {
     const S* a;
     const S* b;
-    const float* area;
+    const S* area;
 };
 
-// The sums of the scale whose directions differ most per site of the window; the smaller scale on a tie.
-template <class S, int Scales>
-ORV_ALWAYS_INLINE void SelectRowBody(const ScaleRow<S>* scales, int k0, int k1, float* bestA, float* bestB) {
-    const ScaleRow<S> s0 = scales[0];
-    const ScaleRow<S> s1 = scales[1];
-    const ScaleRow<S> s2 = scales[Scales - 1];
+// One row of a pass.
+template <class S>
+struct BlendArgs {
+    ScaleRow<S> scales[3];
+    // Two neighbours of each site along a, two along b: samples, or differences of green and colour.
+    const float* a1;
+    const float* a2;
+    const float* b1;
+    const float* b2;
+    const uint16_t* green;
+    int low, high;
+    int mask;  // bits of a stored sample
+    int k0, k1;
+    uint16_t* out;
+};
+
+// Mean of the neighbours, each direction weighted by the inverse fourth power of its window sum, a half added for
+// rounding. The sums are those of the scale whose directions differ most per site; the smaller scale on a tie.
+//
+// `Difference`: the mean is one of differences to green, and is taken off the site's green; the sample is bound to
+// [low, high]. Sums of two neighbours are exact in single precision.
+//
+// `Contrast` is float for sums that need a true division. Sums of bytes are compared by products instead: unequal
+// quotients differ by more than a division rounds. The integer type must hold sum times area.
+template <class S, class Contrast, int Scales, bool Difference>
+ORV_ALWAYS_INLINE void BlendRowBody(const BlendArgs<S>* args) {
+    const BlendArgs<S> row = *args;
+    const ScaleRow<S> s0 = row.scales[0];
+    const ScaleRow<S> s1 = row.scales[1];
+    const ScaleRow<S> s2 = row.scales[Scales - 1];
 #pragma omp simd
-    for (int k = k0; k < k1; ++k) {
-        float a = s0.a[k];
-        float b = s0.b[k];
-        const float a1 = s1.a[k];
-        const float b1 = s1.b[k];
-        float contrast = __builtin_fabsf(a - b) / s0.area[k];
-        const float contrast1 = __builtin_fabsf(a1 - b1) / s1.area[k];
-        a = contrast < contrast1 ? a1 : a;
-        b = contrast < contrast1 ? b1 : b;
-        if (Scales == 3) {
-            contrast = contrast < contrast1 ? contrast1 : contrast;
-            const float a2 = s2.a[k];
-            const float b2 = s2.b[k];
-            const float contrast2 = __builtin_fabsf(a2 - b2) / s2.area[k];
-            a = contrast < contrast2 ? a2 : a;
-            b = contrast < contrast2 ? b2 : b;
+    for (int k = row.k0; k < row.k1; ++k) {
+        float a = 0.0F;
+        float b = 0.0F;
+        if (sizeof(S) == 2) {
+            const int16_t difference0 = static_cast<int16_t>(s0.a[k] - s0.b[k]);
+            const int16_t difference1 = static_cast<int16_t>(s1.a[k] - s1.b[k]);
+            const int16_t d0 = static_cast<int16_t>(difference0 < 0 ? -difference0 : difference0);
+            const int16_t d1 = static_cast<int16_t>(difference1 < 0 ? -difference1 : difference1);
+            const Contrast product0 = static_cast<Contrast>(d0 * static_cast<int16_t>(s1.area[k]));
+            const Contrast product1 = static_cast<Contrast>(d1 * static_cast<int16_t>(s0.area[k]));
+            const bool take = product0 < product1;
+            const uint16_t sumA = take ? s1.a[k] : s0.a[k];
+            const uint16_t sumB = take ? s1.b[k] : s0.b[k];
+            a = sumA;
+            b = sumB;
+        } else {
+            const float contrast0 = __builtin_fabsf(s0.a[k] - s0.b[k]) / s0.area[k];
+            const float contrast1 = __builtin_fabsf(s1.a[k] - s1.b[k]) / s1.area[k];
+            const bool take = contrast0 < contrast1;
+            a = take ? s1.a[k] : s0.a[k];
+            b = take ? s1.b[k] : s0.b[k];
+            if (Scales == 3) {
+                const float best = take ? contrast1 : contrast0;
+                const float contrast2 = __builtin_fabsf(s2.a[k] - s2.b[k]) / s2.area[k];
+                a = best < contrast2 ? s2.a[k] : a;
+                b = best < contrast2 ? s2.b[k] : b;
+            }
         }
-        bestA[k] = a;
-        bestB[k] = b;
+        a *= a;
+        b *= b;
+        const float weightA = 1.0F / Fma(a, a, 1.0F);
+        const float weightB = 1.0F / Fma(b, b, 1.0F);
+        const float alongA = row.a1[k] + row.a2[k];
+        const float alongB = row.b1[k] + row.b2[k];
+        const float n = Fma(weightA, alongA, alongB * weightB);
+        const float d = (2.0F * weightA + weightB) + weightB;  // 2 * weightA is exact
+        int v = TruncateToInt32(n / d + 0.5F);
+        if (Difference) {
+            v = row.green[k] - v;
+            v = v > row.high ? row.high : v > row.low ? v : row.low;
+        }
+        row.out[k] = static_cast<uint16_t>(v & row.mask);
     }
 }
-ORV_ROW_TEMPLATE((class S, int Scales), (S, Scales), SelectRow,
-                 (const ScaleRow<S>* scales, int k0, int k1, float* bestA, float* bestB),
-                 (scales, k0, k1, bestA, bestB))
+ORV_ROW_TEMPLATE((class S, class Contrast, int Scales, bool Difference), (S, Contrast, Scales, Difference), BlendRow,
+                 (const BlendArgs<S>* args), (args))
 
-// Half the mean of two pair sums, each weighted by how small its direction's window sum is, plus a half.
-ORV_ALWAYS_INLINE float Blend(float a, float b, int alongA, int alongB) {
-    const float a2 = a * a;
-    const float b2 = b * b;
-    const float weightA = 1.0F / Fma(a2, a2, 1.0F);
-    const float weightB = 1.0F / Fma(b2, b2, 1.0F);
-    const float n = Fma(weightA, static_cast<float>(alongA), static_cast<float>(alongB) * weightB);
-    const float d = (2.0F * weightA + weightB) + weightB;  // 2 * weightA is exact
-    return n / d + 0.5F;
-}
-
-// Samples from their four neighbours.
-template <class T>
-ORV_ALWAYS_INLINE void BlendSampleRowBody(const float* a, const float* b, const T* left, const T* right, const T* up,
-                                          const T* down, int k0, int k1, T* out) {
+// Samples, or green less colour.
+ORV_ALWAYS_INLINE void SampleLineBody(const uint16_t* samples, int n, float* line) {
 #pragma omp simd
-    for (int k = k0; k < k1; ++k) {
-        out[k] = static_cast<T>(TruncateToInt32(Blend(a[k], b[k], left[k] + right[k], up[k] + down[k])));
+    for (int k = 0; k < n; ++k) {
+        line[k] = samples[k];
     }
 }
-ORV_ROW_TEMPLATE((class T), (T), BlendSampleRow,
-                 (const float* a, const float* b, const T* left, const T* right, const T* up, const T* down, int k0,
-                  int k1, T* out),
-                 (a, b, left, right, up, down, k0, k1, out))
+ORV_ROW_FUNCTION(SampleLine, (const uint16_t* samples, int n, float* line), (samples, n, line))
 
-// Two neighbours in one direction: green and the wanted colour at each.
-template <class T>
-struct PairRows {
-    const T* green1;
-    const T* colour1;
-    const T* green2;
-    const T* colour2;
-};
-
-// Samples from green and their four neighbours' differences to it, bound to [low, high]; stores the low bits.
-template <class T>
-ORV_ALWAYS_INLINE void BlendDifferenceRowBody(const float* a, const float* b, PairRows<T> alongA, PairRows<T> alongB,
-                                              const T* green, int low, int high, int k0, int k1, T* out) {
+ORV_ALWAYS_INLINE void DifferenceLineBody(const uint16_t* green, const uint16_t* colour, int n, float* line) {
 #pragma omp simd
-    for (int k = k0; k < k1; ++k) {
-        const int sumA = (alongA.green1[k] - alongA.colour1[k]) + (alongA.green2[k] - alongA.colour2[k]);
-        const int sumB = (alongB.green1[k] - alongB.colour1[k]) + (alongB.green2[k] - alongB.colour2[k]);
-        const int v = green[k] - TruncateToInt32(Blend(a[k], b[k], sumA, sumB));
-        out[k] = static_cast<T>(v > high ? high : v > low ? v : low);
+    for (int k = 0; k < n; ++k) {
+        line[k] = static_cast<float>(green[k] - colour[k]);
     }
 }
-ORV_ROW_TEMPLATE((class T), (T), BlendDifferenceRow,
-                 (const float* a, const float* b, PairRows<T> alongA, PairRows<T> alongB, const T* green, int low,
-                  int high, int k0, int k1, T* out),
-                 (a, b, alongA, alongB, green, low, high, k0, k1, out))
+ORV_ROW_FUNCTION(DifferenceLine, (const uint16_t* green, const uint16_t* colour, int n, float* line),
+                 (green, colour, n, line))
 
 // Splits a row into its even and its odd columns.
 template <class T>
-ORV_ALWAYS_INLINE void SplitColumnsBody(const T* row, int n, T* even, T* odd) {
+ORV_ALWAYS_INLINE void SplitColumnsBody(const T* row, int n, uint16_t* even, uint16_t* odd) {
 #pragma omp simd
     for (int k = 0; k < n; ++k) {
         even[k] = row[2 * k];
         odd[k] = row[2 * k + 1];
     }
 }
-ORV_ROW_TEMPLATE((class T), (T), SplitColumns, (const T* row, int n, T* even, T* odd), (row, n, even, odd))
+ORV_ROW_TEMPLATE((class T), (T), SplitColumns, (const T* row, int n, uint16_t* even, uint16_t* odd),
+                 (row, n, even, odd))
 
 template <class T>
-ORV_ALWAYS_INLINE void JoinColumnsBody(const T* even, const T* odd, int n, T* row) {
+ORV_ALWAYS_INLINE void JoinColumnsBody(const uint16_t* even, const uint16_t* odd, int n, T* row) {
 #pragma omp simd
     for (int k = 0; k < n; ++k) {
-        row[2 * k] = even[k];
-        row[2 * k + 1] = odd[k];
+        row[2 * k] = static_cast<T>(even[k]);
+        row[2 * k + 1] = static_cast<T>(odd[k]);
     }
 }
-ORV_ROW_TEMPLATE((class T), (T), JoinColumns, (const T* even, const T* odd, int n, T* row), (even, odd, n, row))
+ORV_ROW_TEMPLATE((class T), (T), JoinColumns, (const uint16_t* even, const uint16_t* odd, int n, T* row),
+                 (even, odd, n, row))
 
 // Three planes into packed pixels.
 template <class T>

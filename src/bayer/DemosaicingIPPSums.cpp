@@ -251,8 +251,7 @@ void WindowSums<uint16_t>::Integral::Next(int y, float** nextEven, float** nextO
 }
 
 float WindowSums<uint16_t>::Integral::Window(int top, int bottom, int left, int right) const {
-    const auto at = [this](int y, int x) { return ((x & 1) == 0 ? evenRows : oddRows)[y % kRing][x >> 1]; };
-    return ((at(bottom, right) - at(bottom, left)) - at(top, right)) + at(top, left);
+    return ((At(bottom, right) - At(bottom, left)) - At(top, right)) + At(top, left);
 }
 
 void WindowSums<uint16_t>::Integral::Row(int r, int h, int p, int k0, int k1, Sum* out) const {

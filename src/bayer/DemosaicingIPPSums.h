@@ -22,6 +22,10 @@ class WindowSums<uint8_t> {
 public:
     using Gradient = uint16_t;
     using Sum = uint16_t;  // at most 41 * 255
+    // Hold the sums of one scale times the area of the other: at most 5 * 13 * 255, and 9 * 255 * 41 where only every
+    // second row counts.
+    using Contrast = int16_t;
+    using DiagonalContrast = int32_t;
     struct Kept {
         void Create(int, int) {}
         Sum* Row(int, int, Sum* scratch) const { return scratch; }
@@ -66,6 +70,8 @@ class WindowSums<uint16_t> {
 public:
     using Gradient = float;
     using Sum = float;
+    using Contrast = float;
+    using DiagonalContrast = float;
 
     // One plane that is never cleared between passes or frames: second sums of the smallest window at the sites of the
     // last pass over a half, zero on the border and before the first.
@@ -103,6 +109,10 @@ private:
         // Row y + 1 as row y, or new.
         void Repeat(int y);
         void Next(int y, float** nextEven, float** nextOdd);
+        float At(int y, int x) const {
+            const float* row = (x & 1) == 0 ? evenRows[y % kRing] : oddRows[y % kRing];
+            return row[x >> 1];
+        }
         float Window(int top, int bottom, int left, int right) const;
         void Row(int r, int h, int p, int k0, int k1, Sum* out) const;
     };

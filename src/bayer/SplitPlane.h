@@ -9,8 +9,13 @@
 
 namespace orv {
 
-// Rows of one length, 64-byte aligned, zero when new. Not at multiples of a large power of two, so that the same column
-// of many rows fits in the cache.
+// Row functions work in steps of this many elements from their first one on, into the padding of the rows, so that they
+// need no remainder loop. What they leave there is never used.
+constexpr int kLanes = 16;
+inline int RoundUpToLanes(int k0, int k1) { return k0 + (k1 - k0 + kLanes - 1) / kLanes * kLanes; }
+
+// Rows of one length, 64-byte aligned and with at least 64 bytes of padding, zero when new. Not at multiples of a large
+// power of two, so that the same column of many rows fits in the cache.
 template <class T>
 class RowArray {
 public:
