@@ -27,7 +27,7 @@ public:
             CV_Error(cv::Error::StsNoMem, "row too long");
         }
         const int step = (columns + kLine - 1) / kLine * kLine + kLine;
-        if (rows == mat_.rows && step == mat_.cols) {
+        if (rows == mat_.rows && columns == columns_) {
             return;
         }
         mat_.release();
@@ -35,12 +35,14 @@ public:
         mat_.setTo(0);
         data_ = reinterpret_cast<T*>(mat_.data);
         step_ = step;
+        columns_ = columns;
     }
     T* operator[](int r) { return data_ + static_cast<ptrdiff_t>(r) * step_; }
     const T* operator[](int r) const { return data_ + static_cast<ptrdiff_t>(r) * step_; }
 
 private:
     cv::Mat mat_;
+    int columns_ = 0;
     T* data_ = nullptr;
     ptrdiff_t step_ = 0;
 };

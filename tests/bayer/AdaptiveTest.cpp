@@ -360,6 +360,19 @@ TEST(Adaptive, EnginesReturnBareCodes) {
     }
 }
 
+// Rows of both widths take the same memory.
+TEST(Adaptive, PlanesOfANewSizeStartAtZero) {
+    DemosaicingIPP_16 engine;
+    Frame first(OrvPixelBayerGR12, 12, 26, 16, 4);
+    Frame second(OrvPixelBayerGR12, 12, 28, 16, 5);
+    ASSERT_EQ(engine.Init(&first.destination.record, &first.source.record), 0);
+    second.source.record.imageSize = 0;
+    const auto expected = second.Expected();
+    ASSERT_EQ(engine.Init(&second.destination.record, &second.source.record), 0);
+    ASSERT_EQ(engine.Calculate(), 0);
+    EXPECT_EQ(second.destination.bytes, expected);
+}
+
 template <class T>
 void CheckVector(const orvtest::Vector& vector) {
     const uint32_t word = static_cast<uint32_t>(std::stoul(vector.values.at("sourceWord"), nullptr, 16));
