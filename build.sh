@@ -40,7 +40,7 @@ case "${1:-}" in
 demo)
     need $library $tool
     build release -DORV_BUILD_TESTS=OFF -DORV_BUILD_BENCH=OFF
-    build/release/examples/orv-convert --output demo.png --sheet demo-sheet.png
+    build/release/examples/orv-convert --view --output demo.png --sheet demo-sheet.png
     echo "See demo.png and demo-sheet.png."
     ;;
 test)

@@ -30,7 +30,8 @@ public:
     // allocate an object passes out as std::bad_alloc.
     //
     // Algorithm 1: frames of another size need ReleaseData or AllocData first (0x80050007 else), and 16-bit
-    // sources a `stride` of twice the width rounded up to even.
+    // sources a `stride` of twice the width rounded up to even. For 16-bit sources it keeps sums from frame to
+    // frame, so that a frame's pixels depend on the frames before; ReleaseData starts afresh.
     virtual uint32_t ConvertImage(_OrvImage const* source, _OrvImage* destination) = 0;
 
     // Starts from a clean engine for frames like `source`; reserves no pixel memory. Errors as ConvertImage.

@@ -7,7 +7,11 @@
 #include "OrvComponent.h"
 
 // Settings of the TrueSense engines. Inside a component every field but `toneTable` is the parameter of the
-// same name. On and off are 1 and 0.
+// same name. On and off are 1 and 0. By algorithm number:
+//
+//     0, 4  normalizationEnable, horMirrored, verMirrored, RR to BB, toneTable
+//     0     threads_num
+//     4     the rest, but impulseFilterEnable and sharpnessEnable: it always runs both filters
 struct tagTrueSenseParam {
     long threads_num;          // size of the OpenMP team of a conversion; 0: the process's default
     long normalizationEnable;  // 1: spread 16-bit results over the full 16 bits (off for 8-bit sources of components)
@@ -21,8 +25,8 @@ struct tagTrueSenseParam {
     double greenGain;
     double blueGain;
     double panGain;
-    double globalGain;       // factor on the whole frame, applied above 1.0
-    double analogGain;       // gain of the exposure, selects the row of the noise model below
+    double globalGain;       // factor on the whole frame, applied above 1.0; must be above 0
+    double analogGain;       // gain of the exposure, the place between the rows of the noise model below
     double ISOAnalogGain_0;  // abscissae of the noise model: analog gains, ascending
     double ISOAnalogGain_1;
     double ISOAnalogGain_2;
@@ -69,25 +73,32 @@ struct tagTrueSenseParam {
     double BR;
     double BG;
     double BB;
-    double sharpenParam;       // strength: the higher, the higher the edge threshold of the sharpener
+    double sharpenParam;       // edge threshold of the sharpener, above 0: the higher, the less is sharpened
     double maxSharpen;         // cap of the sharpening gain
     double highLumaNoise;      // share of pan noise given back in bright parts
     double lowLumaNoise;       // and in dark parts
-    const int16_t* toneTable;  // 4096 entries over the linear 12-bit value, or null for the engine's own. Not owned;
-                               // must outlive the conversions that use it. No parameter reaches it.
+    const int16_t* toneTable;  // 4096 entries over the linear 12-bit value, or null for the engine's own: results of
+                               // 0 to 4095, for algorithm 4 of 0 to 255. Not owned; must outlive the conversions
+                               // that use it. No parameter reaches it.
 };
 
 // A TrueSense conversion component.
 //
-// Parameters: `TrueSenseAlgType` (the engine, 0 the default), `NoRealloc` (0 or 1, without effect), then the
-// fields of tagTrueSenseParam from `threads_num` to `lowLumaNoise`.
+// Parameters: `TrueSenseAlgType`, `NoRealloc` (0 or 1, without effect), then the fields of tagTrueSenseParam from
+// `threads_num` to `lowLumaNoise`. `TrueSenseAlgType` chooses the engine: 0 fast integer reconstruction (the default),
+// 4 the reference pipeline with noise model, cleaning and sharpening, in 8 bits and mostly on one thread. Other numbers
+// have no engine in this version and fail every conversion.
 //
 // Source: one of the 64 TrueSense words (OrvPixelTrueSense). Destination: from 8-bit sources the four 8-bit
 // words; from deeper ones the 8-bit words and all eight 16-bit words. The fourth channel of RGBA and BGRA
 // keeps what the caller has there. The size of the source is written; the destination's `width` and `height`
-// are not read.
+// are not read, nor is its depth compared with the source's.
 //
-// One thread at a time per component; a conversion opens OpenMP teams.
+// The engine stays from frame to frame, with its planes, until a frame of the other sample width or a change of
+// `TrueSenseAlgType`. Parameters take effect with the next frame.
+//
+// One thread at a time per component; a conversion opens OpenMP teams. From deeper sources to 8-bit words algorithm 0
+// leaves a `threads_num` above 0 behind as the calling thread's default team size; else that size is restored.
 class OrvTrueSense {
 public:
     // The parameters. Owned by the component.
@@ -97,12 +108,15 @@ public:
     // `pixelType`, `stride` and `data` of `destination`; writes only the pixels, never row padding.
     //
     // Returns 0; 0x80060007 for null records, words of no or the wrong table, an algorithm number out of
-    // range or a bit depth outside 8, 10, 12, 14, 16; 0x80060008 for null pixels; 0x80060009 when memory ran
-    // out or a dimension is below 1; 0x80060001 when an engine failed. The component stays usable.
-    // Exceptions of OpenCV that an engine does not catch, and std::bad_alloc, pass out.
+    // range or a bit depth outside 8, 10, 12, 14, 16 (algorithm 4: also 10 bits to 8); 0x80060008 for null pixels;
+    // 0x80060009 when memory ran out, a dimension is negative or 0 leaves no plane; 0x80060001 when an engine
+    // failed. The component stays usable. Exceptions of OpenCV that an engine does not catch, and std::bad_alloc,
+    // pass out; after one from an 8-bit source `normalizationEnable` stays 0.
     virtual uint32_t ConvertImage(_OrvImage const* source, _OrvImage* destination) = 0;
 
-    // Builds the engine for frames like `source`; its planes come with the first frame.
+    // Frees the engine and builds one for frames like `source`; its planes come with the first frame. Of
+    // `destination` only null is tested. Returns 0; 0x80060007 for null records, a word that is no TrueSense word or an
+    // algorithm number out of range.
     virtual uint32_t AllocData(_OrvImage const* source, _OrvImage* destination) = 0;
 
     // Frees the engine with its planes.

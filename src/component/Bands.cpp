@@ -26,4 +26,20 @@ void SetBandRows(int rows) { g_bandRows.store(RoundUp4(std::max(0, rows)), std::
 
 int TeamSize(int bands) { return std::max(1, std::min(omp_get_max_threads(), bands)); }
 
+int MaxWorkers(int rows, int threads) {
+    return std::max(1, std::min(threads > 0 ? threads : omp_get_max_threads(), (rows + 3) / 4));
+}
+
+void SetThreads(int threads) { omp_set_num_threads(threads); }
+
+ThreadsScope::ThreadsScope(int threads) : saved_(omp_get_max_threads()) {
+    if (threads > 0) {
+        omp_set_num_threads(threads);
+    }
+}
+
+ThreadsScope::~ThreadsScope() { omp_set_num_threads(saved_); }
+
+int WorkerIndex() { return omp_get_thread_num(); }
+
 }  // namespace orv

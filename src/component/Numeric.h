@@ -27,6 +27,23 @@ ORV_ALWAYS_INLINE int32_t TruncateToInt32(float x) {
 // TruncateToInt32 of a number known to be below 2^31 in magnitude, or not-a-number: the same result in fewer steps.
 ORV_ALWAYS_INLINE int32_t TruncateSmallToInt32(float x) { return static_cast<int32_t>(x == x ? x : 0.0F); }
 
+// Clamp(TruncateToInt32(x), low, high) for whole bounds with low <= 0 <= high, but `low` for not-a-number; in single
+// precision bounds of at most 24 bits. Bounding before the conversion leaves nothing to saturate, which is cheaper in
+// row functions.
+ORV_ALWAYS_INLINE int32_t TruncateClamped(double x, double low, double high) {
+    x = x > low ? x : low;
+    return static_cast<int32_t>(x < high ? x : high);
+}
+ORV_ALWAYS_INLINE int32_t TruncateClamped(float x, float low, float high) {
+    x = x > low ? x : low;
+    return static_cast<int32_t>(x < high ? x : high);
+}
+
+// TruncateToInt32 for numbers of at least -2^31.
+ORV_ALWAYS_INLINE int32_t TruncateFromAbove(float x) {
+    return x < 2147483648.0F ? static_cast<int32_t>(x) : 2147483647;
+}
+
 // Fused multiply-add, a * b + c rounded once. The builtin becomes one instruction inside row functions compiled
 // for a processor that has it, and the C library's exact function elsewhere: the same bits.
 ORV_ALWAYS_INLINE float Fma(float a, float b, float c) { return __builtin_fmaf(a, b, c); }

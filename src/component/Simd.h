@@ -34,30 +34,36 @@ void SetSimdLevel(SimdLevel level);
 }  // namespace orv
 
 // `params` and `args` are parenthesised lists: ORV_ROW_FUNCTION(AddRows, (const int* a, int* b, int n), (a, b, n))
+//
+// The _TUNED forms take a second body `NameBodyAvx2`, marked ORV_TARGET_AVX2, for what the compiler does not vectorise
+// well by itself; it must give the same bits.
 #if defined(__x86_64__)
-#define ORV_ROW_FUNCTION(name, params, args)                                                 \
+#define ORV_ROW_FUNCTION_(name, avx2Body, params, args)                                      \
     static void name##Baseline params { name##Body args; }                                   \
-    ORV_TARGET_AVX2 static void name##Avx2 params { name##Body args; }                       \
+    ORV_TARGET_AVX2 static void name##Avx2 params { avx2Body args; }                         \
     static inline void name params {                                                         \
         static void(*const table[::orv::kSimdLevels]) params = {name##Baseline, name##Avx2}; \
         table[static_cast<int>(::orv::SimdLevelInForce())] args;                             \
     }
+#define ORV_ROW_FUNCTION(name, params, args) ORV_ROW_FUNCTION_(name, name##Body, params, args)
+#define ORV_ROW_FUNCTION_TUNED(name, params, args) ORV_ROW_FUNCTION_(name, name##BodyAvx2, params, args)
 #else
 #define ORV_ROW_FUNCTION(name, params, args) \
     static inline void name params { name##Body args; }
+#define ORV_ROW_FUNCTION_TUNED(name, params, args) ORV_ROW_FUNCTION(name, params, args)
 #endif
 
 // The same for a body template: ORV_ROW_TEMPLATE((class T, int Shift), (T, Shift), Name, (...), (...)).
 #define ORV_UNPACK_(...) __VA_ARGS__
 #if defined(__x86_64__)
-#define ORV_ROW_TEMPLATE(tparams, targs, name, params, args)                             \
+#define ORV_ROW_TEMPLATE_(tparams, targs, name, avx2Body, params, args)                  \
     template <ORV_UNPACK_ tparams>                                                       \
     static void name##Baseline params {                                                  \
         name##Body<ORV_UNPACK_ targs> args;                                              \
     }                                                                                    \
     template <ORV_UNPACK_ tparams>                                                       \
     ORV_TARGET_AVX2 static void name##Avx2 params {                                      \
-        name##Body<ORV_UNPACK_ targs> args;                                              \
+        avx2Body<ORV_UNPACK_ targs> args;                                                \
     }                                                                                    \
     template <ORV_UNPACK_ tparams>                                                       \
     static inline void name params {                                                     \
@@ -65,12 +71,17 @@ void SetSimdLevel(SimdLevel level);
             params = {name##Baseline<ORV_UNPACK_ targs>, name##Avx2<ORV_UNPACK_ targs>}; \
         table[static_cast<int>(::orv::SimdLevelInForce())] args;                         \
     }
+#define ORV_ROW_TEMPLATE(tparams, targs, name, params, args) \
+    ORV_ROW_TEMPLATE_(tparams, targs, name, name##Body, params, args)
+#define ORV_ROW_TEMPLATE_TUNED(tparams, targs, name, params, args) \
+    ORV_ROW_TEMPLATE_(tparams, targs, name, name##BodyAvx2, params, args)
 #else
 #define ORV_ROW_TEMPLATE(tparams, targs, name, params, args) \
     template <ORV_UNPACK_ tparams>                           \
     static inline void name params {                         \
         name##Body<ORV_UNPACK_ targs> args;                  \
     }
+#define ORV_ROW_TEMPLATE_TUNED(tparams, targs, name, params, args) ORV_ROW_TEMPLATE(tparams, targs, name, params, args)
 #endif
 
 #endif

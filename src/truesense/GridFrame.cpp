@@ -1,6 +1,7 @@
 #include "truesense/GridFrame.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <limits>
 
@@ -16,30 +17,30 @@ int SaturatingAdd(int a, int b) {
     return static_cast<int>(std::min<int64_t>(sum, std::numeric_limits<int>::max() - 3));
 }
 
-// One row, forward or backward in the source.
-template <class T>
-ORV_ALWAYS_INLINE void ShiftRowBody(const T* src, ptrdiff_t step, int shift, int n, int16_t* dst) {
+// One row, forward or backward in the source; adds the bits of its samples to `used`.
+template <class T, bool Left>
+ORV_ALWAYS_INLINE void ShiftRowBody(const T* src, ptrdiff_t step, int shift, int n, int16_t* dst, uint16_t* used) {
+    uint16_t bits = 0;
     if (step == 1) {
-        if (shift >= 0) {
-#pragma omp simd
-            for (int x = 0; x < n; ++x) {
-                dst[x] = static_cast<int16_t>(static_cast<uint16_t>(static_cast<uint32_t>(src[x]) << shift));
-            }
-        } else {
-#pragma omp simd
-            for (int x = 0; x < n; ++x) {
-                dst[x] = static_cast<int16_t>(static_cast<uint16_t>(static_cast<uint32_t>(src[x]) >> -shift));
-            }
+#pragma omp simd reduction(| : bits)
+        for (int x = 0; x < n; ++x) {
+            const uint16_t v = static_cast<uint16_t>(Left ? src[x] << shift : src[x] >> shift);
+            dst[x] = static_cast<int16_t>(v);
+            bits = static_cast<uint16_t>(bits | v);
         }
-        return;
+    } else {
+        for (int x = 0; x < n; ++x) {
+            const T sample = src[x * step];
+            const uint16_t v = static_cast<uint16_t>(Left ? sample << shift : sample >> shift);
+            dst[x] = static_cast<int16_t>(v);
+            bits = static_cast<uint16_t>(bits | v);
+        }
     }
-    for (int x = 0; x < n; ++x) {
-        const uint32_t v = src[x * step];
-        dst[x] = static_cast<int16_t>(static_cast<uint16_t>(shift >= 0 ? v << shift : v >> -shift));
-    }
+    *used = static_cast<uint16_t>(*used | bits);
 }
-ORV_ROW_TEMPLATE((class T), (T), ShiftRow, (const T* src, ptrdiff_t step, int shift, int n, int16_t* dst),
-                 (src, step, shift, n, dst))
+ORV_ROW_TEMPLATE((class T, bool Left), (T, Left), ShiftRow,
+                 (const T* src, ptrdiff_t step, int shift, int n, int16_t* dst, uint16_t* used),
+                 (src, step, shift, n, dst, used))
 
 void CopyRow(int16_t* plane, int planeStep, const GridGeometry& g, int to, int from) {
     int16_t* target = plane + static_cast<ptrdiff_t>(to) * planeStep + g.gridX;
@@ -89,16 +90,25 @@ RegionWalk RegionWalk::Make(int x, int y, int w, int h, int stride, int channels
 }
 
 template <class T>
-void ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridGeometry& g, int16_t* plane, int planeStep) {
+uint32_t ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridGeometry& g, int16_t* plane,
+                    int planeStep) {
     if (g.Small()) {
         std::memset(plane, 0, sizeof(int16_t) * static_cast<size_t>(g.H) * static_cast<size_t>(planeStep));
     }
     const auto row = [&](int r) { return plane + static_cast<ptrdiff_t>(r) * planeStep; };
+    std::atomic<uint32_t> used{0};
     ForEachBand(g.h, [&](int y0, int y1) {
+        uint16_t bits = 0;
         for (int y = y0; y < y1; ++y) {
-            ShiftRow<T>(src + walk.rowStart + y * walk.rowStep + walk.columnStart, walk.columnStep, shift, g.w,
-                        row(g.gridY + y) + g.gridX);
+            const T* from = src + walk.rowStart + y * walk.rowStep + walk.columnStart;
+            int16_t* to = row(g.gridY + y) + g.gridX;
+            if (shift >= 0) {
+                ShiftRow<T, true>(from, walk.columnStep, shift, g.w, to, &bits);
+            } else {
+                ShiftRow<T, false>(from, walk.columnStep, -shift, g.w, to, &bits);
+            }
         }
+        used.fetch_or(bits, std::memory_order_relaxed);
     });
     for (int r = g.gridY - 1; r >= 0; --r) {
         CopyRow(plane, planeStep, g, r, r + 4);
@@ -115,11 +125,12 @@ void ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridGeome
             line[c] = c >= 4 ? line[c - 4] : static_cast<int16_t>(0);
         }
     }
+    return used.load(std::memory_order_relaxed);
 }
 
-template void ReadMosaic<unsigned char>(const unsigned char*, const RegionWalk&, int, const GridGeometry&, int16_t*,
-                                        int);
-template void ReadMosaic<unsigned short>(const unsigned short*, const RegionWalk&, int, const GridGeometry&, int16_t*,
-                                         int);
+template uint32_t ReadMosaic<unsigned char>(const unsigned char*, const RegionWalk&, int, const GridGeometry&, int16_t*,
+                                            int);
+template uint32_t ReadMosaic<unsigned short>(const unsigned short*, const RegionWalk&, int, const GridGeometry&,
+                                             int16_t*, int);
 
 }  // namespace orv

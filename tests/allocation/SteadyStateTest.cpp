@@ -1,7 +1,10 @@
 // No conversion allocates once a frame of its geometry has passed.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "OrvBayer.h"
+#include "OrvTrueSense.h"
 #include "support/AllocationCounter.h"
 #include "support/Image.h"
 
@@ -37,5 +40,36 @@ TEST_P(BayerSteadyState, FramesAfterTheFirstAllocateNothing) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Algorithms, BayerSteadyState, testing::Values(0, 1, 2));
+
+class TrueSenseSteadyState : public testing::TestWithParam<std::tuple<int, int>> {};
+
+TEST_P(TrueSenseSteadyState, FramesAfterTheFirstAllocateNothing) {
+    OrvTrueSense* component = OrvTrueSense_CreateComponent();
+    OrvComponent& view = *OrvTrueSense_GetComponent(component);
+    ASSERT_EQ(OrvSetParam(view, "TrueSenseAlgType", std::get<0>(GetParam())), 0u);
+    ASSERT_EQ(OrvSetParam(view, "threads_num", std::get<1>(GetParam())), 0u);
+    const struct {
+        uint32_t source, destination;
+        int bits, sourceBytes, destinationBytes;
+    } kinds[] = {{OrvPixelTrueSense(OrvPixelTrueSense8, 5), OrvPixelRGB8, 8, 1, 1},
+                 {OrvPixelTrueSense(OrvPixelTrueSense12, 2), OrvPixelBGR12, 12, 2, 2},
+                 {OrvPixelTrueSense(OrvPixelTrueSense12, 2), OrvPixelRGB8, 12, 2, 1}};
+    for (const auto& kind : kinds) {
+        Image source(kind.source, kind.bits, 322, 242, 324 * kind.sourceBytes);
+        Image destination(kind.destination, kind.bits, 322, 242, 970 * kind.destinationBytes);
+        for (int frame = 0; frame < 2; ++frame) {
+            ASSERT_EQ(OrvTrueSense_ConvertImage(component, &source.record, &destination.record), 0u);
+        }
+        const long before = AllocationCount();
+        for (int frame = 0; frame < 5; ++frame) {
+            OrvTrueSense_ConvertImage(component, &source.record, &destination.record);
+        }
+        EXPECT_EQ(AllocationCount(), before) << kind.bits << " bits";
+    }
+    OrvTrueSense_DeleteComponent(component);
+}
+
+INSTANTIATE_TEST_SUITE_P(Algorithms, TrueSenseSteadyState,
+                         testing::Combine(testing::Values(0, 4), testing::Values(1, 2)));
 
 }  // namespace

@@ -2,10 +2,11 @@
 # Installs the build tree to a fresh prefix, builds and runs a stranger's program against it through CMake and through
 # pkg-config, and compares the exported symbols with the list beside this script.
 #
-#     check.sh BUILD_DIR CXX
+#     check.sh BUILD_DIR CXX GENERATOR
 set -euo pipefail
 build=$1
 cxx=$2
+generator=$3
 here=$(cd "$(dirname "$0")" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -26,7 +27,7 @@ for header in "$work"/prefix/include/orv/*.h; do
     done
 done
 
-cmake -S "$here/stranger" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_COMPILER="$cxx" >/dev/null
+cmake -G "$generator" -S "$here/stranger" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_COMPILER="$cxx" >/dev/null
 cmake --build "$work/cmake" >/dev/null
 "$work/cmake/stranger"
 

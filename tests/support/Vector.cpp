@@ -31,7 +31,9 @@ std::vector<std::string> VectorFiles(const std::string& prefix) {
         return files;
     }
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        if (entry.path().filename().string().rfind(prefix, 0) == 0) {
+        const std::string name = entry.path().filename().string();
+        if (name.rfind(prefix, 0) == 0 && name.size() > prefix.size() && name[prefix.size()] >= '0' &&
+            name[prefix.size()] <= '9') {
             files.push_back(entry.path().string());
         }
     }

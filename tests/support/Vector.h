@@ -23,7 +23,7 @@ struct Vector {
     std::vector<long> Ints(const std::string& key) const;
 };
 
-// Paths of the files whose names start with `prefix`, sorted; empty when no folder is given.
+// Paths of the files whose names are `prefix` and a digit first, sorted; empty when no folder is given.
 std::vector<std::string> VectorFiles(const std::string& prefix);
 Vector ReadVector(const std::string& path);
 

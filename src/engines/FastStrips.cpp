@@ -1,0 +1,400 @@
+#include "engines/FastStrips.h"
+
+#include <algorithm>
+
+#include "component/Simd.h"
+
+namespace orv {
+
+namespace {
+
+// Lanes are int16_t where all sums fit, int32_t else. The casts keep the sums in lanes of that width.
+template <class Lane>
+ORV_ALWAYS_INLINE Lane Half(Lane a, Lane b) {
+    return static_cast<Lane>(static_cast<Lane>(a + b) >> 1);
+}
+
+template <class Lane>
+ORV_ALWAYS_INLINE Lane Quarter(Lane a, Lane b, Lane c, Lane d) {
+    return static_cast<Lane>(static_cast<Lane>(static_cast<Lane>(a + b) + static_cast<Lane>(c + d)) >> 2);
+}
+
+template <class Lane>
+ORV_ALWAYS_INLINE Lane Distance(Lane a, Lane b) {
+    const Lane low = a < b ? a : b;
+    const Lane high = a < b ? b : a;
+    return static_cast<Lane>(high - low);
+}
+
+// `a` where the mask has all bits, `b` where it has none.
+template <class Lane>
+ORV_ALWAYS_INLINE Lane Select(Lane mask, Lane a, Lane b) {
+    return static_cast<Lane>((mask & a) | (~mask & b));
+}
+
+// The difference that is left of `mean` when the colour pan - mean has been stored in 16 bits.
+ORV_ALWAYS_INLINE int16_t Settle(int16_t, int16_t mean) { return mean; }
+ORV_ALWAYS_INLINE int32_t Settle(int32_t pan, int32_t mean) { return pan - static_cast<int16_t>(pan - mean); }
+
+// `row` of 2n samples to its even and odd columns.
+template <class Lane>
+ORV_ALWAYS_INLINE void SplitRowBody(const int16_t* row, int n, Lane* even, Lane* odd) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        even[i] = row[2 * i];
+        odd[i] = row[2 * i + 1];
+    }
+}
+ORV_ROW_TEMPLATE((class Lane), (Lane), SplitRow, (const int16_t* row, int n, Lane* even, Lane* odd),
+                 (row, n, even, odd))
+
+// Pan at colour sites from the four pan neighbours, and the differences of the mosaic's colours against it.
+template <class Lane>
+ORV_ALWAYS_INLINE void FillPanRowBody(const Lane* left, const Lane* right, const Lane* up, const Lane* down,
+                                      const Lane* colour, int n, Lane* pan, Lane* diff) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        const Lane across = Distance(left[i], right[i]);
+        const Lane along = Distance(up[i], down[i]);
+        const Lane value = across < along ? Half(left[i], right[i]) : Half(up[i], down[i]);
+        pan[i] = value;
+        diff[i] = static_cast<Lane>(value - colour[i]);
+    }
+}
+ORV_ROW_TEMPLATE((class Lane), (Lane), FillPanRow,
+                 (const Lane* left, const Lane* right, const Lane* up, const Lane* down, const Lane* colour, int n,
+                  Lane* pan, Lane* diff),
+                 (left, right, up, down, colour, n, pan, diff))
+
+// The same on the first and last row of the plane, where `inner` is the only vertical neighbour.
+template <class Lane>
+ORV_ALWAYS_INLINE void FillPanRimRowBody(const Lane* left, const Lane* right, const Lane* inner, const Lane* colour,
+                                         int n, Lane* pan, Lane* diff) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        const Lane value = Quarter(left[i], right[i], inner[i], inner[i]);
+        pan[i] = value;
+        diff[i] = static_cast<Lane>(value - colour[i]);
+    }
+}
+ORV_ROW_TEMPLATE((class Lane), (Lane), FillPanRimRow,
+                 (const Lane* left, const Lane* right, const Lane* inner, const Lane* colour, int n, Lane* pan,
+                  Lane* diff),
+                 (left, right, inner, colour, n, pan, diff))
+
+// On the half-size mosaic: `green` gets the green difference of every site, `diagonal` at red and blue sites the
+// difference of the other of the two. `greenSites` has all bits at green sites.
+template <class Lane>
+ORV_ALWAYS_INLINE void SeedRowBody(const Lane* up, const Lane* middle, const Lane* down, const Lane* pan,
+                                   const Lane* greenSites, int n, Lane* green, Lane* diagonal) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        const Lane cross = Quarter(up[i], down[i], middle[i - 1], middle[i + 1]);
+        green[i] = Select(greenSites[i], middle[i], Settle(pan[i], cross));
+        diagonal[i] = Settle(pan[i], Quarter(up[i - 1], up[i + 1], down[i - 1], down[i + 1]));
+    }
+}
+ORV_ROW_TEMPLATE((class Lane), (Lane), SeedRow,
+                 (const Lane* up, const Lane* middle, const Lane* down, const Lane* pan, const Lane* greenSites, int n,
+                  Lane* green, Lane* diagonal),
+                 (up, middle, down, pan, greenSites, n, green, diagonal))
+
+// Red and blue differences at green sites too. `own` is the colour that the mosaic has on this row, `other` the one
+// that it has two rows up and down.
+template <class Lane>
+ORV_ALWAYS_INLINE void ChromaRowBody(const Lane* diffUp, const Lane* diffDown, const Lane* diagonalUp,
+                                     const Lane* diagonalDown, const Lane* diff, const Lane* diagonal, const Lane* pan,
+                                     const Lane* greenSites, int n, Lane* own, Lane* other) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        const Lane ownMean = Quarter(diagonalUp[i], diagonalDown[i], diff[i - 1], diff[i + 1]);
+        const Lane otherMean = Quarter(diffUp[i], diffDown[i], diagonal[i - 1], diagonal[i + 1]);
+        own[i] = Select(greenSites[i], Settle(pan[i], ownMean), diff[i]);
+        other[i] = Select(greenSites[i], Settle(pan[i], otherMean), diagonal[i]);
+    }
+}
+ORV_ROW_TEMPLATE((class Lane), (Lane), ChromaRow,
+                 (const Lane* diffUp, const Lane* diffDown, const Lane* diagonalUp, const Lane* diagonalDown,
+                  const Lane* diff, const Lane* diagonal, const Lane* pan, const Lane* greenSites, int n, Lane* own,
+                  Lane* other),
+                 (diffUp, diffDown, diagonalUp, diagonalDown, diff, diagonal, pan, greenSites, n, own, other))
+
+// All bits where pan changes less across than along, from the pan values at the four colour neighbours of pan sites.
+template <class Lane>
+ORV_ALWAYS_INLINE void DirectionRowBody(const Lane* left, const Lane* right, const Lane* up, const Lane* down, int n,
+                                        Lane* across) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        across[i] =
+            Distance(left[i], right[i]) < Distance(up[i], down[i]) ? static_cast<Lane>(-1) : static_cast<Lane>(0);
+    }
+}
+ORV_ROW_TEMPLATE((class Lane), (Lane), DirectionRow,
+                 (const Lane* left, const Lane* right, const Lane* up, const Lane* down, int n, Lane* across),
+                 (left, right, up, down, n, across))
+
+// One colour of a whole row, 2n samples in column order: at colour sites from its difference `diff`, at pan sites from
+// the differences of the pair along the direction. `Odd` rows begin with a colour site.
+template <class Lane, bool Odd>
+ORV_ALWAYS_INLINE void ColourRowBody(const Lane* across, const Lane* panSites, const Lane* pan, const Lane* diff,
+                                     const Lane* diffUp, const Lane* diffDown, int n, int16_t* colour) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        const Lane mean =
+            Select(across[i], Half(diff[Odd ? i : i - 1], diff[Odd ? i + 1 : i]), Half(diffUp[i], diffDown[i]));
+        const int16_t atPan = static_cast<int16_t>(panSites[i] - mean);
+        const int16_t atColour = static_cast<int16_t>(pan[i] - diff[i]);
+        colour[2 * i] = Odd ? atColour : atPan;
+        colour[2 * i + 1] = Odd ? atPan : atColour;
+    }
+}
+ORV_ROW_TEMPLATE((class Lane, bool Odd), (Lane, Odd), ColourRow,
+                 (const Lane* across, const Lane* panSites, const Lane* pan, const Lane* diff, const Lane* diffUp,
+                  const Lane* diffDown, int n, int16_t* colour),
+                 (across, panSites, pan, diff, diffUp, diffDown, n, colour))
+
+// The same on the first and last row of the plane: means of the colour itself, `inner` the only vertical neighbour.
+template <class Lane, bool Odd>
+ORV_ALWAYS_INLINE void ColourRimRowBody(const Lane* pan, const Lane* diff, const Lane* panInner, const Lane* diffInner,
+                                        int n, int16_t* colour) {
+    for (int i = 0; i < n; ++i) {
+        const int left = Odd ? i : i - 1;
+        const Lane inner = static_cast<Lane>(panInner[i] - diffInner[i]);
+        const int16_t atPan =
+            static_cast<int16_t>(Quarter(static_cast<Lane>(pan[left] - diff[left]),
+                                         static_cast<Lane>(pan[left + 1] - diff[left + 1]), inner, inner));
+        const int16_t atColour = static_cast<int16_t>(pan[i] - diff[i]);
+        colour[2 * i] = Odd ? atColour : atPan;
+        colour[2 * i + 1] = Odd ? atPan : atColour;
+    }
+}
+ORV_ROW_TEMPLATE((class Lane, bool Odd), (Lane, Odd), ColourRimRow,
+                 (const Lane* pan, const Lane* diff, const Lane* panInner, const Lane* diffInner, int n,
+                  int16_t* colour),
+                 (pan, diff, panInner, diffInner, n, colour))
+
+constexpr int kRingRows = 8;  // a power of two; a row is last read 6 rows after it was made
+constexpr int kLanePad = 32;  // lanes before and after a row; one on either side is used
+constexpr int kRings = 8;
+constexpr int kHalo = 6;
+
+// Lanes from one row of a ring to the next, a multiple of a cache line.
+ptrdiff_t LaneStride(int W) { return (static_cast<ptrdiff_t>(W) / 2 + 2 * kLanePad + 31) / 32 * 32; }
+// Samples from one finished row to the next.
+ptrdiff_t ColourStride(int W) { return (static_cast<ptrdiff_t>(W) + 63) / 32 * 32; }
+
+template <class Lane>
+struct Ring {
+    Lane* base;
+    ptrdiff_t stride;
+    Lane* operator[](int y) const { return base + (y & (kRingRows - 1)) * stride; }
+};
+
+template <class Lane>
+class Strip {
+public:
+    Strip(const int16_t* mosaic, int W, int H, void* scratch, const ColourRowSink& sink)
+        : mosaic_(mosaic), W_(W), H_(H), n_(W / 2), last_(n_ - 1), sink_(sink) {
+        const ptrdiff_t stride = LaneStride(W);
+        Lane* next = static_cast<Lane*>(scratch) + kLanePad;
+        for (Ring<Lane>* ring : {&panSites_, &colour_, &pan_, &diff_, &green_, &diagonal_, &own_, &other_}) {
+            *ring = {next, stride};
+            next += kRingRows * stride;
+        }
+        alternate_ = next;
+        across_ = next + stride;
+        int16_t* colours = reinterpret_cast<int16_t*>(next + 2 * stride - kLanePad);
+        for (int16_t*& row : rows_) {
+            row = colours;
+            colours += ColourStride(W);
+        }
+        for (int i = 0; i <= n_; ++i) {
+            alternate_[i] = static_cast<Lane>(-(i & 1));
+        }
+    }
+
+    void Run(int y0, int y1) {
+        const auto within = [this, y0, y1](int y, int halo) {
+            return y >= std::max(0, y0 - halo) && y < std::min(H_, y1 + halo);
+        };
+        for (int t = std::max(0, y0 - kHalo); t < y1 + kHalo; ++t) {
+            if (within(t, kHalo)) {
+                Split(t);
+            }
+            if (within(t - 1, 5)) {
+                FillPan(t - 1);
+            }
+            if (within(t - 3, 3)) {
+                Seed(t - 3);
+            }
+            if (within(t - 5, 1)) {
+                Chroma(t - 5);
+            }
+            if (within(t - 6, 0)) {
+                Finish(t - 6);
+            }
+        }
+    }
+
+private:
+    bool Odd(int y) const { return (y & 1) != 0; }
+    bool Rim(int y) const { return y == 0 || y == H_ - 1; }
+    // The neighbour rows, one or two apart; the one on the other side where one is missing.
+    int Above(int y, int distance) const { return y < distance ? y + distance : y - distance; }
+    int Below(int y, int distance) const { return y + distance >= H_ ? y - distance : y + distance; }
+    // Mask of the green sites of row `y`: odd lanes on blue rows, even lanes on red rows.
+    const Lane* GreenSites(int y) const { return alternate_ + ((y >> 1) & 1); }
+
+    // Sets the lanes beside the row, the missing neighbours on the half-size mosaic.
+    void Pad(Lane* row) const {
+        row[-1] = row[1];
+        row[n_] = row[last_ - 1];
+    }
+
+    void Split(int y) const {
+        Lane* pan = panSites_[y];
+        Lane* colour = colour_[y];
+        SplitRow<Lane>(mosaic_ + static_cast<ptrdiff_t>(y) * W_, n_, Odd(y) ? colour : pan, Odd(y) ? pan : colour);
+        Pad(pan);
+    }
+
+    void FillPan(int y) const {
+        const Lane* left = panSites_[y] - (Odd(y) ? 1 : 0);
+        const Lane* up = panSites_[Above(y, 1)];
+        const Lane* down = panSites_[Below(y, 1)];
+        Lane* pan = pan_[y];
+        Lane* diff = diff_[y];
+        if (Rim(y)) {
+            FillPanRimRow<Lane>(left, left + 1, up, colour_[y], n_, pan, diff);
+        } else {
+            FillPanRow<Lane>(left, left + 1, up, down, colour_[y], n_, pan, diff);
+        }
+        const int end = Odd(y) ? 0 : last_;
+        const Lane beside = panSites_[y][end];
+        pan[end] = Quarter(beside, beside, up[end], down[end]);
+        diff[end] = static_cast<Lane>(pan[end] - colour_[y][end]);
+        Pad(pan);
+        Pad(diff);
+    }
+
+    void Seed(int y) const {
+        const Lane* up = diff_[Above(y, 2)];
+        const Lane* down = diff_[Below(y, 2)];
+        const Lane* middle = diff_[y];
+        const Lane* pan = pan_[y];
+        Lane* green = green_[y];
+        Lane* diagonal = diagonal_[y];
+        SeedRow<Lane>(up, middle, down, pan, GreenSites(y), n_, green, diagonal);
+        // In two corners the green site between the missing neighbours counts twice, and the one diagonal neighbour
+        // that is left counts half.
+        if (y < 2) {
+            const Lane near = y == 0 ? diff_[1][1] : diff_[2][0];
+            green[0] = Settle(pan[0], Quarter(down[0], middle[1], near, near));
+            diagonal[0] = Settle(pan[0], Half(down[1], Lane{0}));
+        } else if (y >= H_ - 2) {
+            const Lane near = y == H_ - 2 ? diff_[H_ - 3][last_] : diff_[H_ - 2][last_ - 1];
+            green[last_] = Settle(pan[last_], Quarter(up[last_], middle[last_ - 1], near, near));
+            diagonal[last_] = Settle(pan[last_], Half(up[last_ - 1], Lane{0}));
+        }
+        Pad(green);
+        Pad(diagonal);
+    }
+
+    void Chroma(int y) const {
+        const int above = Above(y, 2);
+        const int below = Below(y, 2);
+        const Lane* pan = pan_[y];
+        Lane* own = own_[y];
+        Lane* other = other_[y];
+        ChromaRow<Lane>(diff_[above], diff_[below], diagonal_[above], diagonal_[below], diff_[y], diagonal_[y], pan,
+                        GreenSites(y), n_, own, other);
+        if (y < 2) {
+            // Both corner sites use the neighbours of the upper one.
+            own[last_] = Settle(pan[last_], Half(diff_[0][last_ - 1], diagonal_[2][last_]));
+            other[last_] = Settle(pan[last_], Half(diagonal_[0][last_ - 1], diff_[2][last_]));
+        } else if (y >= H_ - 2) {
+            // The lower corner site has the difference of a pan site, 0, for its upper neighbour.
+            const bool upper = y == H_ - 2;
+            own[0] = Settle(pan[0], Half(upper ? diagonal_[H_ - 3][0] : Lane{0}, diff_[H_ - 1][1]));
+            other[0] = Settle(pan[0], Half(upper ? diff_[H_ - 3][0] : Lane{0}, diagonal_[H_ - 1][1]));
+        }
+        Pad(own);
+        Pad(other);
+    }
+
+    // Row `y` of red or of blue; the rows of a cell exchange the two.
+    Lane* RedOrBlue(int y, bool blue) const { return (((y >> 1) & 1) == 0) == blue ? own_[y] : other_[y]; }
+    Lane* Difference(int y, int channel) const { return channel == 1 ? green_[y] : RedOrBlue(y, channel == 2); }
+
+    template <bool OddRow>
+    void FinishChannel(int y, int channel) const {
+        const int above = Above(y, 1);
+        const int below = Below(y, 1);
+        const Lane* pan = pan_[y];
+        const Lane* diff = Difference(y, channel);
+        const Lane* diffUp = Difference(above, channel);
+        const Lane* diffDown = Difference(below, channel);
+        int16_t* colour = rows_[channel];
+        if (Rim(y)) {
+            ColourRimRow<Lane, OddRow>(pan, diff, pan_[above], diffUp, n_, colour);
+        } else {
+            ColourRow<Lane, OddRow>(across_, panSites_[y], pan, diff, diffUp, diffDown, n_, colour);
+        }
+        const int end = OddRow ? last_ : 0;
+        const Lane beside = static_cast<Lane>(pan[end] - diff[end]);
+        colour[OddRow ? W_ - 1 : 0] =
+            static_cast<int16_t>(Quarter(beside, beside, static_cast<Lane>(pan_[above][end] - diffUp[end]),
+                                         static_cast<Lane>(pan_[below][end] - diffDown[end])));
+    }
+
+    void Finish(int y) const {
+        const Lane* left = pan_[y] - (Odd(y) ? 0 : 1);
+        if (!Rim(y)) {
+            DirectionRow<Lane>(left, left + 1, pan_[y - 1], pan_[y + 1], n_, across_);
+        }
+        for (int channel = 0; channel < 3; ++channel) {
+            if (Odd(y)) {
+                FinishChannel<true>(y, channel);
+            } else {
+                FinishChannel<false>(y, channel);
+            }
+        }
+        sink_.Row(y, rows_[0], rows_[1], rows_[2]);
+    }
+
+    const int16_t* mosaic_;
+    int W_, H_;
+    int n_;     // lanes per row
+    int last_;  // the last of them
+    const ColourRowSink& sink_;
+    Ring<Lane> panSites_;  // pan samples of the mosaic
+    Ring<Lane> colour_;    // colour samples of the mosaic
+    // At colour sites:
+    Ring<Lane> pan_;       // pan
+    Ring<Lane> diff_;      // differences of the mosaic's colours
+    Ring<Lane> green_;     // differences of green
+    Ring<Lane> diagonal_;  // of the other of red and blue at red and blue sites
+    Ring<Lane> own_;       // of blue on rows 0 and 1 of the cell, of red on rows 2 and 3
+    Ring<Lane> other_;     // of the other one
+    Lane* alternate_;      // 0, -1, 0, -1 ...
+    Lane* across_;         // directions at the pan sites of a row
+    int16_t* rows_[3];     // red, green, blue of a finished row
+};
+
+}  // namespace
+
+size_t StripScratchBytes(int W) {
+    return static_cast<size_t>(LaneStride(W)) * (kRings * kRingRows + 2) * sizeof(int32_t) +
+           static_cast<size_t>(ColourStride(W)) * 3 * sizeof(int16_t);
+}
+
+void ReconstructStrip(const int16_t* mosaic, int W, int H, int y0, int y1, bool narrow, void* scratch,
+                      const ColourRowSink& sink) {
+    if (narrow) {
+        Strip<int16_t>(mosaic, W, H, scratch, sink).Run(y0, y1);
+    } else {
+        Strip<int32_t>(mosaic, W, H, scratch, sink).Run(y0, y1);
+    }
+}
+
+}  // namespace orv

@@ -1,0 +1,206 @@
+// Noise cleaning: sigma filters under a model of the sensor's noise.
+#include <algorithm>
+#include <cmath>
+
+#include "component/Simd.h"
+#include "pipeline/Scratch.h"
+#include "pipeline/Tables.h"
+
+using orv::Abs;
+using orv::Clamp;
+using orv::Elements;
+using orv::Fma;
+using orv::RowHistory;
+using orv::ScratchFits;
+using orv::TakeScratch;
+using orv::TruncateToInt32;
+
+namespace {
+
+// Truncated after a half away from zero, limited to L12.
+int NearestL12(float v) { return Clamp(TruncateToInt32(static_cast<double>(v) + (v > 0.0F ? 0.5 : -0.5)), 0, 4095); }
+
+// For each gamma code the wider of the two gamma distances of one noise step around it.
+void BuildThresholdTable(float sigma, float gain, float slope, float intercept, uint16_t table[1024]) {
+    const auto scale = static_cast<double>(sigma * gain);
+    for (int code = 0; code < 1024; ++code) {
+        const float signal = static_cast<float>(Gamma10toLinear12[code]) / gain;
+        const float variance = Fma(signal, slope, intercept);
+        const auto deviation = static_cast<float>(std::sqrt(static_cast<double>(variance)) * scale);
+        const float noise = deviation > 1.0F ? deviation : 1.0F;  // also for the root of a negative variance
+        const int upper = Clamp(TruncateToInt32(static_cast<double>(noise + signal) + 0.5), 0, 4095);
+        const int lower = NearestL12(signal - noise);
+        table[code] =
+            static_cast<uint16_t>(std::max(Abs(code - Linear12toGamma10[lower]), Abs(Linear12toGamma10[upper] - code)));
+    }
+}
+
+// Columns [s, w - s) of one row; the other rows stand s rows above and below.
+ORV_ALWAYS_INLINE void SigmaRowBody(const int* up, const int* mid, const int* down, const int* reference,
+                                    const uint16_t* thresholds, int s, int w, int* out) {
+#pragma omp simd
+    for (int x = s; x < w - s; ++x) {
+        const int centre = mid[x];
+        const int ref = reference[x];
+        const auto limit = static_cast<int32_t>(static_cast<uint32_t>(thresholds[x]) << 16);
+        const int n[8] = {up[x - s], up[x], up[x + s], mid[x - s], mid[x + s], down[x - s], down[x], down[x + s]};
+        int sum = 0;
+        int count = 1;
+        for (int k = 0; k < 8; ++k) {
+            const bool accepted = limit > Abs(n[k] - ref);
+            sum += accepted ? n[k] - centre : 0;
+            count += accepted ? 1 : 0;
+        }
+        // The integer quotient: double holds both numbers, and no fraction of ninths rounds up to a whole.
+        out[x] = centre + static_cast<int32_t>(static_cast<double>(sum) / static_cast<double>(count));
+    }
+}
+ORV_ROW_FUNCTION(SigmaRow,
+                 (const int* up, const int* mid, const int* down, const int* reference, const uint16_t* thresholds,
+                  int s, int w, int* out),
+                 (up, mid, down, reference, thresholds, s, w, out))
+
+struct NoiseLine {
+    float slope, intercept;
+};
+
+// What a clean stage keeps in scratch.
+struct CleanScratch {
+    int* reference;  // the plane before the first pass
+    unsigned short* thresholds;
+};
+
+bool TakeCleanScratch(const char* label, const int* plane, int qw, int qh, CleanScratch* scratch, LogText_t* log) {
+    const ptrdiff_t Q = Elements(qw, qh);
+    scratch->reference = TakeScratch<int>(label, Q, log);
+    if (scratch->reference == nullptr) {
+        return false;
+    }
+    std::copy(plane, plane + Q, scratch->reference);
+    scratch->thresholds = TakeScratch<unsigned short>("thresAddr", Q, log);
+    if (scratch->thresholds == nullptr) {
+        return false;
+    }
+    std::fill(scratch->thresholds, scratch->thresholds + Q, static_cast<unsigned short>(0));
+    return true;
+}
+
+}  // namespace
+
+int Alg_CalculateNoiseParameter(float analogGain, float* ISOAnalogGain, float* slopes, float* intercepts, float* slope,
+                                float* intercept, LogText_t*) {
+    const float* x = ISOAnalogGain;
+    // Comparisons with not-a-number fail, which leads to the last row.
+    if (!(analogGain <= x[0]) && !(analogGain >= x[4])) {
+        for (int i = 1; i < 5; ++i) {
+            if (x[i] >= analogGain) {
+                const auto between = [&](const float* y) {
+                    return (y[i] - y[i - 1]) * (analogGain - x[i - 1]) / (x[i] - x[i - 1]) + y[i - 1];
+                };
+                *slope = between(slopes);
+                *intercept = between(intercepts);
+                return 0;
+            }
+        }
+    }
+    const int row = analogGain <= x[0] ? 0 : 4;
+    *slope = slopes[row];
+    *intercept = intercepts[row];
+    return 0;
+}
+
+int Alg_ColorBuildGammaNoiseThreshold(short* lowGamma, int w, int h, float sigma, float globalGain, float slope,
+                                      float intercept, unsigned short* thresholds, LogText_t*) {
+    uint16_t table[1024];
+    BuildThresholdTable(sigma, globalGain, slope, intercept, table);
+    const ptrdiff_t n = Elements(w, h);
+    for (ptrdiff_t p = 0; p < n; ++p) {
+        thresholds[p] = table[lowGamma[p]];
+    }
+    return 0;
+}
+
+int Alg_PanBuildGammaNoiseThreshold(int* reflPan, int w, int h, float sigma, float globalGain, float slope,
+                                    float intercept, unsigned short* thresholds, LogText_t*) {
+    uint16_t table[1024];
+    BuildThresholdTable(sigma, globalGain, slope, intercept, table);
+    const ptrdiff_t n = Elements(w, h);
+    for (ptrdiff_t p = 0; p < n; ++p) {
+        thresholds[p] = table[Clamp(reflPan[p] / 65536, 0, 1023)];
+    }
+    return 0;
+}
+
+int Alg_IterativeSigmaFilter(int* data, int* reference, int w, int h, int spacing, unsigned short* thresholds,
+                             LogText_t* log) {
+    if (!ScratchFits("bufArray", Elements(w, h) * static_cast<ptrdiff_t>(sizeof(int)), log)) {
+        return -1;
+    }
+    if (spacing < 1 || spacing >= h - spacing) {
+        return 0;
+    }
+    RowHistory<int> rows(data, w, spacing, g_dynamicBuffer);
+    for (int y = 0; y < h - spacing; ++y) {
+        rows.Keep(y);
+        if (y >= spacing) {
+            const ptrdiff_t at = Elements(w, y);
+            SigmaRow(rows.Kept(y - spacing), rows.Kept(y), rows.InPlane(y + spacing), reference + at, thresholds + at,
+                     spacing, w, rows.InPlane(y));
+        }
+    }
+    return 0;
+}
+
+int Alg_LowColorDiffClean(short* lowGamma, int* lowColorDiff, int qw, int qh, float globalGain, float redGain,
+                          float greenGain, float blueGain, float analogGain, float* ISOAnalogGain, float* ISOColorSlope,
+                          float* ISOColorIntercept, float colorSigma0, float colorSigma1, float colorSigma2,
+                          int colorRadius0, int colorRadius1, int colorRadius2, LogText_t* log) {
+    CleanScratch scratch;
+    if (!TakeCleanScratch("bufBayer", lowColorDiff, qw, qh, &scratch, log)) {
+        return -1;
+    }
+    NoiseLine line;
+    Alg_CalculateNoiseParameter(analogGain, ISOAnalogGain, ISOColorSlope, ISOColorIntercept, &line.slope,
+                                &line.intercept, log);
+    const float sigmas[3] = {colorSigma0, colorSigma1, colorSigma2};
+    const int radii[3] = {colorRadius0, colorRadius1, colorRadius2};
+    for (int pass = 0; pass < 3; ++pass) {
+        if (radii[pass] <= 0) {
+            continue;
+        }
+        const float sigma = ((redGain + greenGain + blueGain) / 3.0F) * sigmas[pass];
+        Alg_ColorBuildGammaNoiseThreshold(lowGamma, qw, qh, sigma, globalGain, line.slope, line.intercept,
+                                          scratch.thresholds, log);
+        // Twice the radius stays on one colour of the half-size mosaic.
+        const int spacing = static_cast<int>(std::min<int64_t>(2 * static_cast<int64_t>(radii[pass]), INT32_MAX));
+        if (Alg_IterativeSigmaFilter(lowColorDiff, scratch.reference, qw, qh, spacing, scratch.thresholds, log) != 0) {
+            return -1;
+        }
+    }
+    return 0;
+}
+
+int Alg_LowPanClean(int* lowPan, int qw, int qh, float globalGain, float analogGain, float* ISOAnalogGain,
+                    float* ISOPanSlope, float* ISOPanIntercept, float panSigma0, float panSigma1, float panSigma2,
+                    int panRadius0, int panRadius1, int panRadius2, LogText_t* log) {
+    CleanScratch scratch;
+    if (!TakeCleanScratch("reflPan", lowPan, qw, qh, &scratch, log)) {
+        return -1;
+    }
+    NoiseLine line;
+    Alg_CalculateNoiseParameter(analogGain, ISOAnalogGain, ISOPanSlope, ISOPanIntercept, &line.slope, &line.intercept,
+                                log);
+    const float sigmas[3] = {panSigma0, panSigma1, panSigma2};
+    const int radii[3] = {panRadius0, panRadius1, panRadius2};
+    for (int pass = 0; pass < 3; ++pass) {
+        if (radii[pass] <= 0) {
+            continue;
+        }
+        Alg_PanBuildGammaNoiseThreshold(scratch.reference, qw, qh, sigmas[pass], globalGain, line.slope, line.intercept,
+                                        scratch.thresholds, log);
+        if (Alg_IterativeSigmaFilter(lowPan, scratch.reference, qw, qh, radii[pass], scratch.thresholds, log) != 0) {
+            return -1;
+        }
+    }
+    return 0;
+}

@@ -1,0 +1,20 @@
+#include "truesense/Engines.h"
+
+#include "engines/TrueSenseToRgb.h"
+#include "pipeline/TrueSenseKodak.h"
+
+namespace orv {
+namespace {
+
+constexpr TrueSenseEngines MakeEngines() {
+    TrueSenseEngines engines = {};
+    engines.Add<TrueSenseToRgb>(0);
+    engines.Add<TrueSenseKodak>(4);
+    return engines;
+}
+
+}  // namespace
+
+constexpr TrueSenseEngines kTrueSenseEngines = MakeEngines();
+
+}  // namespace orv

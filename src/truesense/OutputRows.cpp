@@ -1,0 +1,171 @@
+#include "truesense/OutputRows.h"
+
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
+#include <utility>
+
+#include "component/Simd.h"
+
+namespace orv {
+
+namespace {
+
+ORV_ALWAYS_INLINE void ClampRowBody(const int16_t* from, int n, uint16_t* to) {
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        const int16_t v = from[x] < 0 ? static_cast<int16_t>(0) : from[x];
+        to[x] = static_cast<uint16_t>(v > 4095 ? static_cast<int16_t>(4095) : v);
+    }
+}
+ORV_ROW_FUNCTION(ClampRow, (const int16_t* from, int n, uint16_t* to), (from, n, to))
+
+struct Planes {
+    const int16_t* red;
+    const int16_t* green;
+    const int16_t* blue;
+};
+
+// Pixels [x, n) through the nine factors of `m`, clamped to 12 bits.
+ORV_ALWAYS_INLINE void MatrixFrom(Planes in, const double* m, int x, int n, uint16_t* const* out) {
+    for (; x < n; ++x) {
+        const double r = in.red[x];
+        const double g = in.green[x];
+        const double b = in.blue[x];
+        for (int k = 0; k < 3; ++k) {
+            const double* row = m + 3 * k;
+            out[k][x] = static_cast<uint16_t>(TruncateClamped(Fma(b, row[2], Fma(r, row[0], g * row[1])), 0.0, 4095.0));
+        }
+    }
+}
+
+ORV_ALWAYS_INLINE void MatrixRowBody(Planes in, const double* m, int n, uint16_t* const* out) {
+    MatrixFrom(in, m, 0, n, out);
+}
+
+#if defined(__x86_64__)
+// By hand: the compiler's version of this row function takes three times as long, most of it in the bounds, where it
+// keeps comparisons apart from selections.
+
+// Not-a-number passes the bound; like everything below the range of int32 it converts to the least int32, which the
+// unsigned packing after it takes to 0.
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m128i MatrixFour(__m256d r, __m256d g, __m256d b, const __m256d* m) {
+    const __m256d t = _mm256_fmadd_pd(b, m[2], _mm256_fmadd_pd(r, m[0], _mm256_mul_pd(g, m[1])));
+    return _mm256_cvttpd_epi32(_mm256_min_pd(_mm256_set1_pd(4095.0), t));
+}
+
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256d LoadFour(const int32_t* from) {
+    return _mm256_cvtepi32_pd(_mm_load_si128(reinterpret_cast<const __m128i*>(from)));
+}
+
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void MatrixRowBodyAvx2(Planes in, const double* m, int n, uint16_t* const* out) {
+    __m256d factors[9];
+    for (int i = 0; i < 9; ++i) {
+        factors[i] = _mm256_set1_pd(m[i]);
+    }
+    // Samples go through memory as int32: conversions that load spare the shuffle port, which bounds this loop.
+    constexpr int kBlock = 96;
+    alignas(32) int32_t red[kBlock];
+    alignas(32) int32_t green[kBlock];
+    alignas(32) int32_t blue[kBlock];
+    const int whole = n & ~7;
+    for (int start = 0; start < whole; start += kBlock) {
+        const int count = whole - start < kBlock ? whole - start : kBlock;
+        for (int i = 0; i < count; ++i) {
+            red[i] = in.red[start + i];
+            green[i] = in.green[start + i];
+            blue[i] = in.blue[start + i];
+        }
+        for (int i = 0; i < count; i += 8) {
+            const __m256d r[2] = {LoadFour(red + i), LoadFour(red + i + 4)};
+            const __m256d g[2] = {LoadFour(green + i), LoadFour(green + i + 4)};
+            const __m256d b[2] = {LoadFour(blue + i), LoadFour(blue + i + 4)};
+            for (int k = 0; k < 3; ++k) {
+                const __m256d* row = factors + 3 * k;
+                _mm_storeu_si128(
+                    reinterpret_cast<__m128i*>(out[k] + start + i),
+                    _mm_packus_epi32(MatrixFour(r[0], g[0], b[0], row), MatrixFour(r[1], g[1], b[1], row)));
+            }
+        }
+    }
+    MatrixFrom(in, m, whole, n, out);
+}
+#endif
+ORV_ROW_FUNCTION_TUNED(MatrixRow, (Planes in, const double* m, int n, uint16_t* const* out), (in, m, n, out))
+
+// Table lookups are faster one by one than gathered on processors that guard against data sampling.
+template <class T>
+ORV_ALWAYS_INLINE void TonePixels(const uint16_t* const* in, const T* tones, ptrdiff_t step, int n, T* out) {
+    const uint16_t* first = in[0];
+    const uint16_t* second = in[1];
+    const uint16_t* third = in[2];
+    for (int x = 0; x < n; ++x) {
+        out[0] = tones[first[x]];
+        out[1] = tones[second[x]];
+        out[2] = tones[third[x]];
+        out += step;
+    }
+}
+
+template <class T>
+void StoreRow(const uint16_t* const* in, const T* tones, ptrdiff_t step, int n, T* out) {
+    if (step == 3) {
+        TonePixels(in, tones, 3, n, out);
+    } else {
+        TonePixels(in, tones, step, n, out);
+    }
+}
+
+}  // namespace
+
+int OutputShift(int bits, bool normalize, bool* ok) {
+    const int inputShift = InputShift(bits, ok);
+    *ok = *ok || normalize;
+    return normalize ? 4 : -inputShift;
+}
+
+template <class T>
+void OutputTable<T>::Fill(const int16_t* toneTable, int shift) {
+    for (int v = 0; v < 4096; ++v) {
+        entries[v] = static_cast<T>(shift < 0 ? static_cast<uint32_t>(toneTable[v] >> -shift)
+                                              : static_cast<uint32_t>(static_cast<uint16_t>(toneTable[v])) << shift);
+    }
+}
+
+bool IsIdentity(const double (&matrix)[9]) {
+    for (int i = 0; i < 9; ++i) {
+        if (matrix[i] != (i % 4 == 0 ? 1.0 : 0.0)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+template <class T>
+void OutputRows<T>::Write(int y, const int16_t* red, const int16_t* green, const int16_t* blue, int n,
+                          uint16_t* scratch) const {
+    uint16_t* values[3] = {scratch, scratch + n, scratch + 2 * static_cast<ptrdiff_t>(n)};
+    if (bgr) {
+        std::swap(values[0], values[2]);
+    }
+    if (matrix == nullptr) {
+        ClampRow(red, n, values[0]);
+        ClampRow(green, n, values[1]);
+        ClampRow(blue, n, values[2]);
+    } else {
+        MatrixRow({red, green, blue}, matrix, n, values);
+    }
+    if (bgr) {
+        std::swap(values[0], values[2]);
+    }
+    T* out = dst + walk.rowStart + y * walk.rowStep + walk.columnStart;
+    StoreRow(values, table->entries, walk.columnStep, n, out);
+}
+
+template struct OutputTable<unsigned char>;
+template struct OutputTable<unsigned short>;
+template struct OutputRows<unsigned char>;
+template struct OutputRows<unsigned short>;
+
+}  // namespace orv

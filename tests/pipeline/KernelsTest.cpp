@@ -1,0 +1,378 @@
+// The kernels against values worked out by hand and against plain formulas per site.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <numeric>
+#include <string>
+
+#include "support/Kernels.h"
+
+namespace {
+
+using namespace orvtest;
+
+INSTANTIATE_TEST_SUITE_P(Simd, KernelLevels, testing::Range(0, orv::kSimdLevels));
+
+TEST_P(KernelLevels, ConvolutionsFollowTheFormula) {
+    const int w = 43, h = 11;
+    Scratch scratch(w * h * 4);
+    Log log;
+    std::vector<std::vector<float>> kernels = {{0, 0, 0, 0.5F, 0.5F, 0, 0, 0, 0},
+                                               {-1, -1, 0, 2, 2, 0, -1, -1, 0},
+                                               {0, 1, 0, -1, 0, -1, 0, 1, 0},
+                                               {0.3F, 1.7F, -0.9F, 2.1F, 0.11F, -3, 1, 2, 4}};
+    for (auto& kernel : kernels) {
+        Shorts plane = SignedNoise<short>(1, w * h, 4000);
+        const Shorts expected = ConvolveBySite(plane, w, h, kernel, 3, 3);
+        ASSERT_EQ(Alg_Convolve2D(plane.data(), w, h, kernel.data(), 3, 3, log), 0);
+        EXPECT_EQ(plane, expected);
+    }
+    // Beyond 24 bits samples and sums round.
+    for (auto kernel : std::vector<std::vector<float>>{{0.25F, 0.5F, 0.25F},
+                                                       {1, 2, 1},
+                                                       {0.25F, 0, 0.5F, 0, 0.25F},
+                                                       {0.1F, 0.7F, 0.3F},
+                                                       {1, 2, 3, 4, 5, -4, -3, -2, -1, 7, 8}}) {
+        for (const int direction : {0, 1}) {
+            Ints plane = SignedNoise<int>(2, w * h, 1 << 26);
+            const int taps = static_cast<int>(kernel.size());
+            const Ints expected =
+                ConvolveBySite(plane, w, h, kernel, direction == 0 ? taps : 1, direction == 0 ? 1 : taps);
+            ASSERT_EQ(Alg_Convolve1D(plane.data(), w, h, kernel.data(), taps, direction, log), 0);
+            EXPECT_EQ(plane, expected) << taps << " taps, direction " << direction;
+        }
+    }
+    EXPECT_EQ(log.record.length, 0U);
+}
+
+TEST(Convolve, AppliesTheKernelReversedAndTruncatesTowardZero) {
+    Scratch scratch(25 * 4);
+    Log log;
+    // The response to an impulse is the stored kernel.
+    float kernel[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    Shorts plane(25, 0);
+    plane[12] = 1;
+    ASSERT_EQ(Alg_Convolve2D(plane.data(), 5, 5, kernel, 3, 3, log), 0);
+    EXPECT_EQ(plane, (Shorts{0, 0, 0, 0, 0, 0, 1, 2, 3, 0, 0, 4, 5, 6, 0, 0, 7, 8, 9, 0, 0, 0, 0, 0, 0}));
+    float left[3] = {1, 0.5F, 0};  // the sample itself and the one to its right
+    Ints row = {10, -7, 20, -4, 9};
+    ASSERT_EQ(Alg_Convolve1D_Int32(row.data(), 5, 1, left, 3, 0, log), 0);
+    EXPECT_EQ(row, (Ints{10, 16, 6, 7, 9}));  // -7/2+20 = 16.5, 20/2-4, -4/2+9
+    row = {0, -3, 0};
+    float half[1] = {0.5F};
+    ASSERT_EQ(Alg_Convolve1D_Int32(row.data(), 3, 1, half, 1, 0, log), 0);
+    EXPECT_EQ(row, (Ints{0, -1, 0}));
+    // Out of range saturates, also with the weights of the fast sums.
+    row = {std::numeric_limits<int>::max(), std::numeric_limits<int>::max(), std::numeric_limits<int>::max()};
+    float mean[3] = {0.25F, 0.5F, 0.25F}, sum[3] = {-1, -2, -1};
+    ASSERT_EQ(Alg_Convolve1D_Int32(row.data(), 3, 1, mean, 3, 0, log), 0);
+    EXPECT_EQ(row[1], std::numeric_limits<int>::max());
+    ASSERT_EQ(Alg_Convolve1D_Int32(row.data(), 3, 1, sum, 3, 0, log), 0);
+    EXPECT_EQ(row[1], std::numeric_limits<int>::min());
+    // No interior, and no such direction.
+    const Ints before = row;
+    EXPECT_EQ(Alg_Convolve1D_Int32(row.data(), 3, 1, mean, 3, 1, log), 0);
+    EXPECT_EQ(Alg_Convolve1D_Int32(row.data(), 3, 1, mean, 3, 2, log), 0);
+    EXPECT_EQ(row, before);
+}
+
+template <class T>
+std::vector<T> ClipBySite(const std::vector<T>& plane, int w, int h, int s) {
+    std::vector<T> out = plane;
+    const View<T> in{plane, w};
+    for (int y = s; y < h - s; ++y) {
+        for (int x = s; x < w - s; ++x) {
+            std::vector<T> n;
+            for (const int dy : {-s, 0, s}) {
+                for (const int dx : {-s, 0, s}) {
+                    if (dx != 0 || dy != 0) {
+                        n.push_back(in(y + dy, x + dx));
+                    }
+                }
+            }
+            const auto [lo, hi] = std::minmax_element(n.begin(), n.end());
+            out[static_cast<size_t>(y * w + x)] = std::max(std::min(*hi, in(y, x)), *lo);
+        }
+    }
+    return out;
+}
+
+TEST_P(KernelLevels, ImpulseFilterClipsIntoTheNeighbours) {
+    const int w = 39, h = 12;
+    Scratch scratch(w * h * 4);
+    Log log;
+    for (const int spacing : {1, 2, 3, 5, 6, 100}) {
+        Shorts shorts = SignedNoise<short>(3, w * h, 30000);
+        Ints ints = SignedNoise<int>(4, w * h, 1 << 30);
+        const Shorts expectedShorts = ClipBySite(shorts, w, h, spacing);
+        const Ints expectedInts = ClipBySite(ints, w, h, spacing);
+        ASSERT_EQ(Alg_ImpulseFilter(shorts.data(), 2, w, h, spacing, log), 0);
+        ASSERT_EQ(Alg_ImpulseFilter(ints.data(), 5, w, h, spacing, log), 0);
+        EXPECT_EQ(shorts, expectedShorts) << spacing;
+        EXPECT_EQ(ints, expectedInts) << spacing;
+        // Other types are left alone.
+        ASSERT_EQ(Alg_ImpulseFilter(ints.data(), 3, w, h, spacing, log), 0);
+        EXPECT_EQ(ints, expectedInts);
+    }
+}
+
+TEST_P(KernelLevels, SigmaFilterFollowsTheFormula) {
+    const int w = 37, h = 13;
+    Scratch scratch(w * h * 4);
+    Log log;
+    for (const int spacing : {1, 2, 4, 7}) {
+        Ints plane = SignedNoise<int>(5, w * h, 1 << 24);
+        Ints reference = SignedNoise<int>(6, w * h, 1 << 24);
+        auto thresholds = NoiseSamples<unsigned short>(7, static_cast<size_t>(w * h), 300);
+        Ints expected = plane;
+        const View<int> in{plane, w};
+        for (int y = spacing; y < h - spacing; ++y) {
+            for (int x = spacing; x < w - spacing; ++x) {
+                const size_t p = static_cast<size_t>(y * w + x);
+                int sum = 0, count = 0;
+                for (const int dy : {-spacing, 0, spacing}) {
+                    for (const int dx : {-spacing, 0, spacing}) {
+                        const int n = in(y + dy, x + dx);
+                        if ((dx != 0 || dy != 0) && (thresholds[p] << 16) > std::abs(n - reference[p])) {
+                            sum += n - in(y, x);
+                            ++count;
+                        }
+                    }
+                }
+                expected[p] = in(y, x) + sum / (count + 1);
+            }
+        }
+        ASSERT_EQ(Alg_IterativeSigmaFilter(plane.data(), reference.data(), w, h, spacing, thresholds.data(), log), 0);
+        EXPECT_EQ(plane, expected) << spacing;
+    }
+}
+
+TEST(SigmaFilter, ComparesStrictlyAndDividesTowardZero) {
+    Scratch scratch(9 * 4);
+    Log log;
+    Ints reference(9, 0);
+    const int one = 1 << 16;
+    // Eight neighbours at the limit, then one just inside it: minus 65535 over two.
+    Ints plane = {one, -one, one, -one, 0, -one, one, one, one};
+    std::vector<unsigned short> thresholds(9, 1);
+    ASSERT_EQ(Alg_IterativeSigmaFilter(plane.data(), reference.data(), 3, 3, 1, thresholds.data(), log), 0);
+    EXPECT_EQ(plane[4], 0);
+    plane[2] = 1 - one;
+    ASSERT_EQ(Alg_IterativeSigmaFilter(plane.data(), reference.data(), 3, 3, 1, thresholds.data(), log), 0);
+    EXPECT_EQ(plane[4], -32767);
+    EXPECT_EQ(plane[2], 1 - one);
+    // Thresholds of 0 accept nothing; above 32767 the limit is negative and accepts nothing either.
+    for (const int threshold : {0, 40000}) {
+        plane = {1, 1, 1, 1, 0, 1, 1, 1, 1};
+        thresholds.assign(9, static_cast<unsigned short>(threshold));
+        ASSERT_EQ(Alg_IterativeSigmaFilter(plane.data(), reference.data(), 3, 3, 1, thresholds.data(), log), 0);
+        EXPECT_EQ(plane[4], 0);
+    }
+}
+
+TEST(NoiseParameter, IsLinearBetweenRowsAndFlatOutside) {
+    float gains[5] = {2, 4, 8, 16, 32};
+    float slopes[5] = {1, 2, 4, 3, 10};
+    float intercepts[5] = {-10, 10, 20, 0, 5};
+    const float nan = std::nanf("");
+    struct Case {
+        float gain, slope, intercept;
+    };
+    for (const Case& c : {Case{1, 1, -10}, Case{2, 1, -10}, Case{3, 1.5F, 0}, Case{4, 2, 10}, Case{6, 3, 15},
+                          Case{12, 3.5F, 10}, Case{32, 10, 5}, Case{100, 10, 5}, Case{nan, 10, 5}}) {
+        float slope = 0, intercept = 0;
+        ASSERT_EQ(Alg_CalculateNoiseParameter(c.gain, gains, slopes, intercepts, &slope, &intercept, nullptr), 0);
+        EXPECT_EQ(slope, c.slope) << c.gain;
+        EXPECT_EQ(intercept, c.intercept) << c.gain;
+    }
+    float slope = 0, intercept = 0;
+    gains[4] = nan;
+    Alg_CalculateNoiseParameter(20, gains, slopes, intercepts, &slope, &intercept, nullptr);
+    EXPECT_EQ(slope, 10);
+}
+
+TEST(NoiseThreshold, IsTheWiderGammaDistanceOfOneStep) {
+    // Codes in the linear part of the curve; pan is given in 16.16, negative and too large values at the table's ends.
+    Shorts codes = {0, 100, 200, 1023};
+    Ints pan = {-70000, (100 << 16) + 65535, 200 << 16, 2000 << 16};
+    struct Case {
+        float sigma, gain, slope, intercept;
+        std::vector<unsigned short> expected;
+    };
+    const std::vector<Case> cases = {
+        {1, 1, 0, 0, {1, 1, 1, 0}},       // the floor of one
+        {1, 1, 0, -5, {1, 1, 1, 0}},      // a root of a negative number counts as one
+        {2, 1, 0, 100, {20, 20, 20, 3}},  // deviation 20; at the top 4075 is code 1022 at the nearest
+        {1, 2, 0, 0, {1, 51, 101, 0}},    // the model sees half the signal: 50 - 1 and 100 - 1 stand 51 and 101 below
+        {1, 1, 1, 0, {1, 10, 14, 0}},     // the root of the signal
+    };
+    for (const Case& c : cases) {
+        std::vector<unsigned short> ofColor(4), ofPan(4);
+        Alg_ColorBuildGammaNoiseThreshold(codes.data(), 2, 2, c.sigma, c.gain, c.slope, c.intercept, ofColor.data(),
+                                          nullptr);
+        Alg_PanBuildGammaNoiseThreshold(pan.data(), 4, 1, c.sigma, c.gain, c.slope, c.intercept, ofPan.data(), nullptr);
+        std::vector<unsigned short> expected = c.expected;
+        expected[3] = ofColor[3];
+        EXPECT_EQ(ofColor, expected) << c.sigma << " " << c.gain << " " << c.slope << " " << c.intercept;
+        EXPECT_EQ(ofPan, ofColor);
+    }
+}
+
+TEST(Scratch, OneByteTooFewFailsWithTheLabel) {
+    const int w = 8, h = 6, n = w * h;
+    float kernel[9] = {0, 0, 0, 0.5F, 0.5F, 0, 0, 0, 0};
+    float tables[5] = {1, 2, 3, 4, 5};
+    struct Case {
+        const char* label;
+        int bytes;
+        std::function<int(short*, int*, LogText_t*)> call;
+    };
+    const auto color = [&](short* shorts, int* ints, LogText_t* log) {
+        return Alg_LowColorDiffClean(shorts, ints, w, h, 1, 1, 1, 1, 1, tables, tables, tables, 2, 2, 2, 1, 0, 0, log);
+    };
+    const auto pan = [&](short*, int* ints, LogText_t* log) {
+        return Alg_LowPanClean(ints, w, h, 1, 1, tables, tables, tables, 2, 2, 2, 0, 1, 0, log);
+    };
+    Ints up(static_cast<size_t>(4 * n)), up2 = up, up3 = up, low(static_cast<size_t>(3 * n));
+    const std::vector<Case> cases = {
+        {"refBuf", 2 * n, [&](short* s, int*, LogText_t* log) { return Alg_ImpulseFilter(s, 2, w, h, 1, log); }},
+        {"refBuf", 4 * n, [&](short*, int* i, LogText_t* log) { return Alg_ImpulseFilter(i, 5, w, h, 1, log); }},
+        {"pBuf", 2 * n, [&](short* s, int*, LogText_t* log) { return Alg_Convolve2D(s, w, h, kernel, 3, 3, log); }},
+        {"pBuf", 4 * n, [&](short*, int* i, LogText_t* log) { return Alg_Convolve1D(i, w, h, kernel, 3, 0, log); }},
+        {"pBuf", 16 * n, [&](short*, int* i, LogText_t* log) { return Alg_LowPanUpSample(i, w, h, up.data(), log); }},
+        {"pBuf", 16 * n,
+         [&](short*, int* i, LogText_t* log) {
+             g_dynamicBuffer1 = reinterpret_cast<unsigned char*>(low.data());
+             return Alg_LowColorDiffUpSample(i, w, h, 1, up.data(), up2.data(), up3.data(), log);
+         }},
+        {"bufArray", 4 * n,
+         [&](short*, int* i, LogText_t* log) {
+             std::vector<unsigned short> thresholds(static_cast<size_t>(n), 9);
+             return Alg_IterativeSigmaFilter(i, low.data(), w, h, 1, thresholds.data(), log);
+         }},
+        {"bufBayer", 4 * n, color},
+        {"thresAddr", 6 * n, color},
+        {"bufArray", 10 * n, color},
+        {"reflPan", 4 * n, pan},
+        {"thresAddr", 6 * n, pan},
+        {"bufArray", 10 * n, pan},
+    };
+    for (const Case& c : cases) {
+        Shorts shorts(static_cast<size_t>(n), 5);
+        Ints ints(static_cast<size_t>(n), 5);
+        {
+            Log log;
+            Scratch scratch(static_cast<size_t>(c.bytes - 1));
+            EXPECT_EQ(c.call(shorts.data(), ints.data(), log), -1);
+            EXPECT_EQ(std::string(log.text), std::string(c.label) + " memory alloc error.\n");
+            EXPECT_EQ(log.record.length, std::string(log.text).size());
+        }
+        const bool last = std::string(c.label) != "bufBayer" && std::string(c.label) != "reflPan" &&
+                          std::string(c.label) != "thresAddr";
+        if (last) {
+            Log log;
+            Scratch scratch(static_cast<size_t>(c.bytes));
+            EXPECT_EQ(c.call(shorts.data(), ints.data(), log), 0);
+            EXPECT_EQ(log.record.length, 0U);
+            // Below the floor is refused as well.
+            g_bufFloor = g_dynamicBuffer + c.bytes + 1;
+            EXPECT_EQ(c.call(shorts.data(), ints.data(), log), -1);
+        }
+    }
+}
+
+TEST(DarkFloor, ReadsUnsignedSamples) {
+    std::vector<uint16_t> samples = {0, 9, 10, 11, 4095, 4105, 4106, 65535};
+    Shorts out(8);
+    EXPECT_EQ(Alg_SubtractDarkFloor(reinterpret_cast<unsigned char*>(samples.data()), 4, 2, 10, out.data(), nullptr),
+              0);
+    EXPECT_EQ(out, (Shorts{0, 0, 0, 1, 4085, 4095, 4095, 4095}));
+}
+
+TEST(GlobalGain, WorksInSteps) {
+    Shorts data = {0, 3, 1000, 4095, -5};
+    EXPECT_EQ(ApplyGlobalGain(data.data(), 5, 1.35F), 0);
+    EXPECT_EQ(data, (Shorts{0, 4, 1350, 4095, 0}));
+    EXPECT_EQ(ApplyGlobalGain(data.data(), 5, std::nanf("")), 0);
+    EXPECT_EQ(data, (Shorts{0, 0, 0, 0, 0}));
+    data = {7};
+    EXPECT_EQ(ApplyGlobalGain(data.data(), -1, 2), 0);
+    EXPECT_EQ(data[0], 7);
+}
+
+class WhiteBalance : public testing::TestWithParam<int> {};
+
+TEST_P(WhiteBalance, SplitsByTheCell) {
+    const char* const cells[4] = {"PGPRGPRPPBPGBPGP", "PBPGBPGPPGPRGPRP", "PRPGRPGPPGPBGPBP", "PGPBGPBPPRPGRPGP"};
+    const int w = 24, h = 8, qw = w / 2;
+    const Shorts noise = SignedNoise<short>(8, w * h, 2000);
+    Shorts frame = noise;
+    const float red = 1.7F, green = 0.5F, blue = 2.9F, pan = 1.0F;
+    std::vector<Shorts> planes(4, Shorts(static_cast<size_t>(qw * h / 2), -1)), expected = planes;
+    for (int y = 0; y < h; ++y) {
+        for (int x = 0; x < w; ++x) {
+            const char site = cells[GetParam()][(y & 3) * 4 + (x & 3)];
+            const float gain = site == 'P' ? pan : site == 'R' ? red : site == 'G' ? green : blue;
+            const float product = static_cast<float>(noise[static_cast<size_t>(y * w + x)]) * gain;
+            const int v = static_cast<int>(static_cast<double>(product) + 0.5);
+            expected[static_cast<size_t>((site == 'P' ? 0 : 2) + (y & 1))][static_cast<size_t>(y / 2 * qw + x / 2)] =
+                static_cast<short>(std::clamp(v, 0, 4095));
+        }
+    }
+    Log log;
+    ASSERT_EQ(Alg_WhiteBalance(frame.data(), w, h, GetParam(), red, green, blue, pan, planes[0].data(),
+                               planes[1].data(), planes[2].data(), planes[3].data(), log),
+              0);
+    EXPECT_EQ(planes, expected);
+    EXPECT_EQ(Alg_WhiteBalance(frame.data(), w, 0, 7, red, green, blue, pan, nullptr, nullptr, nullptr, nullptr, log),
+              0);
+    EXPECT_EQ(Alg_WhiteBalance(nullptr, w, h, GetParam() + 4, 1, 1, 1, 1, nullptr, nullptr, nullptr, nullptr, log), -1);
+    EXPECT_STREQ(log.text, "CFA pattern error.\n");
+}
+INSTANTIATE_TEST_SUITE_P(Patterns, WhiteBalance, testing::Range(0, 4));
+
+TEST(Hash, IsTheByteByByteOne) {
+    auto bytes = NoiseSamples<unsigned char>(9, 200, 255);
+    unsigned hash = 2150;
+    for (int n = 0; n <= 200; ++n) {
+        EXPECT_EQ(calcHash(bytes.data(), n, 1, 2150), hash) << n;
+        if (n < 200) {
+            hash = bytes[static_cast<size_t>(n)] ^ ((hash >> 27) | (hash << 5));
+        }
+    }
+    EXPECT_EQ(calcHash(bytes.data(), 50, 4, 2150), calcHash(bytes.data(), 200, 1, 2150));
+    unsigned char zero = 0;
+    EXPECT_EQ(calcHash(&zero, 1, 1, 2150), 2150U << 5);
+    EXPECT_EQ(calcHash(&zero, 1, 0, 2150), 2150U);
+}
+
+TEST(RegionData, DumpsEveryType) {
+    std::vector<unsigned char> bytes(96);
+    std::iota(bytes.begin(), bytes.end(), static_cast<unsigned char>(1));
+    char name[] = "plane";
+    std::vector<uint16_t> words = {0, 1, 65535, 3, 4, 5, 6, 7};
+    std::vector<int> ints = {0, -1, -70000, 3, 4, 5, 6, 7};
+    std::vector<float> floats = {0, -1.5F, 12.345F, 3, 4, 5, 6, 7};
+    const auto dump = [&](void* data, int type, int x, int width, int height) {
+        Log log;
+        EXPECT_EQ(Alg_GetRegionData(name, data, type, x, 0, width, height, 4, 3, log), 0);
+        EXPECT_EQ(log.record.length, std::string(log.text).size());
+        return std::string(log.text);
+    };
+    EXPECT_EQ(dump(bytes.data(), 0, 1, 3, 2), "plane:\n[[2 3 4]\n [6 7 8]]\n\n");
+    EXPECT_EQ(dump(words.data(), 1, 1, 3, 2), "plane:\n[[1 65535 3]\n [5 6 7]]\n\n");
+    EXPECT_EQ(dump(words.data(), 2, 1, 2, 1), "plane:\n[[1-1]]\n\n");
+    EXPECT_EQ(dump(floats.data(), 3, 0, 3, 2), "plane:\n[[ 0.00 -1.50 12.35]\n [ 4.00  5.00  6.00]]\n\n");
+    EXPECT_EQ(dump(ints.data(), 5, 2, 1, 2), "plane:\n[[-70000 [6\n");
+    EXPECT_EQ(dump(bytes.data(), 4, 1, 2, 2), "plane:\n[[[4 5 6]\n [7 8 9]]\n\n[[16 17 18]\n [19 20 21]]\n\n\n");
+    Log log;
+    EXPECT_EQ(Alg_GetRegionData(name, ints.data(), 5, 0, 0, 4, 1, 4, 2, log), -1);
+    EXPECT_EQ(Alg_GetRegionData(name, ints.data(), 5, 0, 0, 3, 2, 4, 2, log), -1);
+    EXPECT_EQ(Alg_GetRegionData(name, ints.data(), 6, 0, 0, 1, 1, 4, 2, log), -1);
+    EXPECT_STREQ(log.text, "region position error.\nregion position error.\nplane:\ndata type error.\n");
+}
+
+}  // namespace

@@ -1,0 +1,88 @@
+// What the tests of the kernels share.
+#ifndef ORV_TESTS_KERNELS_H
+#define ORV_TESTS_KERNELS_H
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "component/Simd.h"
+#include "pipeline/ImageProcess.h"
+#include "support/Noise.h"
+
+namespace orvtest {
+
+using Shorts = std::vector<short>;
+using Ints = std::vector<int>;
+
+struct Log {
+    char text[4096] = {};
+    LogText_t record = {text, 0};
+    operator LogText_t*() { return &record; }
+};
+
+// Checked scratch of exactly `bytes` bytes, so that the address sanitizer sees a step over its end.
+class Scratch {
+public:
+    explicit Scratch(size_t bytes) : memory_(bytes) {
+        g_dynamicBuffer = g_bufFloor = memory_.data();
+        g_bufCeil = memory_.data() + bytes;
+    }
+    ~Scratch() { g_dynamicBuffer = g_bufFloor = g_bufCeil = g_dynamicBuffer1 = g_dynamicBuffer2 = nullptr; }
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+
+private:
+    std::vector<unsigned char> memory_;
+};
+
+class KernelLevels : public testing::TestWithParam<int> {
+protected:
+    KernelLevels() { orv::SetSimdLevel(static_cast<orv::SimdLevel>(GetParam())); }
+    ~KernelLevels() override { orv::SetSimdLevel(orv::BestSimdLevel()); }
+};
+
+// Noise of -limit to limit.
+template <class T>
+std::vector<T> SignedNoise(uint64_t seed, int count, int limit) {
+    std::vector<T> v;
+    for (const uint32_t n :
+         NoiseSamples<uint32_t>(seed, static_cast<size_t>(count), 2 * static_cast<uint32_t>(limit))) {
+        v.push_back(static_cast<T>(static_cast<int>(n) - limit));
+    }
+    return v;
+}
+
+// A plane read with (row, column).
+template <class T>
+struct View {
+    const std::vector<T>& plane;
+    int w;
+    const T& operator()(int y, int x) const { return plane[static_cast<size_t>(y * w + x)]; }
+};
+
+// Convolution by definition; the rim keeps its values.
+template <class T>
+std::vector<T> ConvolveBySite(const std::vector<T>& plane, int w, int h, const std::vector<float>& kernel, int kw,
+                              int kh) {
+    std::vector<T> out = plane;
+    const View<T> in{plane, w};
+    for (int y = kh / 2; y <= h - 1 - kh / 2; ++y) {
+        for (int x = kw / 2; x <= w - 1 - kw / 2; ++x) {
+            float sum = 0;
+            for (int dy = -(kh / 2); dy <= kh / 2; ++dy) {
+                for (int dx = -(kw / 2); dx <= kw / 2; ++dx) {
+                    sum = std::fma(static_cast<float>(in(y + dy, x + dx)),
+                                   kernel[static_cast<size_t>((kh / 2 - dy) * kw + kw / 2 - dx)], sum);
+                }
+            }
+            out[static_cast<size_t>(y * w + x)] = static_cast<T>(static_cast<int>(sum));
+        }
+    }
+    return out;
+}
+
+}  // namespace orvtest
+
+#endif
