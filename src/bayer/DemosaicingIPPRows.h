@@ -101,7 +101,8 @@ ORV_ALWAYS_INLINE void BlendRowBody(const BlendArgs<S>* args) {
         const float alongB = row.b1[k] + row.b2[k];
         const float n = Fma(weightA, alongA, alongB * weightB);
         const float d = (2.0F * weightA + weightB) + weightB;  // 2 * weightA is exact
-        int v = TruncateToInt32(n / d + 0.5F);
+        // A mean of neighbours; not-a-number when both weights vanish.
+        int v = TruncateSmallToInt32(n / d + 0.5F);
         if (Difference) {
             v = row.green[k] - v;
             v = v > row.high ? row.high : v > row.low ? v : row.low;
