@@ -139,7 +139,11 @@ int Alg_IterativeSigmaFilter(int* data, int* reference, int w, int h, int spacin
     if (spacing < 1 || spacing >= h - spacing) {
         return 0;
     }
-    RowHistory<int> rows(data, w, spacing, g_dynamicBuffer);
+    // Behind an odd number of thresholds the scratch lies between two ints. The rows kept are fewer than those of the
+    // plane, which leaves room for the step to the next.
+    unsigned char* memory = g_dynamicBuffer;
+    memory += (alignof(int) - reinterpret_cast<uintptr_t>(memory) % alignof(int)) % alignof(int);
+    RowHistory<int> rows(data, w, spacing, memory);
     for (int y = 0; y < h - spacing; ++y) {
         rows.Keep(y);
         if (y >= spacing) {

@@ -86,8 +86,8 @@ int TrueSenseKodak<T>::Prepare(_OrvRect rect, _OrvSize size, unsigned char grid)
 template <class T>
 bool TrueSenseKodak<T>::Allocate() {
     const GridGeometry& g = geometry_;
-    // The sizes of the buffers are 32-bit numbers.
-    if (!g.Valid() || static_cast<uint64_t>(g.W) * static_cast<uint64_t>(g.H) > UINT32_MAX / 4) {
+    // The sizes of the buffers are 32-bit numbers; the largest is five bytes per sample.
+    if (!g.Valid() || static_cast<uint64_t>(g.W) * static_cast<uint64_t>(g.H) > UINT32_MAX / 5) {
         return false;
     }
     const auto allocate = [](Bytes* bytes, size_t count) {

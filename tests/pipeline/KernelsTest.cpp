@@ -173,6 +173,25 @@ TEST(SigmaFilter, ComparesStrictlyAndDividesTowardZero) {
     }
 }
 
+// Behind the thresholds of an odd number of samples the filter's scratch is not aligned for its samples.
+TEST(LowPanClean, TakesOddPlanesInAnExactFit) {
+    const int w = 5, h = 7, n = w * h;
+    float gains[5] = {1, 2, 3, 4, 5}, slopes[5] = {9, 9, 9, 9, 9}, intercepts[5] = {};
+    const Ints noise = SignedNoise<int>(3, n, 500 << 16);
+    Ints plane = noise;
+    Log log;
+    Scratch scratch(static_cast<size_t>(10 * n));
+    EXPECT_EQ(Alg_LowPanClean(plane.data(), w, h, 1, 1, gains, slopes, intercepts, 9, 9, 9, 1, 3, 2, log), 0);
+    EXPECT_EQ(g_dynamicBuffer - g_bufFloor, 6 * n);
+    for (int p = 0; p < n; ++p) {
+        const auto i = static_cast<size_t>(p);
+        if (p / w == 0 || p / w == h - 1 || p % w == 0 || p % w == w - 1) {
+            EXPECT_EQ(plane[i], noise[i]) << p;
+        }
+    }
+    EXPECT_NE(plane, noise);
+}
+
 TEST(NoiseParameter, IsLinearBetweenRowsAndFlatOutside) {
     float gains[5] = {2, 4, 8, 16, 32};
     float slopes[5] = {1, 2, 4, 3, 10};

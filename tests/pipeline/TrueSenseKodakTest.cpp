@@ -248,6 +248,7 @@ TEST(TrueSenseKodak, RefusesWithTheCodeAndForgetsTheGeometry) {
         EXPECT_EQ(init(src, dst.data(), {0, 0, 0, 0}, 12, 255), 7);
         EXPECT_EQ(init(src, dst.data(), job.Rect(), 12, 16), 7);
         EXPECT_EQ(init(src, dst.data(), {0, 0, 40000, 40000}, 12, 0), 9);
+        EXPECT_EQ(init(src, dst.data(), {0, 0, 30000, 30000}, 12, 0), 9);
         EXPECT_EQ(init(src, dst.data(), {0, 0, -1, 8}, 12, 3), 9);
         EXPECT_EQ(init(src, dst.data(), {0, 0, 0, 8}, 12, 0), 9);
         EXPECT_EQ(init(src, dst.data(), {0, 0, 2147483647, 2147483647}, 12, 15), 9);
