@@ -75,8 +75,8 @@ struct tagTrueSenseParam {
     double BB;
     double sharpenParam;       // edge threshold of the sharpener, above 0: the higher, the less is sharpened
     double maxSharpen;         // cap of the sharpening gain
-    double highLumaNoise;      // share of pan noise given back in bright parts
-    double lowLumaNoise;       // and in dark parts
+    double highLumaNoise;      // share of pan noise given back: rises with the brightness towards this
+    double lowLumaNoise;       // from this in the dark
     const int16_t* toneTable;  // 4096 entries over the linear 12-bit value, or null for the engine's own: results of
                                // 0 to 4095, for algorithm 4 of 0 to 255. Not owned; must outlive the conversions
                                // that use it. No parameter reaches it.

@@ -94,6 +94,15 @@ struct IntegralRow {
     float* nextOdd;
 };
 
+// clang 14 rejects the scan directive in templates; its loop runs in order, which gives the same where sums are exact.
+#if defined(__clang__)
+#define ORV_SCAN_LOOP
+#define ORV_SCAN_POINT
+#else
+#define ORV_SCAN_LOOP _Pragma("omp simd reduction(inscan, + : sumA, sumB)")
+#define ORV_SCAN_POINT _Pragma("omp scan inclusive(sumA, sumB)")
+#endif
+
 // Rows of two images at once (`Pair`) or of the second alone; `n` pairs of columns. The running sums are formed in no
 // fixed order, so a row holds only where all partial sums are exact. Without negative values the total bounds them all:
 // it is returned, or infinity.
@@ -103,11 +112,11 @@ ORV_ALWAYS_INLINE void IntegralRowsBody(const IntegralRow* rows, int n, float* t
     const IntegralRow b = rows[1];
     float sumA = 0.0F;
     float sumB = 0.0F;
-#pragma omp simd reduction(inscan, + : sumA, sumB)
+    ORV_SCAN_LOOP
     for (int k = 0; k < n; ++k) {
         sumA += Pair ? a.sites[k] : 0.0F;
         sumB += Between ? b.sites[k] + b.between[k] : b.sites[k];
-#pragma omp scan inclusive(sumA, sumB)
+        ORV_SCAN_POINT
         // Up to the even column: less the odd one.
         if (Pair) {
             a.nextEven[k + 1] = a.aboveEven[k + 1] + sumA;

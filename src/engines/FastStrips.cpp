@@ -185,8 +185,8 @@ ptrdiff_t ColourStride(int W) { return (static_cast<ptrdiff_t>(W) + 63) / 32 * 3
 
 template <class Lane>
 struct Ring {
-    Lane* base;
-    ptrdiff_t stride;
+    Lane* base = nullptr;
+    ptrdiff_t stride = 0;
     Lane* operator[](int y) const { return base + (y & (kRingRows - 1)) * stride; }
 };
 
