@@ -29,18 +29,17 @@ library="g++ cmake ninja-build libopencv-core-dev libopencv-imgproc-dev"
 tool="libopencv-imgcodecs-dev libcli11-dev"
 tests="libgtest-dev libbenchmark-dev pkg-config binutils"
 
-build() { # build PRESET [cmake options]
+build() { # build PRESET
     local preset=$1
-    shift
-    cmake --preset "$preset" "$@" >"/tmp/orv-configure-$preset.log" 2>&1 || { cat "/tmp/orv-configure-$preset.log"; exit 1; }
+    cmake --preset "$preset" >"/tmp/orv-configure-$preset.log" 2>&1 || { cat "/tmp/orv-configure-$preset.log"; exit 1; }
     cmake --build --preset "$preset" -j "$jobs"
 }
 
 case "${1:-}" in
 demo)
     need $library $tool
-    build release -DORV_BUILD_TESTS=OFF -DORV_BUILD_BENCH=OFF
-    build/release/examples/orv-convert --view --output demo.png --sheet demo-sheet.png
+    build demo
+    build/demo/examples/orv-convert --view --output demo.png --sheet demo-sheet.png
     echo "See demo.png and demo-sheet.png."
     ;;
 test)
@@ -61,7 +60,7 @@ lint)
     ;;
 bench)
     need $library $tool $tests
-    build release -DORV_BUILD_BENCH=ON
+    build release
     build/release/bench/orv_bench_table "${@:2}"
     ;;
 *)
