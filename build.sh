@@ -7,7 +7,7 @@
 #     ./build.sh lint       clang-format and clang-tidy
 #     ./build.sh bench      the table of speeds relative to OpenCV's bilinear conversion
 #
-# ORV_TEST_VECTORS and ORV_TEST_FRAMES name folders of extra test data; tests that want them skip without.
+# ORV_TEST_VECTORS names a folder of frames with expected results; the tests that want them skip without.
 set -euo pipefail
 cd "$(dirname "$0")"
 jobs=$(nproc)
