@@ -228,7 +228,7 @@ public:
                 Seed(t - 3);
             }
             if (within(t - 5, 1)) {
-                Chroma(t - 5);
+                CalculateBlueOrRedComponentFast1(t - 5);
             }
             if (within(t - 6, 0)) {
                 Finish(t - 6);
@@ -300,7 +300,7 @@ private:
         Pad(diagonal);
     }
 
-    void Chroma(int y) const {
+    void CalculateBlueOrRedComponentFast1(int y) const {
         const int above = Above(y, 2);
         const int below = Below(y, 2);
         const Lane* pan = pan_[y];
@@ -327,7 +327,7 @@ private:
     Lane* Difference(int y, int channel) const { return channel == 1 ? green_[y] : RedOrBlue(y, channel == 2); }
 
     template <bool OddRow>
-    void FinishChannel(int y, int channel) const {
+    void CalculateComponentFast(int y, int channel) const {
         const int above = Above(y, 1);
         const int below = Below(y, 1);
         const Lane* pan = pan_[y];
@@ -354,9 +354,9 @@ private:
         }
         for (int channel = 0; channel < 3; ++channel) {
             if (Odd(y)) {
-                FinishChannel<true>(y, channel);
+                CalculateComponentFast<true>(y, channel);
             } else {
-                FinishChannel<false>(y, channel);
+                CalculateComponentFast<false>(y, channel);
             }
         }
         sink_.Row(y, rows_[0], rows_[1], rows_[2]);

@@ -119,7 +119,7 @@ bool TrueSenseToRgb<T>::ReserveScratch() {
 
 template <class T>
 template <class Sample>
-int TrueSenseToRgb<T>::Read(const Sample* src) {
+int TrueSenseToRgb<T>::CopyDataFromSrc(const Sample* src) {
     bool ok = false;
     const int shift = orv::InputShift(bits_, &ok);
     if (!ok) {
@@ -134,7 +134,7 @@ int TrueSenseToRgb<T>::Read(const Sample* src) {
 
 template <class T>
 template <class Sample>
-void TrueSenseToRgb<T>::Write(Sample* dst, int shift) {
+void TrueSenseToRgb<T>::CopyDataToDst(Sample* dst, int shift) {
     if (!prepared_ || dst == nullptr) {
         return;
     }
@@ -167,7 +167,7 @@ int TrueSenseToRgb<T>::Init(T const* src, _OrvRect rect, _OrvSize size, int srcS
     TakeParameters(param);
     constexpr int toSamples = sizeof(T) == 1 ? 0 : 1;
     const int code = Prepare(rect, size, srcStride >> toSamples, dstStride >> toSamples, grid);
-    return code != orv::kCodeOk ? code : Read(src);
+    return code != orv::kCodeOk ? code : CopyDataFromSrc(src);
 }
 
 template <class T>
@@ -183,7 +183,7 @@ int TrueSenseToRgb<T>::InitRGB(unsigned short const* src, _OrvRect rect, _OrvSiz
         orv::SetThreads(threadsNum_);
     }
     const int code = Prepare(rect, size, srcStride >> 1, dstStride, grid);
-    return code != orv::kCodeOk ? code : Read(src);
+    return code != orv::kCodeOk ? code : CopyDataFromSrc(src);
 }
 
 template <class T>
@@ -194,14 +194,14 @@ int TrueSenseToRgb<T>::Calculate() {
         return orv::kCodeBadArgument;
     }
     const orv::ThreadsScope threads(threadsNum_);
-    Write(dst_, shift);
+    CopyDataToDst(dst_, shift);
     return orv::kCodeOk;
 }
 
 template <class T>
 int TrueSenseToRgb<T>::CalculateRGB() {
     const orv::ThreadsScope threads(threadsNum_);
-    Write(dst8_, kByteShift);
+    CopyDataToDst(dst8_, kByteShift);
     return orv::kCodeOk;
 }
 

@@ -50,9 +50,9 @@ private:
     int Prepare(const _OrvRect& rect, const _OrvSize& size, int srcStride, int dstStride, unsigned char grid);
     bool ReserveScratch();
     template <class Sample>
-    int Read(const Sample* src);
+    int CopyDataFromSrc(const Sample* src);
     template <class Sample>
-    void Write(Sample* dst, int shift);
+    void CopyDataToDst(Sample* dst, int shift);  // with the stages before it, strip by strip
     int16_t* Plane() const { return static_cast<int16_t*>(plane_.Data()); }
 
     T* dst_ = nullptr;

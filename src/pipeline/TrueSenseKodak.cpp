@@ -182,8 +182,8 @@ void TrueSenseKodak<T>::LoadParameters(const tagTrueSenseParam& from) {
 
 template <class T>
 template <class Sample>
-int TrueSenseKodak<T>::Read(const Sample* src, int srcStride, _OrvRect rect, _OrvSize size, int bits,
-                            unsigned char grid, const tagTrueSenseParam* param) {
+int TrueSenseKodak<T>::CopyDataFromSrc(const Sample* src, int srcStride, _OrvRect rect, _OrvSize size, int bits,
+                                       unsigned char grid, const tagTrueSenseParam* param) {
     bool accepted = false;
     const int shift = orv::InputShift(bits, &accepted);
     if (!accepted) {
@@ -215,7 +215,7 @@ int TrueSenseKodak<T>::Init(T const* src, _OrvRect rect, _OrvSize size, int srcS
     dst_ = dst;
     dstStride_ = dstStride;
     bitDepth_ = bits;
-    return Read(src, sizeof(T) == 1 ? srcStride : srcStride >> 1, rect, size, bits, grid, param);
+    return CopyDataFromSrc(src, sizeof(T) == 1 ? srcStride : srcStride >> 1, rect, size, bits, grid, param);
 }
 
 template <class T>
@@ -230,12 +230,12 @@ int TrueSenseKodak<T>::InitRGB(unsigned short const* src, _OrvRect rect, _OrvSiz
     if (bits == 10) {
         return orv::kCodeBadArgument;
     }
-    return Read(src, srcStride >> 1, rect, size, bits, grid, param);
+    return CopyDataFromSrc(src, srcStride >> 1, rect, size, bits, grid, param);
 }
 
 template <class T>
 template <class Out>
-void TrueSenseKodak<T>::CopyOut(Out* dst, int dstStride, int shift) const {
+void TrueSenseKodak<T>::CopyDataToDst(Out* dst, int dstStride, int shift) const {
     const GridGeometry& g = geometry_;
     const RegionWalk walk = RegionWalk::Make(0, 0, g.w, g.h, dstStride, alpha_ ? 4 : 3, horMirrored_, verMirrored_);
     const ptrdiff_t step = static_cast<ptrdiff_t>(g.W) * 3;
@@ -250,7 +250,7 @@ int TrueSenseKodak<T>::Process(Out* dst, int dstStride, int shift) {
     if (Api_ImageProcess(&param_, &buffers_) != 0) {
         return 1;
     }
-    CopyOut(dst, dstStride, shift);
+    CopyDataToDst(dst, dstStride, shift);
     return orv::kCodeOk;
 }
 

@@ -45,10 +45,10 @@ private:
     void LoadParameters(const tagTrueSenseParam& param);
     // The common part of both Inits; `srcStride` in samples.
     template <class Sample>
-    int Read(const Sample* src, int srcStride, _OrvRect rect, _OrvSize size, int bits, unsigned char grid,
-             const tagTrueSenseParam* param);
+    int CopyDataFromSrc(const Sample* src, int srcStride, _OrvRect rect, _OrvSize size, int bits, unsigned char grid,
+                        const tagTrueSenseParam* param);
     template <class Out>
-    void CopyOut(Out* dst, int dstStride, int shift) const;
+    void CopyDataToDst(Out* dst, int dstStride, int shift) const;
     template <class Out>
     int Process(Out* dst, int dstStride, int shift);
 
