@@ -68,7 +68,7 @@ ORV_ALWAYS_INLINE void BlendRowBody(const BlendArgs<S>* args) {
     for (int k = row.k0; k < row.k1; ++k) {
         float a = 0.0F;
         float b = 0.0F;
-        if (sizeof(S) == 2) {
+        if constexpr (sizeof(S) == 2) {
             const int16_t difference0 = static_cast<int16_t>(s0.a[k] - s0.b[k]);
             const int16_t difference1 = static_cast<int16_t>(s1.a[k] - s1.b[k]);
             const int16_t d0 = static_cast<int16_t>(difference0 < 0 ? -difference0 : difference0);

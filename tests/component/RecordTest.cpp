@@ -5,7 +5,6 @@
 #include <set>
 #include <string>
 
-#include "OrvParamStorage.h"
 #include "OrvTrueSense.h"
 #include "component/Numeric.h"
 #include "component/PixelTypes.h"
@@ -19,11 +18,6 @@ static_assert(sizeof(_OrvImage) == 96 && offsetof(_OrvImage, pixelType) == 8 && 
                   offsetof(_OrvImage, data) == 80 && offsetof(_OrvImage, reserved8) == 88,
               "image record");
 static_assert(sizeof(_OrvRect) == 16 && offsetof(_OrvRect, width) == 8 && sizeof(_OrvSize) == 8, "rectangle and size");
-static_assert(sizeof(_OrvStParam) == 344 && offsetof(_OrvStParam, type) == 0 && offsetof(_OrvStParam, flags) == 4 &&
-                  offsetof(_OrvStParam, name) == 8 && offsetof(_OrvStParam, defaultValue) == 304 &&
-                  offsetof(_OrvStParam, minValue) == 312 && offsetof(_OrvStParam, maxValue) == 320 &&
-                  offsetof(_OrvStParam, value) == 336,
-              "parameter record");
 static_assert(sizeof(tagTrueSenseParam) == 65 * 8 && offsetof(tagTrueSenseParam, redGain) == 64 &&
                   offsetof(tagTrueSenseParam, toneTable) == 64 * 8,
               "TrueSense settings");

@@ -12,8 +12,8 @@ namespace {
 TEST(Workers, CoverRowsOnceWithWorkersApart) {
     const int threads = omp_get_max_threads();
     for (const int team : {1, 2, 5}) {
-        for (const int bandRows : {0, 4, 1000}) {
-            for (const int rows : {0, 1, 4, 33, 130}) {
+        for (const int bandRows : {0, 4, 6, 1000}) {
+            for (const int rows : {0, 1, 3, 5, 33, 130}) {
                 for (const int workers : {1, 3, 100}) {
                     omp_set_num_threads(team);
                     orv::SetBandRows(bandRows);

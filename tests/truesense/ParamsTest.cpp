@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <cstring>
 #include <limits>
 #include <sstream>
@@ -15,9 +14,6 @@
 namespace {
 
 using orvtest::g_log;
-
-static_assert(sizeof(tagTrueSenseParam) == 65 * 8 && offsetof(tagTrueSenseParam, toneTable) == 64 * 8,
-              "the settings record crosses the library boundary");
 
 // The record in order: "name default" of floats, "name/maximum default" of integers.
 const char* const kFields =
