@@ -14,16 +14,9 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "truesense/TrueSenseEngine.h"
+
 namespace orv {
-
-// Receives finished rows of the plane, W samples per colour.
-class ColourRowSink {
-public:
-    virtual void Row(int y, const int16_t* red, const int16_t* green, const int16_t* blue) const = 0;
-
-protected:
-    ~ColourRowSink() = default;
-};
 
 // Bytes of scratch memory that one strip of a plane of `W` columns needs.
 size_t StripScratchBytes(int W);

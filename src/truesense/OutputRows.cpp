@@ -4,8 +4,6 @@
 #include <immintrin.h>
 #endif
 
-#include <utility>
-
 #include "component/Simd.h"
 
 namespace orv {
@@ -143,24 +141,26 @@ bool IsIdentity(const double (&matrix)[9]) {
 }
 
 template <class T>
-void OutputRows<T>::Write(int y, const int16_t* red, const int16_t* green, const int16_t* blue, int n,
-                          uint16_t* scratch) const {
-    uint16_t* values[3] = {scratch, scratch + n, scratch + 2 * static_cast<ptrdiff_t>(n)};
-    if (bgr) {
-        std::swap(values[0], values[2]);
-    }
-    if (matrix == nullptr) {
-        ClampRow(red, n, values[0]);
-        ClampRow(green, n, values[1]);
-        ClampRow(blue, n, values[2]);
-    } else {
-        MatrixRow({red, green, blue}, matrix, n, values);
-    }
-    if (bgr) {
-        std::swap(values[0], values[2]);
-    }
+void OutputRows<T>::Write(int y, const int16_t* red, const int16_t* green, const int16_t* blue, int n) const {
+    // Runs short enough for their values to stay in the first-level cache.
+    constexpr int kRun = 512;
+    alignas(64) uint16_t values[3][kRun];
+    uint16_t* const first = values[bgr ? 2 : 0];
+    uint16_t* const third = values[bgr ? 0 : 2];
+    uint16_t* const results[3] = {first, values[1], third};
+    const uint16_t* const stored[3] = {values[0], values[1], values[2]};
     T* out = dst + walk.rowStart + y * walk.rowStep + walk.columnStart;
-    StoreRow(values, table->entries, walk.columnStep, n, out);
+    for (int x = 0; x < n; x += kRun, out += kRun * walk.columnStep) {
+        const int count = n - x < kRun ? n - x : kRun;
+        if (matrix == nullptr) {
+            ClampRow(red + x, count, results[0]);
+            ClampRow(green + x, count, results[1]);
+            ClampRow(blue + x, count, results[2]);
+        } else {
+            MatrixRow({red + x, green + x, blue + x}, matrix, count, results);
+        }
+        StoreRow(stored, table->entries, walk.columnStep, count, out);
+    }
 }
 
 template struct OutputTable<unsigned char>;

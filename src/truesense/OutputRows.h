@@ -36,10 +36,8 @@ struct OutputRows {
     const double* matrix;  // nine factors row by row, or null for none; green, red, blue terms are added in this order
     const OutputTable<T>* table;
 
-    // Bytes of scratch memory that Write needs for rows of `n` pixels.
-    static size_t ScratchBytes(int n) { return 3 * sizeof(uint16_t) * static_cast<size_t>(n); }
     // Row `y` of the region from `n` samples of each plane; values outside 12 bits are clamped.
-    void Write(int y, const int16_t* red, const int16_t* green, const int16_t* blue, int n, uint16_t* scratch) const;
+    void Write(int y, const int16_t* red, const int16_t* green, const int16_t* blue, int n) const;
 };
 
 }  // namespace orv

@@ -1,0 +1,102 @@
+// What the engines with a 12-bit result do alike: the entries with their refusals, the geometry, the mosaic plane that
+// Init fills, and the way of finished rows to the destination. An engine adds the reconstruction between the two.
+#ifndef ORV_TRUESENSE_TRUESENSEENGINE_H
+#define ORV_TRUESENSE_TRUESENSEENGINE_H
+
+#include <cstdint>
+
+#include "component/AlignedBuffer.h"
+#include "truesense/GridFrame.h"
+#include "truesense/IDemosaicing.h"
+
+namespace orv {
+
+// Receives finished rows of the working plane, W samples per colour, in any order and from any worker.
+class ColourRowSink {
+public:
+    virtual void Row(int y, const int16_t* red, const int16_t* green, const int16_t* blue) const = 0;
+
+protected:
+    ~ColourRowSink() = default;
+};
+
+// A frame between Init and Calculate.
+struct EngineFrame {
+    GridGeometry geometry;
+    int16_t* mosaic = nullptr;     // H by W samples, shifted to 12 bits, in no way clamped
+    bool narrow = true;            // every sample of the mosaic lies in 0 to 4095
+    tagTrueSenseParam param = {};  // of the caller or the engine's own; never without a tone table
+
+    // The team size of Calculate; 0 for the one in force.
+    int Threads() const { return param.threads_num > 0 ? static_cast<int>(param.threads_num) : 0; }
+};
+
+// T is the sample type of Init's source and destination. Of the parameters this class reads `threads_num`,
+// `normalizationEnable`, the mirrors and `toneTable`.
+template <class T>
+class TrueSenseEngine : public IDemosaicing, public IDemConvertion<T> {
+public:
+    TrueSenseEngine(const TrueSenseEngine&) = delete;
+    TrueSenseEngine& operator=(const TrueSenseEngine&) = delete;
+
+    // Forgets the frame; the memory stays for the next Init.
+    void CleanMemory() override { prepared_ = false; }
+    bool IsThis(IDemosaicing* other) override { return this == other; }
+    void SetOutputPixelType(bool alpha, bool bgr) override;
+
+    // Init and InitRGB: 8 for null pixels, 7 for a grid above 15 or `bits` outside 8, 10, 12, 14, 16, 9 when a
+    // dimension is negative, the plane is empty or memory ran out; tested in the order 8, 7 (grid), 9, 7 (bits). Memory
+    // grows with the frames and stays.
+    int Init(T const* src, _OrvRect rect, _OrvSize size, int srcStride, int bits, T* dst, int dstStride,
+             unsigned char grid, tagTrueSenseParam* param) override;
+    int InitRGB(unsigned short const* src, _OrvRect rect, _OrvSize size, int srcStride, int bits, unsigned char* dst,
+                int dstStride, unsigned char grid, tagTrueSenseParam* param) override;
+    // Calculate and CalculateRGB run at the team size `threads_num` when that is above 0 and restore the former one.
+    // Calculate returns 7, and writes nothing, when `bits` has no output depth and no normalisation is asked for.
+    int Calculate() override;
+    int CalculateRGB() override;
+
+    // For tests: the mosaic plane, null when there is none.
+    const int16_t* Mosaic() const { return prepared_ ? frame_.mosaic : nullptr; }
+
+protected:
+    enum class Flags { Low32Bits, Whole };     // what counts of `threads_num`, `normalizationEnable` and the mirrors
+    enum class Matrix { OfEngine, OfOutput };  // who applies the colour matrix
+
+    TrueSenseEngine(Flags flags, Matrix matrix) : flags_(flags), matrix_(matrix) {}
+
+    // The parameters of an Init that brings none.
+    virtual void Defaults(tagTrueSenseParam* param) const { TrueSense_DefaultValues(param); }
+    // Memory for this frame, kept where it suffices. Called by every Init, before the mosaic is filled. False when it
+    // ran out.
+    virtual bool Reserve(const EngineFrame& frame) = 0;
+    // Makes the rows from gridY to endY, values of any int16 with Matrix::OfOutput and of 12 bits else. May change the
+    // mosaic. Returns 0 or 1; on 1 nothing must have reached the sink.
+    virtual int Reconstruct(const EngineFrame& frame, const ColourRowSink& sink) = 0;
+
+private:
+    void TakeParameters(const tagTrueSenseParam* param);
+    template <class Sample>
+    int Load(const Sample* src, const _OrvRect& rect, int srcStride, int bits, unsigned char grid,
+             const tagTrueSenseParam* param);
+    template <class Sample>
+    int Process(Sample* dst, int dstStride, int shift);
+
+    const Flags flags_;
+    const Matrix matrix_;
+    T* dst_ = nullptr;
+    unsigned char* dst8_ = nullptr;
+    int dstStride_ = 0;  // samples
+    int bits_ = 0;
+    bool alpha_ = false, bgr_ = false;
+    bool prepared_ = false;  // the frame below is complete
+    EngineFrame frame_;
+    AlignedBuffer plane_;  // the mosaic
+};
+
+extern template class TrueSenseEngine<unsigned char>;
+extern template class TrueSenseEngine<unsigned short>;
+
+}  // namespace orv
+
+#endif
