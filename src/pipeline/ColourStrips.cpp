@@ -1,0 +1,445 @@
+#include "pipeline/ColourStrips.h"
+
+#include <algorithm>
+
+#include "pipeline/Arithmetic.h"
+
+namespace orv {
+
+namespace {
+
+template <int Fraction>
+ORV_ALWAYS_INLINE void WidenRowBody(const int16_t* row, int n, int32_t* out) {
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        out[x] = row[x] * (1 << Fraction);
+    }
+}
+ORV_ROW_TEMPLATE((int Fraction), (Fraction), WidenRow, (const int16_t* row, int n, int32_t* out), (row, n, out))
+
+ORV_ALWAYS_INLINE int32_t Select(int32_t mask, int32_t a, int32_t b) { return (mask & a) | (~mask & b); }
+
+// Columns [1, n - 1) of one row of the mosaic, filled along the row: `chroma` red or blue, `green` the other.
+// `greenSites` has all bits at green sites.
+ORV_ALWAYS_INLINE void FillAlongBody(const int32_t* mosaic, const int32_t* greenSites, int n, int32_t* chroma,
+                                     int32_t* green) {
+#pragma omp simd
+    for (int x = 1; x < n - 1; ++x) {
+        const int32_t mean = (mosaic[x - 1] + mosaic[x + 1]) >> 1;
+        chroma[x] = Select(greenSites[x], mean, mosaic[x]);
+        green[x] = Select(greenSites[x], mosaic[x], mean);
+    }
+}
+ORV_ROW_FUNCTION(FillAlong, (const int32_t* mosaic, const int32_t* greenSites, int n, int32_t* chroma, int32_t* green),
+                 (mosaic, greenSites, n, chroma, green))
+
+// Green of one row: sites without green smoothed with the green sites above and below.
+ORV_ALWAYS_INLINE void SmoothGreenBody(const int32_t* up, const int32_t* along, const int32_t* down,
+                                       const int32_t* greenSites, int n, int32_t* green) {
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        green[x] = Select(greenSites[x], along[x], (up[x] + 2 * along[x] + down[x]) >> 2);
+    }
+}
+ORV_ROW_FUNCTION(SmoothGreen,
+                 (const int32_t* up, const int32_t* along, const int32_t* down, const int32_t* greenSites, int n,
+                  int32_t* green),
+                 (up, along, down, greenSites, n, green))
+
+ORV_ALWAYS_INLINE void MeanRowBody(const int32_t* up, const int32_t* down, int n, int32_t* mean) {
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        mean[x] = (up[x] + down[x]) >> 1;
+    }
+}
+ORV_ROW_FUNCTION(MeanRow, (const int32_t* up, const int32_t* down, int n, int32_t* mean), (up, down, n, mean))
+
+ORV_ALWAYS_INLINE int32_t Smooth(int32_t near, int32_t far) { return (3 * near + far) >> 2; }
+
+// Twice the samples along the row. Reads one sample on either side.
+ORV_ALWAYS_INLINE void DoubleRowBody(const int32_t* low, int n, int32_t* out) {
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        out[2 * x] = Smooth(low[x], low[x - 1]);
+        out[2 * x + 1] = Smooth(low[x], low[x + 1]);
+    }
+}
+ORV_ROW_FUNCTION(DoubleRow, (const int32_t* low, int n, int32_t* out), (low, n, out))
+
+constexpr int kChunk = 256;  // pixels that a row function takes through its local lines at a time
+
+// The rows of double width that a row lies between: of its own block, and the next beyond it.
+struct RowPair {
+    const int32_t* near;
+    const int32_t* far;
+};
+
+// Cleaned pan of one row as gamma codes.
+ORV_ALWAYS_INLINE void CodeRowBody(RowPair pan, int n, int16_t* code) {
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        code[x] = static_cast<int16_t>(Smooth(pan.near[x], pan.far[x]) >> 16);
+    }
+}
+ORV_ROW_FUNCTION(CodeRow, (RowPair pan, int n, int16_t* code), (pan, n, code))
+
+// Gamma codes of the three colours: pan and difference; n at most kChunk.
+ORV_ALWAYS_INLINE void ColorCodesBody(RowPair pan, RowPair red, RowPair green, RowPair blue, int n, int16_t* codeR,
+                                      int16_t* codeG, int16_t* codeB) {
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        const int32_t p = Smooth(pan.near[x], pan.far[x]);
+        codeR[x] = static_cast<int16_t>(Clamp((p + Smooth(red.near[x], red.far[x])) >> 16, 0, 1023));
+        codeG[x] = static_cast<int16_t>(Clamp((p + Smooth(green.near[x], green.far[x])) >> 16, 0, 1023));
+        codeB[x] = static_cast<int16_t>(Clamp((p + Smooth(blue.near[x], blue.far[x])) >> 16, 0, 1023));
+    }
+}
+ORV_ROW_FUNCTION(ColorCodes,
+                 (RowPair pan, RowPair red, RowPair green, RowPair blue, int n, int16_t* codeR, int16_t* codeG,
+                  int16_t* codeB),
+                 (pan, red, green, blue, n, codeR, codeG, codeB))
+
+ORV_ALWAYS_INLINE void MatrixRowBody(const float* red, const float* green, const float* blue, const float* matrix,
+                                     int n, int16_t* outR, int16_t* outG, int16_t* outB) {
+    const float RR = matrix[0], RG = matrix[1], RB = matrix[2];
+    const float GR = matrix[3], GG = matrix[4], GB = matrix[5];
+    const float BR = matrix[6], BG = matrix[7], BB = matrix[8];
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        outR[x] = static_cast<int16_t>(Mix(red[x], green[x], blue[x], RR, RG, RB));
+        outG[x] = static_cast<int16_t>(Mix(red[x], green[x], blue[x], GR, GG, GB));
+        outB[x] = static_cast<int16_t>(Mix(red[x], green[x], blue[x], BR, BG, BB));
+    }
+}
+ORV_ROW_FUNCTION(MatrixRow,
+                 (const float* red, const float* green, const float* blue, const float* matrix, int n, int16_t* outR,
+                  int16_t* outG, int16_t* outB),
+                 (red, green, blue, matrix, n, outR, outG, outB))
+
+// Weighted sums 1-2-1 of codes two columns apart, on columns [2, n - 2).
+ORV_ALWAYS_INLINE void SumAlongBody(const int16_t* code, int n, int16_t* sum) {
+#pragma omp simd
+    for (int x = 2; x < n - 2; ++x) {
+        sum[x] = static_cast<int16_t>(code[x - 2] + 2 * code[x] + code[x + 2]);
+    }
+}
+ORV_ROW_FUNCTION(SumAlong, (const int16_t* code, int n, int16_t* sum), (code, n, sum))
+
+// Edge response on columns [1, n - 1): a cross and a diagonal one.
+ORV_ALWAYS_INLINE void EdgeRowBody(const int16_t* up, const int16_t* mid, const int16_t* down, int n, int16_t* edge) {
+#pragma omp simd
+    for (int x = 1; x < n - 1; ++x) {
+        const auto cross = static_cast<int16_t>(down[x] + up[x] - (mid[x + 1] + mid[x - 1]));
+        const auto diagonal = static_cast<int16_t>(down[x + 1] + up[x - 1] - (down[x - 1] + up[x + 1]));
+        edge[x] = static_cast<int16_t>(static_cast<int16_t>(Abs(cross)) + static_cast<int16_t>(Abs(diagonal)));
+    }
+}
+ORV_ROW_FUNCTION(EdgeRow, (const int16_t* up, const int16_t* mid, const int16_t* down, int n, int16_t* edge),
+                 (up, mid, down, n, edge))
+
+// Mean code of the surroundings, from three rows of sums.
+ORV_ALWAYS_INLINE void LowpassRowBody(const int16_t* up, const int16_t* mid, const int16_t* down, int n, int16_t* low) {
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        low[x] = static_cast<int16_t>(static_cast<int16_t>(up[x] + 2 * mid[x] + down[x]) >> 4);
+    }
+}
+ORV_ROW_FUNCTION(LowpassRow, (const int16_t* up, const int16_t* mid, const int16_t* down, int n, int16_t* low),
+                 (up, mid, down, n, low))
+
+// What the sharpener knows of a row.
+struct DetailRow {
+    const int16_t* fullPan;  // with its noise
+    const int16_t* code;     // cleaned
+    const int16_t* lowpass;
+    const int16_t* edge;
+};
+
+// The detail of n pixels as gamma codes, from their entries of the two tables.
+ORV_ALWAYS_INLINE void DetailCodesBody(const DetailRow& row, const float* threshold, const float* restore,
+                                       float maxSharpen, int n, int16_t* detail) {
+    const DetailRow in = row;
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        float gain = static_cast<float>(in.edge[x]) / threshold[x] - 1.0F;
+        gain = threshold[x] == 1.0F ? 0.0F : gain;
+        gain = gain > 0.0F ? gain : 0.0F;  // not-a-number too: no edge over a threshold of 0
+        gain = gain > maxSharpen ? maxSharpen : gain;
+        const float value = Fma(static_cast<float>(in.fullPan[x] - in.code[x]), restore[x],
+                                static_cast<float>(in.code[x] - in.lowpass[x]) * gain);
+        detail[x] = static_cast<int16_t>(TruncateClamped(value, 0.0F, 1023.0F));
+    }
+}
+ORV_ROW_FUNCTION(DetailCodes,
+                 (const DetailRow& row, const float* threshold, const float* restore, float maxSharpen, int n,
+                  int16_t* detail),
+                 (row, threshold, restore, maxSharpen, n, detail))
+
+ORV_ALWAYS_INLINE void BrightenRowBody(const int16_t* add, int n, int16_t* color) {
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        color[x] = Min(static_cast<int16_t>(color[x] + add[x]), static_cast<int16_t>(4095));
+    }
+}
+ORV_ROW_FUNCTION(BrightenRow, (const int16_t* add, int n, int16_t* color), (add, n, color))
+
+enum { kRed, kGreen, kBlue, kColors };
+
+struct ColourLines {
+    Lines<int32_t> color, pan;        // the half-size rows, where no plane has them in 16.16
+    Lines<int32_t> chroma, green;     // the mosaic filled along rows
+    int32_t* greenSites;              // 0, -1, 0, -1 ...
+    int32_t* low;                     // one half-size row of a colour
+    Lines<int32_t> doubled[kColors];  // rows of double width
+    Lines<int32_t> doubledPan;
+    Lines<int16_t> code, sum;  // cleaned pan of full-size rows, and its sums along the row
+    int16_t *edge, *lowpass;
+    int16_t* out[kColors];
+
+    size_t Cut(void* memory, int W) {
+        const int n = W / 2;
+        LineCutter cutter(memory);
+        for (Lines<int32_t>* ring : {&color, &pan, &chroma, &green}) {
+            *ring = cutter.Ring<int32_t>(4, n);
+        }
+        greenSites = cutter.Line<int32_t>(n + 1);
+        low = cutter.Line<int32_t>(n);
+        for (Lines<int32_t>& ring : doubled) {
+            ring = cutter.Ring<int32_t>(2, W);
+        }
+        doubledPan = cutter.Ring<int32_t>(4, W);
+        code = cutter.Ring<int16_t>(8, W);
+        sum = cutter.Ring<int16_t>(8, W);
+        edge = cutter.Line<int16_t>(W);
+        lowpass = cutter.Line<int16_t>(W);
+        for (int16_t*& row : out) {
+            row = cutter.Line<int16_t>(W);
+        }
+        return cutter.Bytes();
+    }
+};
+
+class ColourStrip {
+public:
+    ColourStrip(const ColourFrame& frame, void* scratch, const ColourRowSink& sink)
+        : frame_(frame),
+          settings_(*frame.settings),
+          sink_(sink),
+          cleanColor_(frame.low->CleanColor()),
+          cleanPan_(frame.low->CleanPan()),
+          W_(frame.W),
+          H_(frame.H),
+          n_(frame.W / 2),
+          rows_(frame.H / 2) {
+        lines_.Cut(scratch, W_);
+        for (int x = 0; x <= n_; ++x) {
+            lines_.greenSites[x] = -(x & 1);
+        }
+    }
+
+    void Run(int y0, int y1) {
+        const int i0 = y0 / 2, i1 = y1 / 2;
+        const auto within = [this, i0, i1](int i, int halo) {
+            return i >= std::max(0, i0 - halo) && i < std::min(rows_, i1 + halo);
+        };
+        // Rows 2i - 1 and 2i lie between rows i - 1 and i of the half-size planes. Colours follow one step behind pan,
+        // since the sharpener looks two rows ahead.
+        for (int t = i0 - 2; t <= i1 + 1; ++t) {
+            if (within(t, 2)) {
+                DoublePan(t);
+                if (!settings_.mono) {
+                    FillAlongRow(t);
+                }
+            }
+            if (within(t - 1, 1) && !settings_.mono) {
+                DoubleColors(t - 1);
+            }
+            for (const int y : {2 * t - 1, 2 * t}) {
+                if (settings_.sharpen && y >= std::max(0, y0 - 2) && y < std::min(H_, y1 + 2)) {
+                    MakeCodes(y);
+                }
+            }
+            for (const int y : {2 * t - 3, 2 * t - 2}) {
+                if (y >= y0 && y < y1) {
+                    Finish(y);
+                }
+            }
+        }
+    }
+
+private:
+    // Rows of the half-size planes in 16.16.
+    const int32_t* ColorRow(int i) const { return cleanColor_.base != nullptr ? cleanColor_[i] : lines_.color[i]; }
+
+    void DoublePan(int i) const {
+        int32_t* row = lines_.low;
+        if (cleanPan_.base != nullptr) {
+            std::copy(cleanPan_[i], cleanPan_[i] + n_, row);
+        } else {
+            WidenRow<kPanFraction>(frame_.low->panSum[i], n_, row);
+        }
+        Double(row, lines_.doubledPan[i]);
+    }
+    void Double(int32_t* row, int32_t* out) const {
+        row[-1] = row[0];
+        row[n_] = row[n_ - 1];
+        DoubleRow(row, n_, out);
+    }
+
+    const int32_t* GreenSites(int i) const { return lines_.greenSites + (i & 1); }
+
+    void FillAlongRow(int i) const {
+        if (cleanColor_.base == nullptr) {
+            WidenRow<kColorFraction>(frame_.low->colorDiff[i], n_, lines_.color[i]);
+        }
+        const int32_t* mosaic = ColorRow(i);
+        int32_t* chroma = lines_.chroma[i];
+        int32_t* green = lines_.green[i];
+        FillAlong(mosaic, GreenSites(i), n_, chroma, green);
+        // One end has a site of chroma, the other one takes it from beside. Green without a neighbour on either side is
+        // left to the fill along columns.
+        const int last = n_ - 1;
+        const bool odd = (i & 1) != 0;
+        chroma[0] = mosaic[odd ? 1 : 0];
+        chroma[last] = mosaic[odd ? last : last - 1];
+        green[0] = mosaic[0];
+        green[last] = mosaic[last];
+    }
+
+    // Neighbour rows; the one on the other side where one is missing.
+    int Above(int i) const { return i == 0 ? 1 : i - 1; }
+    int Below(int i) const { return i == rows_ - 1 ? i - 1 : i + 1; }
+
+    void DoubleColors(int i) const {
+        const bool odd = (i & 1) != 0;
+        int32_t* row = lines_.low;
+        std::copy(lines_.chroma[i], lines_.chroma[i] + n_, row);
+        Double(row, lines_.doubled[odd ? kRed : kBlue][i]);
+        MeanRow(lines_.chroma[Above(i)], lines_.chroma[Below(i)], n_, row);
+        Double(row, lines_.doubled[odd ? kBlue : kRed][i]);
+        FillGreen(i, row);
+        Double(row, lines_.doubled[kGreen][i]);
+    }
+    void FillGreen(int i, int32_t* row) const {
+        const bool rim = i == 0 || i == rows_ - 1;
+        const int32_t* along = lines_.green[i];
+        const int32_t* up = rim ? along : lines_.green[i - 1];
+        const int32_t* down = rim ? along : lines_.green[i + 1];
+        SmoothGreen(up, along, down, GreenSites(i), n_, row);
+        // The end with neighbours above and below only; in the corners one of them is missing.
+        const int end = (i & 1) == 0 ? 0 : n_ - 1;
+        const int32_t* mosaic = ColorRow(i);
+        if (i == 0) {
+            row[end] = (mosaic[1] + ColorRow(1)[0]) >> 1;
+        } else if (i == rows_ - 1) {
+            row[end] = (mosaic[end - 1] + ColorRow(i - 1)[end]) >> 1;
+        } else {
+            row[end] = (ColorRow(i - 1)[end] + ColorRow(i + 1)[end]) >> 1;
+        }
+    }
+
+    // The rows of double width about row y of the frame.
+    RowPair Between(const Lines<int32_t>& doubled, int y) const {
+        const int i = y / 2;
+        const int next = (y & 1) == 0 ? i - 1 : i + 1;
+        return {doubled[i], doubled[std::clamp(next, 0, rows_ - 1)]};
+    }
+
+    void MakeCodes(int y) const {
+        int16_t* code = lines_.code[y];
+        int16_t* sum = lines_.sum[y];
+        CodeRow(Between(lines_.doubledPan, y), W_, code);
+        SumAlong(code, W_, sum);
+        for (const int x : {0, 1, W_ - 2, W_ - 1}) {
+            sum[x] = static_cast<int16_t>(4 * code[x]);
+        }
+    }
+
+    void Finish(int y) const {
+        ColorCorrection(y);
+        if (settings_.sharpen) {
+            Sharpness(y);
+        }
+        sink_.Row(y, lines_.out[kRed], lines_.out[kGreen], lines_.out[kBlue]);
+    }
+
+    void ColorCorrection(int y) const {
+        RowPair pairs[kColors];
+        for (int c = 0; c < kColors; ++c) {
+            pairs[c] = settings_.mono ? RowPair() : Between(lines_.doubled[c], y);
+        }
+        const RowPair pan = Between(lines_.doubledPan, y);
+        int16_t codes[kColors][kChunk];
+        float linear[kColors][kChunk];
+        const auto from = [](RowPair pair, int x) { return RowPair{pair.near + x, pair.far + x}; };
+        for (int x = 0; x < W_; x += kChunk) {
+            const int n = std::min(kChunk, W_ - x);
+            if (settings_.mono) {
+                CodeRow(from(pan, x), n, codes[0]);
+            } else {
+                ColorCodes(from(pan, x), from(pairs[kRed], x), from(pairs[kGreen], x), from(pairs[kBlue], x), n,
+                           codes[kRed], codes[kGreen], codes[kBlue]);
+            }
+            for (int c = 0; c < kColors; ++c) {
+                const int16_t* code = codes[settings_.mono ? 0 : c];
+                for (int k = 0; k < n; ++k) {
+                    linear[c][k] = settings_.linear[code[k]];
+                }
+            }
+            MatrixRow(linear[kRed], linear[kGreen], linear[kBlue], settings_.matrix, n, lines_.out[kRed] + x,
+                      lines_.out[kGreen] + x, lines_.out[kBlue] + x);
+        }
+    }
+
+    void Sharpness(int y) const {
+        const int16_t* code = lines_.code[y];
+        if (y == 0 || y == H_ - 1) {
+            for (int x = 0; x < W_; ++x) {
+                lines_.edge[x] = static_cast<int16_t>(2 * code[x]);
+            }
+        } else {
+            EdgeRow(lines_.code[y - 1], code, lines_.code[y + 1], W_, lines_.edge);
+            for (const int x : {0, W_ - 1}) {
+                lines_.edge[x] = static_cast<int16_t>(2 * code[x]);
+            }
+        }
+        const bool rim = y < 2 || y >= H_ - 2;
+        LowpassRow(lines_.sum[rim ? y : y - 2], lines_.sum[y], lines_.sum[rim ? y : y + 2], W_, lines_.lowpass);
+        const DetailRow row = {frame_.fullPan[y], code, lines_.lowpass, lines_.edge};
+        float threshold[kChunk], restore[kChunk];
+        int16_t detail[kChunk], add[kChunk];
+        for (int x = 0; x < W_; x += kChunk) {
+            const int n = std::min(kChunk, W_ - x);
+            for (int k = 0; k < n; ++k) {
+                threshold[k] = settings_.sharpening.threshold[row.lowpass[x + k]];
+                restore[k] = settings_.sharpening.noiseRestore[row.code[x + k]];
+            }
+            const DetailRow part = {row.fullPan + x, row.code + x, row.lowpass + x, row.edge + x};
+            DetailCodes(part, threshold, restore, settings_.maxSharpen, n, detail);
+            for (int k = 0; k < n; ++k) {
+                add[k] = static_cast<int16_t>(Gamma10toLinear12Table[detail[k]]);
+            }
+            for (int16_t* out : lines_.out) {
+                BrightenRow(add, n, out + x);
+            }
+        }
+    }
+
+    const ColourFrame& frame_;
+    const KodakLikeSettings& settings_;
+    const ColourRowSink& sink_;
+    const Lines<int32_t> cleanColor_, cleanPan_;
+    const int W_, H_;
+    const int n_, rows_;  // of the half-size planes
+    ColourLines lines_;
+};
+
+}  // namespace
+
+size_t ColourStripScratchBytes(int W) { return ColourLines().Cut(nullptr, W); }
+
+void MakeColourStrip(const ColourFrame& frame, int y0, int y1, void* scratch, const ColourRowSink& sink) {
+    ColourStrip(frame, scratch, sink).Run(y0, y1);
+}
+
+}  // namespace orv
