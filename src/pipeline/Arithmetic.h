@@ -19,6 +19,22 @@ ORV_ALWAYS_INLINE T Max(T a, T b) {
     return a > b ? a : b;
 }
 
+// Table entries one by one: faster than gathered ones on processors that guard against data sampling.
+template <class T>
+inline void LookUp(const T* table, const int16_t* places, int n, T* entries) {
+    int x = 0;
+    for (; x < n - 3; x += 4) {
+        const T four[4] = {table[places[x]], table[places[x + 1]], table[places[x + 2]], table[places[x + 3]]};
+        entries[x] = four[0];
+        entries[x + 1] = four[1];
+        entries[x + 2] = four[2];
+        entries[x + 3] = four[3];
+    }
+    for (; x < n; ++x) {
+        entries[x] = table[places[x]];
+    }
+}
+
 // Clips columns [s, w - s) of `mid` into the range of eight neighbours: two s columns away on the row itself, three each
 // on rows above and below, of which those straight above and below come from the `near` rows.
 template <class T>

@@ -162,7 +162,6 @@ ORV_ALWAYS_INLINE void DetailCodesBody(const DetailRow& row, const float* thresh
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
         float gain = static_cast<float>(in.edge[x]) / threshold[x] - 1.0F;
-        gain = threshold[x] == 1.0F ? 0.0F : gain;
         gain = gain > 0.0F ? gain : 0.0F;  // not-a-number too: no edge over a threshold of 0
         gain = gain > maxSharpen ? maxSharpen : gain;
         const float value = Fma(static_cast<float>(in.fullPan[x] - in.code[x]), restore[x],
@@ -382,9 +381,7 @@ private:
             }
             for (int c = 0; c < kColors; ++c) {
                 const int16_t* code = codes[settings_.mono ? 0 : c];
-                for (int k = 0; k < n; ++k) {
-                    linear[c][k] = settings_.linear[code[k]];
-                }
+                LookUp(settings_.linear, code, n, linear[c]);
             }
             MatrixRow(linear[kRed], linear[kGreen], linear[kBlue], settings_.matrix, n, lines_.out[kRed] + x,
                       lines_.out[kGreen] + x, lines_.out[kBlue] + x);
@@ -410,15 +407,11 @@ private:
         int16_t detail[kChunk], add[kChunk];
         for (int x = 0; x < W_; x += kChunk) {
             const int n = std::min(kChunk, W_ - x);
-            for (int k = 0; k < n; ++k) {
-                threshold[k] = settings_.sharpening.threshold[row.lowpass[x + k]];
-                restore[k] = settings_.sharpening.noiseRestore[row.code[x + k]];
-            }
+            LookUp(settings_.sharpening.threshold, row.lowpass + x, n, threshold);
+            LookUp(settings_.sharpening.noiseRestore, row.code + x, n, restore);
             const DetailRow part = {row.fullPan + x, row.code + x, row.lowpass + x, row.edge + x};
             DetailCodes(part, threshold, restore, settings_.maxSharpen, n, detail);
-            for (int k = 0; k < n; ++k) {
-                add[k] = static_cast<int16_t>(Gamma10toLinear12Table[detail[k]]);
-            }
+            LookUp(settings_.linear16, detail, n, add);
             for (int16_t* out : lines_.out) {
                 BrightenRow(add, n, out + x);
             }

@@ -1,6 +1,8 @@
 #include "pipeline/KodakLikeSettings.h"
 
 #include <algorithm>
+#include <iterator>
+#include <limits>
 
 namespace orv {
 
@@ -85,6 +87,7 @@ void KodakLikeSettings::Fill(const tagTrueSenseParam& param, int qw, int qh) {
     }
     for (int code = 0; code < 1024; ++code) {
         linear[code] = static_cast<float>(Gamma10toLinear12Table[code]);
+        linear16[code] = static_cast<int16_t>(Gamma10toLinear12Table[code]);
     }
 
     const double gains[5] = {param.ISOAnalogGain_0, param.ISOAnalogGain_1, param.ISOAnalogGain_2, param.ISOAnalogGain_3,
@@ -114,6 +117,9 @@ void KodakLikeSettings::Fill(const tagTrueSenseParam& param, int qw, int qh) {
     std::transform(factors, factors + 9, matrix, [](double f) { return static_cast<float>(f); });
     maxSharpen = static_cast<float>(param.maxSharpen);
     sharpening.Fill(param.sharpenParam, param.highLumaNoise, param.lowLumaNoise);
+    // A threshold of exactly 1 sharpens nothing, as if no edge could reach it.
+    std::replace(std::begin(sharpening.threshold), std::end(sharpening.threshold), 1.0F,
+                 std::numeric_limits<float>::infinity());
 }
 
 }  // namespace orv

@@ -40,6 +40,7 @@ struct KodakLikeSettings {
     int16_t balanced[kSites][4096];  // the front end over 12-bit samples
     int16_t gamma[4096];             // L12 to G10
     float linear[1024];              // G10 to L12
+    int16_t linear16[1024];          // the same
     SigmaPasses color, pan;
     float matrix[9];
     float maxSharpen;

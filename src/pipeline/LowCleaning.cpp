@@ -1,6 +1,7 @@
 #include "pipeline/LowCleaning.h"
 
 #include <algorithm>
+#include <type_traits>
 
 #include "pipeline/Arithmetic.h"
 
@@ -35,6 +36,24 @@ ORV_ALWAYS_INLINE void WidenRowBody(const int16_t* row, int n, int32_t* out) {
 }
 ORV_ROW_TEMPLATE((int Fraction), (Fraction), WidenRow, (const int16_t* row, int n, int32_t* out), (row, n, out))
 
+// The values less than `limit` away from a centre: after a shift that takes the window to the low end of T, where sums
+// wrap around, one comparison tells.
+template <class T>
+struct Window {
+    using Unsigned = std::make_unsigned_t<T>;
+    static constexpr auto kLowest = static_cast<Unsigned>(static_cast<Unsigned>(1) << (8 * sizeof(T) - 1));
+    Unsigned shift;
+    T end;
+
+    ORV_ALWAYS_INLINE Window(T centre, T limit)
+        : shift(static_cast<Unsigned>(static_cast<Unsigned>(limit) - static_cast<Unsigned>(centre) - 1U + kLowest)),
+          end(static_cast<T>(static_cast<Unsigned>(Max(2 * limit - 1, 0)) + kLowest)) {}
+    // All bits for a value inside, none for others.
+    ORV_ALWAYS_INLINE T Mask(T value) const {
+        return static_cast<T>(static_cast<T>(static_cast<Unsigned>(value) + shift) < end ? -1 : 0);
+    }
+};
+
 // The first pass on columns [s, w - s): the plane is its own reference, and differences fit 16 bits.
 template <int Fraction>
 ORV_ALWAYS_INLINE void FirstSigmaRowBody(const int16_t* up, const int16_t* mid, const int16_t* down,
@@ -42,16 +61,16 @@ ORV_ALWAYS_INLINE void FirstSigmaRowBody(const int16_t* up, const int16_t* mid, 
 #pragma omp simd
     for (int x = s; x < w - s; ++x) {
         const int16_t centre = mid[x];
-        const int16_t limit = limits[x];
+        const Window<int16_t> window(centre, limits[x]);
         const int16_t n[8] = {up[x - s], up[x], up[x + s], mid[x - s], mid[x + s], down[x - s], down[x], down[x + s]};
         int16_t sum = 0;
         int16_t count = 1;
         for (int k = 0; k < 8; ++k) {
-            const int16_t difference = static_cast<int16_t>(n[k] - centre);
-            const bool accepted = limit > static_cast<int16_t>(Abs(difference));
-            sum = static_cast<int16_t>(sum + (accepted ? difference : 0));
-            count = static_cast<int16_t>(count + (accepted ? 1 : 0));
+            const int16_t accepted = window.Mask(n[k]);
+            sum = static_cast<int16_t>(sum + (n[k] & accepted));
+            count = static_cast<int16_t>(count - accepted);
         }
+        sum = static_cast<int16_t>(sum - static_cast<int16_t>(count - 1) * centre);
         out[x] = centre * (1 << Fraction) + MeanOf(sum * (1 << Fraction), count);
     }
 }
@@ -67,17 +86,16 @@ ORV_ALWAYS_INLINE void SigmaRowBody(const int32_t* up, const int32_t* mid, const
 #pragma omp simd
     for (int x = s; x < w - s; ++x) {
         const int32_t centre = mid[x];
-        const int32_t ref = reference[x] * (1 << Fraction);
-        const int32_t limit = limits[x] * (1 << Fraction);
+        const Window<int32_t> window(reference[x] * (1 << Fraction), limits[x] * (1 << Fraction));
         const int32_t n[8] = {up[x - s], up[x], up[x + s], mid[x - s], mid[x + s], down[x - s], down[x], down[x + s]};
         int32_t sum = 0;
         int32_t count = 1;
         for (int k = 0; k < 8; ++k) {
-            const bool accepted = limit > Abs(n[k] - ref);
-            sum += accepted ? n[k] - centre : 0;
-            count += accepted ? 1 : 0;
+            const int32_t accepted = window.Mask(n[k]);
+            sum += n[k] & accepted;
+            count -= accepted;
         }
-        out[x] = centre + MeanOf(sum, count);
+        out[x] = centre + MeanOf(sum - (count - 1) * centre, count);
     }
 }
 ORV_ROW_TEMPLATE((int Fraction), (Fraction), SigmaRow,
@@ -139,9 +157,7 @@ void CleanPlane(const Lines<int16_t>& reference, const Lines<int32_t>* work, con
             continue;
         }
         codesOf(y);
-        for (int x = s; x < w - s; ++x) {
-            lines.limits[x] = settings.limit[lines.codes[x]];
-        }
+        LookUp(settings.limit, lines.codes + s, w - 2 * s, lines.limits + s);
         FilterRow<Fraction>(reference, work, pass, y, s, w, lines.limits);
     }
 }
