@@ -41,8 +41,8 @@ awk -F'|' '
         key = $1 "|" $2
         if (!(key in before)) { printf "%-36s %2d bits %8.1f  not recorded\n", $1, $2, $3; bad = 1; next }
         ratio = $3 / before[key]
-        printf "%-36s %2d bits %8.1f  %.2f of the record%s\n", $1, $2, $3, ratio, ratio > 1.25 ? "  TOO MANY" : ""
-        bad = bad || ratio > 1.25
+        printf "%-36s %2d bits %8.1f  %.2f of the record%s\n", $1, $2, $3, ratio, (ratio > 1.25 ? "  TOO MANY" : "")
+        bad = bad || (ratio > 1.25)
         delete before[key]
     }
     END {
