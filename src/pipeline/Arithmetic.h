@@ -35,8 +35,8 @@ inline void LookUp(const T* table, const int16_t* places, int n, T* entries) {
     }
 }
 
-// Clips columns [s, w - s) of `mid` into the range of eight neighbours: two s columns away on the row itself, three each
-// on rows above and below, of which those straight above and below come from the `near` rows.
+// Clips columns [s, w - s) of `mid` into the range of eight neighbours: two s columns away on the row itself, three
+// each on rows above and below, of which those straight above and below come from the `near` rows.
 template <class T>
 ORV_ALWAYS_INLINE void ClipRowBody(const T* up, const T* nearUp, const T* mid, const T* nearDown, const T* down, int s,
                                    int w, T* out) {
@@ -112,8 +112,8 @@ void BuildThresholdTable(float sigma, float gain, NoiseLine line, uint16_t* tabl
         const float below = signal - noise;
         const int upper = Clamp(TruncateToInt32(static_cast<Real>(noise + signal) + half), 0, 4095);
         const int lower = Clamp(TruncateToInt32(static_cast<Real>(below) + (below > 0.0F ? half : -half)), 0, 4095);
-        table[code] = static_cast<uint16_t>(
-            Max(Abs(code - Linear12toGamma10[lower]), Abs(Linear12toGamma10[upper] - code)));
+        table[code] =
+            static_cast<uint16_t>(Max(Abs(code - Linear12toGamma10[lower]), Abs(Linear12toGamma10[upper] - code)));
     }
 }
 

@@ -1,4 +1,5 @@
-// Second half of the parallel pipeline, strip by strip in line rings: from the cleaned half-size planes to finished rows.
+// Second half of the parallel pipeline, strip by strip in line rings: from the cleaned half-size planes to finished
+// rows.
 //
 // The colour differences of the cells are a mosaic of their own,
 //

@@ -102,10 +102,10 @@ void KodakLikeSettings::Fill(const tagTrueSenseParam& param, int qw, int qh) {
     const float balance = ((static_cast<float>(param.redGain) + static_cast<float>(param.greenGain)) +
                            static_cast<float>(param.blueGain)) /
                           3.0F;
-    const PassList colorList = {{param.colorRadius0, param.colorRadius1, param.colorRadius2},
-                                {balance * static_cast<float>(param.colorSigma0),
-                                 balance * static_cast<float>(param.colorSigma1),
-                                 balance * static_cast<float>(param.colorSigma2)}};
+    const PassList colorList = {
+        {param.colorRadius0, param.colorRadius1, param.colorRadius2},
+        {balance * static_cast<float>(param.colorSigma0), balance * static_cast<float>(param.colorSigma1),
+         balance * static_cast<float>(param.colorSigma2)}};
     const PassList panList = {{param.panRadius0, param.panRadius1, param.panRadius2},
                               {static_cast<float>(param.panSigma0), static_cast<float>(param.panSigma1),
                                static_cast<float>(param.panSigma2)}};
@@ -113,7 +113,8 @@ void KodakLikeSettings::Fill(const tagTrueSenseParam& param, int qw, int qh) {
     FillPasses(colorList, 2, 1, gain, line, qw, qh, &color);
     FillPasses(panList, 1, 4, gain, line, qw, qh, &pan);
 
-    const double factors[9] = {param.RR, param.RG, param.RB, param.GR, param.GG, param.GB, param.BR, param.BG, param.BB};
+    const double factors[9] = {param.RR, param.RG, param.RB, param.GR, param.GG,
+                               param.GB, param.BR, param.BG, param.BB};
     std::transform(factors, factors + 9, matrix, [](double f) { return static_cast<float>(f); });
     maxSharpen = static_cast<float>(param.maxSharpen);
     sharpening.Fill(param.sharpenParam, param.highLumaNoise, param.lowLumaNoise);

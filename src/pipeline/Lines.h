@@ -31,8 +31,8 @@ public:
     template <class T>
     Lines<T> Plane(int rows, ptrdiff_t n) {
         Lines<T> lines;
-        lines.stride = (n * static_cast<ptrdiff_t>(sizeof(T)) + 3 * kLine - 1) / kLine * kLine /
-                       static_cast<ptrdiff_t>(sizeof(T));
+        lines.stride =
+            (n * static_cast<ptrdiff_t>(sizeof(T)) + 3 * kLine - 1) / kLine * kLine / static_cast<ptrdiff_t>(sizeof(T));
         if (start_ != nullptr) {
             lines.base = reinterpret_cast<T*>(start_ + bytes_ + kLine);
         }

@@ -178,7 +178,8 @@ void CleanRows(const LowPlanes& planes, int pass, int y0, int y1, void* scratch)
     lines.Cut(scratch, planes.n);
     const int n = planes.n;
     CleanPlane<kColorFraction>(planes.colorDiff, planes.color, planes.settings->color, pass, y0, y1, n, planes.rows,
-                               lines, [&](int y) { ColorCodes(planes.colorDiff[y], planes.panSum[y], n, lines.codes); });
+                               lines,
+                               [&](int y) { ColorCodes(planes.colorDiff[y], planes.panSum[y], n, lines.codes); });
     CleanPlane<kPanFraction>(planes.panSum, planes.pan, planes.settings->pan, pass, y0, y1, n, planes.rows, lines,
                              [&](int y) { PanCodes(planes.panSum[y], n, lines.codes); });
 }

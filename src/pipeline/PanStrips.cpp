@@ -293,8 +293,8 @@ private:
         MakeLowRow(cells, settings_.gamma, n_, out);
     }
 
-    // Two rows and columns away the mosaic of differences has the same colour, but the vertical pair is that of the rows
-    // beside.
+    // Two rows and columns away the mosaic of differences has the same colour, but the vertical pair is that of the
+    // rows beside.
     void ClipDiff(int i) const {
         const Lines<int16_t>& diff = lines_.diff;
         int16_t* clean = frame_.colorDiff[i];

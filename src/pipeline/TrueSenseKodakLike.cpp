@@ -42,17 +42,16 @@ void ParallelPipeline::Run(const EngineFrame& frame, const ColourRowSink& sink) 
     const int workers = lines_.Workers();
     settings_->Fill(frame.param, low_.n, low_.rows);
     const PanFrame mosaic = {frame.mosaic, W, H, frame.narrow, settings_, fullPan_, low_.colorDiff, low_.panSum};
-    ForEachBandWithWorker(
-        H, workers, [&](int worker, int y0, int y1) { MakePanStrip(mosaic, y0, y1, lines_.Of(worker)); });
+    ForEachBandWithWorker(H, workers,
+                          [&](int worker, int y0, int y1) { MakePanStrip(mosaic, y0, y1, lines_.Of(worker)); });
     const int passes = std::max(settings_->color.count, settings_->pan.count);
     for (int pass = 0; pass < passes; ++pass) {
-        ForEachBandWithWorker(low_.rows, workers, [&](int worker, int y0, int y1) {
-            CleanRows(low_, pass, y0, y1, lines_.Of(worker));
-        });
+        ForEachBandWithWorker(low_.rows, workers,
+                              [&](int worker, int y0, int y1) { CleanRows(low_, pass, y0, y1, lines_.Of(worker)); });
     }
     const ColourFrame clean = {W, H, settings_, &low_, fullPan_};
-    ForEachBandWithWorker(
-        H, workers, [&](int worker, int y0, int y1) { MakeColourStrip(clean, y0, y1, lines_.Of(worker), sink); });
+    ForEachBandWithWorker(H, workers,
+                          [&](int worker, int y0, int y1) { MakeColourStrip(clean, y0, y1, lines_.Of(worker), sink); });
 }
 
 }  // namespace orv
