@@ -2,6 +2,10 @@
 
 #include <algorithm>
 
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
 #include "pipeline/Arithmetic.h"
 
 namespace orv {
@@ -99,22 +103,105 @@ ORV_ROW_FUNCTION(ColorCodes,
                   int16_t* codeB),
                  (pan, red, green, blue, n, codeR, codeG, codeB))
 
-ORV_ALWAYS_INLINE void MatrixRowBody(const float* red, const float* green, const float* blue, const float* matrix,
-                                     int n, int16_t* outR, int16_t* outG, int16_t* outB) {
-    const float RR = matrix[0], RG = matrix[1], RB = matrix[2];
-    const float GR = matrix[3], GG = matrix[4], GB = matrix[5];
-    const float BR = matrix[6], BG = matrix[7], BB = matrix[8];
+// One colour of n pixels, at most kChunk, from its row of the matrix.
+ORV_ALWAYS_INLINE void MixRowBody(const float* red, const float* green, const float* blue, const float* matrix, int n,
+                                  int16_t* out) {
+    const float kr = matrix[0], kg = matrix[1], kb = matrix[2];
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
-        outR[x] = static_cast<int16_t>(Mix(red[x], green[x], blue[x], RR, RG, RB));
-        outG[x] = static_cast<int16_t>(Mix(red[x], green[x], blue[x], GR, GG, GB));
-        outB[x] = static_cast<int16_t>(Mix(red[x], green[x], blue[x], BR, BG, BB));
+        out[x] = static_cast<int16_t>(Mix(red[x], green[x], blue[x], kr, kg, kb));
     }
 }
-ORV_ROW_FUNCTION(MatrixRow,
-                 (const float* red, const float* green, const float* blue, const float* matrix, int n, int16_t* outR,
-                  int16_t* outG, int16_t* outB),
-                 (red, green, blue, matrix, n, outR, outG, outB))
+
+// The detail of n pixels, at most kChunk, as gamma codes: from what the sharpener knows of them and their entries of
+// its two tables.
+struct DetailRow {
+    const int16_t* fullPan;  // pan with its noise
+    const int16_t* code;     // cleaned pan
+    const int16_t* lowpass;  // its surroundings
+    const int16_t* edge;     // its edge response
+    const float* threshold;
+    const float* restore;
+};
+
+ORV_ALWAYS_INLINE void DetailRowOfBody(const DetailRow& row, float maxSharpen, int n, int16_t* detail) {
+    const DetailRow in = row;
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        float gain = static_cast<float>(in.edge[x]) / in.threshold[x] - 1.0F;
+        gain = gain > 0.0F ? gain : 0.0F;  // not-a-number too: no edge over a threshold of 0
+        gain = gain > maxSharpen ? maxSharpen : gain;
+        const float value = Fma(static_cast<float>(in.fullPan[x] - in.code[x]), in.restore[x],
+                                static_cast<float>(in.code[x] - in.lowpass[x]) * gain);
+        detail[x] = static_cast<int16_t>(TruncateClamped(value, 0.0F, 1023.0F));
+    }
+}
+
+#if defined(__x86_64__)
+// By hand, since the compiler keeps the comparisons of a bound apart from its selections. Lines are read and written in
+// full vectors; what stands behind n does not count.
+
+// Truncated between 0 and `high`. Not-a-number passes the bound; like everything below the range of int32 it converts
+// to the least int32, which the unsigned packing takes to 0.
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i PackTruncated(__m256 first, __m256 second, __m256 high) {
+    const __m256i packed = _mm256_packus_epi32(_mm256_cvttps_epi32(_mm256_min_ps(high, first)),
+                                               _mm256_cvttps_epi32(_mm256_min_ps(high, second)));
+    return _mm256_permute4x64_epi64(packed, 0xD8);
+}
+
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void MixRowBodyAvx2(const float* red, const float* green, const float* blue,
+                                                      const float* matrix, int n, int16_t* out) {
+    const __m256 kr = _mm256_set1_ps(matrix[0]), kg = _mm256_set1_ps(matrix[1]), kb = _mm256_set1_ps(matrix[2]);
+    const __m256 high = _mm256_set1_ps(4095.0F);
+    for (int x = 0; x < n; x += 16) {
+        __m256 mixed[2];
+        for (int k = 0; k < 2; ++k) {
+            const int at = x + 8 * k;
+            const __m256 plain = _mm256_mul_ps(_mm256_load_ps(green + at), kg);
+            mixed[k] = _mm256_fmadd_ps(_mm256_load_ps(blue + at), kb,
+                                       _mm256_fmadd_ps(_mm256_load_ps(red + at), kr, plain));
+        }
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + x), PackTruncated(mixed[0], mixed[1], high));
+    }
+}
+
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i Words(const int16_t* line) {
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(line));
+}
+
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256 FloatsOf(__m256i words, int half) {
+    const __m128i eight = half == 0 ? _mm256_castsi256_si128(words) : _mm256_extracti128_si256(words, 1);
+    return _mm256_cvtepi32_ps(_mm256_cvtepi16_epi32(eight));
+}
+
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void DetailRowOfBodyAvx2(const DetailRow& row, float maxSharpen, int n,
+                                                         int16_t* detail) {
+    const DetailRow in = row;
+    const __m256 one = _mm256_set1_ps(1.0F), most = _mm256_set1_ps(maxSharpen), high = _mm256_set1_ps(1023.0F);
+    for (int x = 0; x < n; x += 16) {
+        const __m256i code = Words(in.code + x);
+        const __m256i edge = Words(in.edge + x);
+        const __m256i noise = _mm256_sub_epi16(Words(in.fullPan + x), code);
+        const __m256i excess = _mm256_sub_epi16(code, Words(in.lowpass + x));
+        __m256 value[2];
+        for (int k = 0; k < 2; ++k) {
+            const int at = x + 8 * k;
+            const __m256 ratio = _mm256_div_ps(FloatsOf(edge, k), _mm256_load_ps(in.threshold + at));
+            __m256 gain = _mm256_max_ps(_mm256_sub_ps(ratio, one), _mm256_setzero_ps());
+            gain = _mm256_min_ps(most, gain);
+            value[k] = _mm256_fmadd_ps(FloatsOf(noise, k), _mm256_load_ps(in.restore + at),
+                                       _mm256_mul_ps(FloatsOf(excess, k), gain));
+        }
+        _mm256_store_si256(reinterpret_cast<__m256i*>(detail + x), PackTruncated(value[0], value[1], high));
+    }
+}
+#endif
+ORV_ROW_FUNCTION_TUNED(MixRow,
+                       (const float* red, const float* green, const float* blue, const float* matrix, int n,
+                        int16_t* out),
+                       (red, green, blue, matrix, n, out))
+ORV_ROW_FUNCTION_TUNED(DetailRowOf, (const DetailRow& row, float maxSharpen, int n, int16_t* detail),
+                       (row, maxSharpen, n, detail))
 
 // Weighted sums 1-2-1 of codes two columns apart, on columns [2, n - 2).
 ORV_ALWAYS_INLINE void SumAlongBody(const int16_t* code, int n, int16_t* sum) {
@@ -146,33 +233,6 @@ ORV_ALWAYS_INLINE void LowpassRowBody(const int16_t* up, const int16_t* mid, con
 }
 ORV_ROW_FUNCTION(LowpassRow, (const int16_t* up, const int16_t* mid, const int16_t* down, int n, int16_t* low),
                  (up, mid, down, n, low))
-
-// What the sharpener knows of a row.
-struct DetailRow {
-    const int16_t* fullPan;  // with its noise
-    const int16_t* code;     // cleaned
-    const int16_t* lowpass;
-    const int16_t* edge;
-};
-
-// The detail of n pixels as gamma codes, from their entries of the two tables.
-ORV_ALWAYS_INLINE void DetailCodesBody(const DetailRow& row, const float* threshold, const float* restore,
-                                       float maxSharpen, int n, int16_t* detail) {
-    const DetailRow in = row;
-#pragma omp simd
-    for (int x = 0; x < n; ++x) {
-        float gain = static_cast<float>(in.edge[x]) / threshold[x] - 1.0F;
-        gain = gain > 0.0F ? gain : 0.0F;  // not-a-number too: no edge over a threshold of 0
-        gain = gain > maxSharpen ? maxSharpen : gain;
-        const float value = Fma(static_cast<float>(in.fullPan[x] - in.code[x]), restore[x],
-                                static_cast<float>(in.code[x] - in.lowpass[x]) * gain);
-        detail[x] = static_cast<int16_t>(TruncateClamped(value, 0.0F, 1023.0F));
-    }
-}
-ORV_ROW_FUNCTION(DetailCodes,
-                 (const DetailRow& row, const float* threshold, const float* restore, float maxSharpen, int n,
-                  int16_t* detail),
-                 (row, threshold, restore, maxSharpen, n, detail))
 
 ORV_ALWAYS_INLINE void BrightenRowBody(const int16_t* add, int n, int16_t* color) {
 #pragma omp simd
@@ -369,7 +429,7 @@ private:
         }
         const RowPair pan = Between(lines_.doubledPan, y);
         int16_t codes[kColors][kChunk];
-        float linear[kColors][kChunk];
+        alignas(32) float linear[kColors][kChunk];
         const auto from = [](RowPair pair, int x) { return RowPair{pair.near + x, pair.far + x}; };
         for (int x = 0; x < W_; x += kChunk) {
             const int n = std::min(kChunk, W_ - x);
@@ -383,8 +443,9 @@ private:
                 const int16_t* code = codes[settings_.mono ? 0 : c];
                 LookUp(settings_.linear, code, n, linear[c]);
             }
-            MatrixRow(linear[kRed], linear[kGreen], linear[kBlue], settings_.matrix, n, lines_.out[kRed] + x,
-                      lines_.out[kGreen] + x, lines_.out[kBlue] + x);
+            for (int c = 0; c < kColors; ++c) {
+                MixRow(linear[kRed], linear[kGreen], linear[kBlue], settings_.matrix + 3 * c, n, lines_.out[c] + x);
+            }
         }
     }
 
@@ -402,15 +463,15 @@ private:
         }
         const bool rim = y < 2 || y >= H_ - 2;
         LowpassRow(lines_.sum[rim ? y : y - 2], lines_.sum[y], lines_.sum[rim ? y : y + 2], W_, lines_.lowpass);
-        const DetailRow row = {frame_.fullPan[y], code, lines_.lowpass, lines_.edge};
-        float threshold[kChunk], restore[kChunk];
-        int16_t detail[kChunk], add[kChunk];
+        const int16_t* fullPan = frame_.fullPan[y];
+        alignas(32) float threshold[kChunk], restore[kChunk];
+        alignas(32) int16_t detail[kChunk], add[kChunk];
         for (int x = 0; x < W_; x += kChunk) {
             const int n = std::min(kChunk, W_ - x);
-            LookUp(settings_.sharpening.threshold, row.lowpass + x, n, threshold);
-            LookUp(settings_.sharpening.noiseRestore, row.code + x, n, restore);
-            const DetailRow part = {row.fullPan + x, row.code + x, row.lowpass + x, row.edge + x};
-            DetailCodes(part, threshold, restore, settings_.maxSharpen, n, detail);
+            LookUp(settings_.sharpening.threshold, lines_.lowpass + x, n, threshold);
+            LookUp(settings_.sharpening.noiseRestore, code + x, n, restore);
+            const DetailRow row = {fullPan + x, code + x, lines_.lowpass + x, lines_.edge + x, threshold, restore};
+            DetailRowOf(row, settings_.maxSharpen, n, detail);
             LookUp(settings_.linear16, detail, n, add);
             for (int16_t* out : lines_.out) {
                 BrightenRow(add, n, out + x);
