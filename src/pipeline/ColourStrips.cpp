@@ -12,15 +12,6 @@ namespace orv {
 
 namespace {
 
-template <int Fraction>
-ORV_ALWAYS_INLINE void WidenRowBody(const int16_t* row, int n, int32_t* out) {
-#pragma omp simd
-    for (int x = 0; x < n; ++x) {
-        out[x] = row[x] * (1 << Fraction);
-    }
-}
-ORV_ROW_TEMPLATE((int Fraction), (Fraction), WidenRow, (const int16_t* row, int n, int32_t* out), (row, n, out))
-
 ORV_ALWAYS_INLINE int32_t Select(int32_t mask, int32_t a, int32_t b) { return (mask & a) | (~mask & b); }
 
 // Columns [1, n - 1) of one row of the mosaic, filled along the row: `chroma` red or blue, `green` the other.
@@ -245,7 +236,6 @@ ORV_ROW_FUNCTION(BrightenRow, (const int16_t* add, int n, int16_t* color), (add,
 enum { kRed, kGreen, kBlue, kColors };
 
 struct ColourLines {
-    Lines<int32_t> color, pan;        // the half-size rows, where no plane has them in 16.16
     Lines<int32_t> chroma, green;     // the mosaic filled along rows
     int32_t* greenSites;              // 0, -1, 0, -1 ...
     int32_t* low;                     // one half-size row of a colour
@@ -255,56 +245,60 @@ struct ColourLines {
     int16_t *edge, *lowpass;
     int16_t* out[kColors];
 
-    size_t Cut(void* memory, int W) {
+    ColourLines(int W, LineCutter* cutter) {
         const int n = W / 2;
-        LineCutter cutter(memory);
-        for (Lines<int32_t>* ring : {&color, &pan, &chroma, &green}) {
-            *ring = cutter.Ring<int32_t>(4, n);
-        }
-        greenSites = cutter.Line<int32_t>(n + 1);
-        low = cutter.Line<int32_t>(n);
+        chroma = cutter->Ring<int32_t>(4, n);
+        green = cutter->Ring<int32_t>(4, n);
+        greenSites = cutter->Line<int32_t>(n + 1);
+        low = cutter->Line<int32_t>(n);
         for (Lines<int32_t>& ring : doubled) {
-            ring = cutter.Ring<int32_t>(2, W);
+            ring = cutter->Ring<int32_t>(2, W);
         }
-        doubledPan = cutter.Ring<int32_t>(4, W);
-        code = cutter.Ring<int16_t>(8, W);
-        sum = cutter.Ring<int16_t>(8, W);
-        edge = cutter.Line<int16_t>(W);
-        lowpass = cutter.Line<int16_t>(W);
+        doubledPan = cutter->Ring<int32_t>(4, W);
+        code = cutter->Ring<int16_t>(8, W);
+        sum = cutter->Ring<int16_t>(8, W);
+        edge = cutter->Line<int16_t>(W);
+        lowpass = cutter->Line<int16_t>(W);
         for (int16_t*& row : out) {
-            row = cutter.Line<int16_t>(W);
+            row = cutter->Line<int16_t>(W);
         }
-        return cutter.Bytes();
     }
 };
 
 class ColourStrip {
 public:
-    ColourStrip(const ColourFrame& frame, void* scratch, const ColourRowSink& sink)
+    // Rows [y0, y1).
+    ColourStrip(const ColourFrame& frame, int y0, int y1, LineCutter cutter, const ColourRowSink& sink)
         : frame_(frame),
           settings_(*frame.settings),
           sink_(sink),
-          cleanColor_(frame.low->CleanColor()),
-          cleanPan_(frame.low->CleanPan()),
           W_(frame.W),
           H_(frame.H),
           n_(frame.W / 2),
-          rows_(frame.H / 2) {
-        lines_.Cut(scratch, W_);
+          rows_(frame.H / 2),
+          y0_(y0),
+          y1_(y1),
+          lines_(W_, &cutter),
+          color_(*frame.color, y0 / 2 - kHalo, y1 / 2 + kHalo, &cutter),
+          pan_(*frame.pan, y0 / 2 - kHalo, y1 / 2 + kHalo, &cutter) {
         for (int x = 0; x <= n_; ++x) {
             lines_.greenSites[x] = -(x & 1);
         }
     }
 
-    void Run(int y0, int y1) {
-        const int i0 = y0 / 2, i1 = y1 / 2;
+    void Run() const {
+        const int i0 = y0_ / 2, i1 = y1_ / 2;
         const auto within = [this, i0, i1](int i, int halo) {
             return i >= std::max(0, i0 - halo) && i < std::min(rows_, i1 + halo);
         };
         // Rows 2i - 1 and 2i lie between rows i - 1 and i of the half-size planes. Colours follow one step behind pan,
         // since the sharpener looks two rows ahead.
-        for (int t = i0 - 2; t <= i1 + 1; ++t) {
-            if (within(t, 2)) {
+        for (int t = i0 - kHalo - std::max(color_.Lead(), pan_.Lead()); t <= i1 + 1; ++t) {
+            pan_.Step(t);
+            if (!settings_.mono) {
+                color_.Step(t);
+            }
+            if (within(t, kHalo)) {
                 DoublePan(t);
                 if (!settings_.mono) {
                     FillAlongRow(t);
@@ -314,12 +308,12 @@ public:
                 DoubleColors(t - 1);
             }
             for (const int y : {2 * t - 1, 2 * t}) {
-                if (settings_.sharpen && y >= std::max(0, y0 - 2) && y < std::min(H_, y1 + 2)) {
+                if (settings_.sharpen && y >= std::max(0, y0_ - 2) && y < std::min(H_, y1_ + 2)) {
                     MakeCodes(y);
                 }
             }
             for (const int y : {2 * t - 3, 2 * t - 2}) {
-                if (y >= y0 && y < y1) {
+                if (y >= y0_ && y < y1_) {
                     Finish(y);
                 }
             }
@@ -327,16 +321,11 @@ public:
     }
 
 private:
-    // Rows of the half-size planes in 16.16.
-    const int32_t* ColorRow(int i) const { return cleanColor_.base != nullptr ? cleanColor_[i] : lines_.color[i]; }
+    static constexpr int kHalo = 2;  // rows of the half-size planes on either side
 
     void DoublePan(int i) const {
         int32_t* row = lines_.low;
-        if (cleanPan_.base != nullptr) {
-            std::copy(cleanPan_[i], cleanPan_[i] + n_, row);
-        } else {
-            WidenRow<kPanFraction>(frame_.low->panSum[i], n_, row);
-        }
+        std::copy(pan_[i], pan_[i] + n_, row);
         Double(row, lines_.doubledPan[i]);
     }
     void Double(int32_t* row, int32_t* out) const {
@@ -348,10 +337,7 @@ private:
     const int32_t* GreenSites(int i) const { return lines_.greenSites + (i & 1); }
 
     void FillAlongRow(int i) const {
-        if (cleanColor_.base == nullptr) {
-            WidenRow<kColorFraction>(frame_.low->colorDiff[i], n_, lines_.color[i]);
-        }
-        const int32_t* mosaic = ColorRow(i);
+        const int32_t* mosaic = color_[i];
         int32_t* chroma = lines_.chroma[i];
         int32_t* green = lines_.green[i];
         FillAlong(mosaic, GreenSites(i), n_, chroma, green);
@@ -387,13 +373,12 @@ private:
         SmoothGreen(up, along, down, GreenSites(i), n_, row);
         // The end with neighbours above and below only; in the corners one of them is missing.
         const int end = (i & 1) == 0 ? 0 : n_ - 1;
-        const int32_t* mosaic = ColorRow(i);
         if (i == 0) {
-            row[end] = (mosaic[1] + ColorRow(1)[0]) >> 1;
+            row[end] = (color_[0][1] + color_[1][0]) >> 1;
         } else if (i == rows_ - 1) {
-            row[end] = (mosaic[end - 1] + ColorRow(i - 1)[end]) >> 1;
+            row[end] = (color_[i][end - 1] + color_[i - 1][end]) >> 1;
         } else {
-            row[end] = (ColorRow(i - 1)[end] + ColorRow(i + 1)[end]) >> 1;
+            row[end] = (color_[i - 1][end] + color_[i + 1][end]) >> 1;
         }
     }
 
@@ -482,18 +467,25 @@ private:
     const ColourFrame& frame_;
     const KodakLikeSettings& settings_;
     const ColourRowSink& sink_;
-    const Lines<int32_t> cleanColor_, cleanPan_;
     const int W_, H_;
     const int n_, rows_;  // of the half-size planes
-    ColourLines lines_;
+    const int y0_, y1_;
+    const ColourLines lines_;
+    const CleanRows color_, pan_;
 };
 
 }  // namespace
 
-size_t ColourStripScratchBytes(int W) { return ColourLines().Cut(nullptr, W); }
+size_t ColourStripScratchBytes(int W) {
+    LineCutter cutter(nullptr);
+    const ColourLines lines(W, &cutter);
+    CleanRows::CutMost(W / 2, &cutter);
+    CleanRows::CutMost(W / 2, &cutter);
+    return cutter.Bytes();
+}
 
 void MakeColourStrip(const ColourFrame& frame, int y0, int y1, void* scratch, const ColourRowSink& sink) {
-    ColourStrip(frame, scratch, sink).Run(y0, y1);
+    ColourStrip(frame, y0, y1, LineCutter(scratch), sink).Run();
 }
 
 }  // namespace orv

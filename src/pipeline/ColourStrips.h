@@ -21,7 +21,7 @@ namespace orv {
 struct ColourFrame {
     int W, H;  // multiples of 4
     const KodakLikeSettings* settings;
-    const LowPlanes* low;
+    const LowPlane *color, *pan;  // with their passes; those that are not in rings have run
     Lines<int16_t> fullPan;  // G10; read where the settings sharpen
 };
 

@@ -63,7 +63,7 @@ void BalanceRow(const FrontEnd& frontEnd, double even, double odd, const int16_t
     BalanceLanes(frontEnd.darkFloor, frontEnd.globalGain, even, odd, samples, n, balanced);
 }
 
-void KodakLikeSettings::Fill(const tagTrueSenseParam& param, int qw, int qh) {
+void KodakLikeSettings::Fill(const tagTrueSenseParam& param, int qw, int qh, SigmaPasses* color, SigmaPasses* pan) {
     impulse = param.impulseFilterEnable == 1;
     sharpen = param.sharpnessEnable == 1;
     mono = param.monoEnable == 1;
@@ -110,8 +110,8 @@ void KodakLikeSettings::Fill(const tagTrueSenseParam& param, int qw, int qh) {
                               {static_cast<float>(param.panSigma0), static_cast<float>(param.panSigma1),
                                static_cast<float>(param.panSigma2)}};
     // Twice the radius stays on one colour of the half-size mosaic. Pan is the sum of four codes at first.
-    FillPasses(colorList, 2, 1, gain, line, qw, qh, &color);
-    FillPasses(panList, 1, 4, gain, line, qw, qh, &pan);
+    FillPasses(colorList, 2, 1, gain, line, qw, qh, color);
+    FillPasses(panList, 1, 4, gain, line, qw, qh, pan);
 
     const double factors[9] = {param.RR, param.RG, param.RB, param.GR, param.GG,
                                param.GB, param.BR, param.BG, param.BB};

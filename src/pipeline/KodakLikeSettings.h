@@ -30,7 +30,7 @@ struct SigmaPass {
 
 // The passes of one plane that are to run and reach an interior.
 struct SigmaPasses {
-    int count = 0;
+    int count;
     SigmaPass pass[3];
 };
 
@@ -41,13 +41,12 @@ struct KodakLikeSettings {
     int16_t gamma[4096];             // L12 to G10
     float linear[1024];              // G10 to L12
     int16_t linear16[1024];          // the same
-    SigmaPasses color, pan;
     float matrix[9];
     float maxSharpen;
     SharpenTables<1024> sharpening;
 
-    // For half-size planes of qw by qh.
-    void Fill(const tagTrueSenseParam& param, int qw, int qh);
+    // `color` and `pan` receive the passes over half-size planes of qw by qh.
+    void Fill(const tagTrueSenseParam& param, int qw, int qh, SigmaPasses* color, SigmaPasses* pan);
 };
 
 // Samples of one row's pan or colour sites through the front end, `even` and `odd` the factors of its lanes.

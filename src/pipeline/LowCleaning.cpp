@@ -198,85 +198,133 @@ ORV_ROW_TEMPLATE_TUNED((int Fraction), (Fraction), SigmaRow,
                   const int16_t* limits, int s, int w, int32_t* out),
                  (up, mid, down, reference, limits, s, w, out))
 
-// One pass over one row; the other rows that it reads stand `spacing` above and below.
+// What pass number `pass` makes of row y; `from` has the rows of the pass before, and is not read by the first.
 template <int Fraction>
-void FilterRow(const Lines<int16_t>& reference, const Lines<int32_t>* work, int pass, int y, int s, int w,
-               const int16_t* limits) {
-    int32_t* out = work[pass & 1][y];
-    if (pass == 0) {
-        FirstSigmaRow<Fraction>(reference[y - s], reference[y], reference[y + s], limits, s, w, out);
-        WidenRow<Fraction>(reference[y], s, out);
-        WidenRow<Fraction>(reference[y] + w - s, s, out + w - s);
-    } else {
-        const Lines<int32_t>& from = work[1 - (pass & 1)];
-        SigmaRow<Fraction>(from[y - s], from[y], from[y + s], reference[y], limits, s, w, out);
-        std::copy(from[y], from[y] + s, out);
-        std::copy(from[y] + w - s, from[y] + w, out + w - s);
-    }
-}
-
-template <int Fraction>
-void KeepRow(const Lines<int16_t>& reference, const Lines<int32_t>* work, int pass, int y, int w) {
-    int32_t* out = work[pass & 1][y];
-    if (pass == 0) {
-        WidenRow<Fraction>(reference[y], w, out);
-    } else {
-        const int32_t* from = work[1 - (pass & 1)][y];
-        std::copy(from, from + w, out);
-    }
-}
-
-struct CleaningLines {
-    int16_t *codes, *limits;
-
-    size_t Cut(void* memory, int n) {
-        LineCutter cutter(memory);
-        codes = cutter.Line<int16_t>(n);
-        limits = cutter.Line<int16_t>(n);
-        return cutter.Bytes();
-    }
-};
-
-// `codesOf(y)` gives the gamma codes of a row.
-template <int Fraction, class CodesOf>
-void CleanPlane(const Lines<int16_t>& reference, const Lines<int32_t>* work, const SigmaPasses& passes, int pass,
-                int y0, int y1, int w, int h, const CleaningLines& lines, const CodesOf& codesOf) {
-    if (pass >= passes.count) {
-        return;
-    }
-    const SigmaPass& settings = passes.pass[pass];
-    const int s = settings.spacing;
-    for (int y = y0; y < y1; ++y) {
-        if (y < s || y >= h - s) {
-            KeepRow<Fraction>(reference, work, pass, y, w);
-            continue;
+void FilterRow(const LowPlane& plane, int pass, int y, const Lines<int32_t>& from, int16_t* codes, int16_t* limits,
+               int32_t* out) {
+    const int w = plane.n;
+    const int s = plane.passes.pass[pass].spacing;
+    const Lines<int16_t>& before = plane.codes;
+    const bool inside = y >= s && y < plane.rows - s;
+    if (inside) {
+        if (plane.color) {
+            ColorCodes(before[y], plane.panSum[y], w, codes);
+        } else {
+            PanCodes(before[y], w, codes);
         }
-        codesOf(y);
-        LookUp(settings.limit, lines.codes + s, w - 2 * s, lines.limits + s);
-        FilterRow<Fraction>(reference, work, pass, y, s, w, lines.limits);
+        LookUp(plane.passes.pass[pass].limit, codes + s, w - 2 * s, limits + s);
+        if (pass == 0) {
+            FirstSigmaRow<Fraction>(before[y - s], before[y], before[y + s], limits, s, w, out);
+        } else {
+            SigmaRow<Fraction>(from[y - s], from[y], from[y + s], before[y], limits, s, w, out);
+        }
+    }
+    // The ends, or the whole row, stay.
+    const int kept = inside ? s : w;
+    for (int start = 0; start < w; start += w - kept > 0 ? w - kept : w) {
+        if (pass == 0) {
+            WidenRow<Fraction>(before[y] + start, kept, out + start);
+        } else {
+            std::copy(from[y] + start, from[y] + start + kept, out + start);
+        }
     }
 }
 
-Lines<int32_t> Last(const Lines<int32_t>* work, const SigmaPasses& passes) {
-    return passes.count == 0 ? Lines<int32_t>() : work[(passes.count - 1) & 1];
+void MakeRow(const LowPlane& plane, int pass, int y, const Lines<int32_t>& from, int16_t* codes, int16_t* limits,
+             int32_t* out) {
+    if (plane.color) {
+        FilterRow<kColorFraction>(plane, pass, y, from, codes, limits, out);
+    } else {
+        FilterRow<kPanFraction>(plane, pass, y, from, codes, limits, out);
+    }
+}
+
+constexpr int kMostRows = 8;   // of spacings after the first pass that rings are worth
+constexpr int kRingRows = 32;  // enough for a spacing of these
+
+int RingRows(int spacing) {
+    int rows = 1;
+    while (rows < 2 * spacing + 1) {
+        rows *= 2;
+    }
+    return rows;
 }
 
 }  // namespace
 
-Lines<int32_t> LowPlanes::CleanColor() const { return Last(color, settings->color); }
-Lines<int32_t> LowPlanes::CleanPan() const { return Last(pan, settings->pan); }
+bool LowPlane::InRings() const {
+    int64_t rowsAhead = 0;
+    for (int k = 1; k < passes.count; ++k) {
+        rowsAhead += passes.pass[k].spacing;
+    }
+    return rowsAhead <= kMostRows;
+}
 
-size_t CleaningScratchBytes(int n) { return CleaningLines().Cut(nullptr, n); }
+size_t CleaningScratchBytes(int n) {
+    LineCutter cutter(nullptr);
+    cutter.Line<int16_t>(n);
+    cutter.Line<int16_t>(n);
+    return cutter.Bytes();
+}
 
-void CleanRows(const LowPlanes& planes, int pass, int y0, int y1, void* scratch) {
-    CleaningLines lines;
-    lines.Cut(scratch, planes.n);
-    const int n = planes.n;
-    CleanPlane<kColorFraction>(planes.colorDiff, planes.color, planes.settings->color, pass, y0, y1, n, planes.rows,
-                               lines,
-                               [&](int y) { ColorCodes(planes.colorDiff[y], planes.panSum[y], n, lines.codes); });
-    CleanPlane<kPanFraction>(planes.panSum, planes.pan, planes.settings->pan, pass, y0, y1, n, planes.rows, lines,
-                             [&](int y) { PanCodes(planes.panSum[y], n, lines.codes); });
+void LowPlane::Clean(int pass, int y0, int y1, void* scratch) const {
+    if (InRings() || pass >= passes.count) {
+        return;
+    }
+    LineCutter cutter(scratch);
+    int16_t* codeLine = cutter.Line<int16_t>(n);
+    int16_t* limitLine = cutter.Line<int16_t>(n);
+    for (int y = y0; y < y1; ++y) {
+        MakeRow(*this, pass, y, work[1 - (pass & 1)], codeLine, limitLine, work[pass & 1][y]);
+    }
+}
+
+CleanRows::CleanRows(const LowPlane& plane, int y0, int y1, LineCutter* cutter)
+    : plane_(plane),
+      y0_(y0),
+      y1_(y1),
+      codes_(cutter->Line<int16_t>(plane.n)),
+      limits_(cutter->Line<int16_t>(plane.n)) {
+    const SigmaPasses& passes = plane.passes;
+    if (!plane.InRings()) {
+        result_ = plane.work[(passes.count - 1) & 1];
+        return;
+    }
+    for (int k = passes.count - 2; k >= 0; --k) {
+        const int spacing = passes.pass[k + 1].spacing;
+        ahead_[k] = ahead_[k + 1] + spacing;
+        rings_[k] = cutter->Ring<int32_t>(RingRows(spacing), plane.n);
+    }
+    result_ = cutter->Ring<int32_t>(kKept, plane.n);
+    rings_[std::max(0, passes.count - 1)] = result_;
+}
+
+void CleanRows::CutMost(int n, LineCutter* cutter) {
+    cutter->Line<int16_t>(n);
+    cutter->Line<int16_t>(n);
+    cutter->Ring<int32_t>(2 * kRingRows + kKept, n);
+}
+
+void CleanRows::Step(int t) const {
+    if (!plane_.InRings()) {
+        return;
+    }
+    const auto wanted = [this](int y, int halo) {
+        return y >= std::max(0, y0_ - halo) && y < std::min(plane_.rows, y1_ + halo);
+    };
+    for (int k = 0; k < plane_.passes.count; ++k) {
+        const int y = t + ahead_[k];
+        if (wanted(y, ahead_[k])) {
+            MakeRow(plane_, k, y, rings_[std::max(0, k - 1)], codes_, limits_, rings_[k][y]);
+        }
+    }
+    if (plane_.passes.count == 0 && wanted(t, 0)) {
+        if (plane_.color) {
+            WidenRow<kColorFraction>(plane_.codes[t], plane_.n, result_[t]);
+        } else {
+            WidenRow<kPanFraction>(plane_.codes[t], plane_.n, result_[t]);
+        }
+    }
 }
 
 }  // namespace orv

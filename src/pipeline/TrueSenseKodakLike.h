@@ -27,7 +27,7 @@ private:
     size_t CutPlanes(void* memory, int W, int H);
 
     KodakLikeSettings* settings_ = nullptr;
-    LowPlanes low_ = {};
+    LowPlane color_ = {}, pan_ = {};
     Lines<int16_t> fullPan_;
     AlignedBuffer settingsMemory_, planes_;
     WorkerScratch lines_;

@@ -129,7 +129,8 @@ TEST(TrueSenseKodakLike, SharpeningBrightensOnly) {
     // The threshold at code 256, the linear value 256, is exactly 1.
     param.sharpenParam = 2;
     const auto settings = std::make_unique<orv::KodakLikeSettings>();
-    settings->Fill(param, 8, 8);
+    orv::SigmaPasses color, pan;
+    settings->Fill(param, 8, 8, &color, &pan);
     EXPECT_EQ(std::numeric_limits<float>::infinity(), settings->sharpening.threshold[256]);
     EXPECT_EQ(1.5F, settings->sharpening.threshold[64]);
 }
