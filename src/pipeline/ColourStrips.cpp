@@ -61,7 +61,7 @@ ORV_ALWAYS_INLINE void DoubleRowBody(const int32_t* low, int n, int32_t* out) {
 }
 ORV_ROW_FUNCTION(DoubleRow, (const int32_t* low, int n, int32_t* out), (low, n, out))
 
-constexpr int kChunk = 256;  // pixels that a row function takes through its local lines at a time
+constexpr int kChunk = 512;  // pixels that a row function takes through its local lines at a time
 
 // The rows of double width that a row lies between: of its own block, and the next beyond it.
 struct RowPair {

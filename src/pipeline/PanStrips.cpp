@@ -106,19 +106,28 @@ struct CellRow {
     const int16_t* colorOdd;
 };
 
-// Table places of the measured pan samples and of the means, within the table whatever the samples; n at most kChunk.
-ORV_ALWAYS_INLINE void PlaceRowBody(const CellRow& cells, int n, int16_t* a, int16_t* b, int16_t* color, int16_t* pan) {
+// Places in the gamma table: of the four pan values of the cells, row by row, and of the means of colour and pan.
+// Side by side, so that one register finds them all.
+struct Places {
+    int16_t pan[4][kChunk];
+    int16_t colorMean[kChunk], panMean[kChunk];
+};
+
+// Measured samples are taken into the table whatever they are; n at most kChunk.
+ORV_ALWAYS_INLINE void PlaceRowBody(const CellRow& cells, int n, Places* places) {
     const CellRow in = cells;
+    Places& out = *places;
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
-        a[x] = static_cast<int16_t>(Clamp(in.a[x], 0, 4095));
-        b[x] = static_cast<int16_t>(Clamp(in.b[x], 0, 4095));
-        color[x] = static_cast<int16_t>(Clamp((in.colorEven[x] + in.colorOdd[x] + 1) / 2, 0, 4095));
-        pan[x] = static_cast<int16_t>((in.panEven[x] + in.panOdd[x] + 1) / 2);
+        out.pan[0][x] = static_cast<int16_t>(Clamp(in.a[x], 0, 4095));
+        out.pan[1][x] = in.panEven[x];
+        out.pan[2][x] = in.panOdd[x];
+        out.pan[3][x] = static_cast<int16_t>(Clamp(in.b[x], 0, 4095));
+        out.colorMean[x] = static_cast<int16_t>(Clamp((in.colorEven[x] + in.colorOdd[x] + 1) / 2, 0, 4095));
+        out.panMean[x] = static_cast<int16_t>((in.panEven[x] + in.panOdd[x] + 1) / 2);
     }
 }
-ORV_ROW_FUNCTION(PlaceRow, (const CellRow& cells, int n, int16_t* a, int16_t* b, int16_t* color, int16_t* pan),
-                 (cells, n, a, b, color, pan))
+ORV_ROW_FUNCTION(PlaceRow, (const CellRow& cells, int n, Places* places), (cells, n, places))
 
 // Results of one row of cells; the two rows of `full` are null where none is wanted.
 struct LowRow {
@@ -129,31 +138,33 @@ struct LowRow {
 };
 
 void MakeLowRow(CellRow cells, const int16_t* gamma, int n, LowRow out) {
-    int16_t a[kChunk], b[kChunk], color[kChunk], pan[kChunk];
+    Places places;
     for (int start = 0; start < n; start += kChunk) {
         const int count = std::min(kChunk, n - start);
         const CellRow in = {cells.a + start,      cells.b + start,         cells.panEven + start,
                             cells.panOdd + start, cells.colorEven + start, cells.colorOdd + start};
-        PlaceRow(in, count, a, b, color, pan);
+        PlaceRow(in, count, &places);
         int16_t* sum = out.panSum + start;
         int16_t* diff = out.colorDiff + start;
         if (out.fullEven == nullptr) {
             for (int x = 0; x < count; ++x) {
-                sum[x] = static_cast<int16_t>(gamma[a[x]] + gamma[in.panEven[x]] + gamma[in.panOdd[x]] + gamma[b[x]]);
-                diff[x] = static_cast<int16_t>(gamma[color[x]] - gamma[pan[x]]);
+                sum[x] = static_cast<int16_t>(gamma[places.pan[0][x]] + gamma[places.pan[1][x]] +
+                                              gamma[places.pan[2][x]] + gamma[places.pan[3][x]]);
+                diff[x] = static_cast<int16_t>(gamma[places.colorMean[x]] - gamma[places.panMean[x]]);
             }
             continue;
         }
         int16_t* even = out.fullEven + 2 * start;
         int16_t* odd = out.fullOdd + 2 * start;
         for (int x = 0; x < count; ++x) {
-            const int16_t codes[4] = {gamma[a[x]], gamma[in.panEven[x]], gamma[in.panOdd[x]], gamma[b[x]]};
+            const int16_t codes[4] = {gamma[places.pan[0][x]], gamma[places.pan[1][x]], gamma[places.pan[2][x]],
+                                      gamma[places.pan[3][x]]};
             even[2 * x] = codes[0];
             even[2 * x + 1] = codes[1];
             odd[2 * x] = codes[2];
             odd[2 * x + 1] = codes[3];
             sum[x] = static_cast<int16_t>(codes[0] + codes[1] + codes[2] + codes[3]);
-            diff[x] = static_cast<int16_t>(gamma[color[x]] - gamma[pan[x]]);
+            diff[x] = static_cast<int16_t>(gamma[places.colorMean[x]] - gamma[places.panMean[x]]);
         }
     }
 }
