@@ -149,8 +149,8 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void MixRowBodyAvx2(const float* red, const fl
         for (int k = 0; k < 2; ++k) {
             const int at = x + 8 * k;
             const __m256 plain = _mm256_mul_ps(_mm256_load_ps(green + at), kg);
-            mixed[k] = _mm256_fmadd_ps(_mm256_load_ps(blue + at), kb,
-                                       _mm256_fmadd_ps(_mm256_load_ps(red + at), kr, plain));
+            mixed[k] =
+                _mm256_fmadd_ps(_mm256_load_ps(blue + at), kb, _mm256_fmadd_ps(_mm256_load_ps(red + at), kr, plain));
         }
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + x), PackTruncated(mixed[0], mixed[1], high));
     }
@@ -166,7 +166,7 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256 FloatsOf(__m256i words, int half) {
 }
 
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void DetailRowOfBodyAvx2(const DetailRow& row, float maxSharpen, int n,
-                                                         int16_t* detail) {
+                                                           int16_t* detail) {
     const DetailRow in = row;
     const __m256 one = _mm256_set1_ps(1.0F), most = _mm256_set1_ps(maxSharpen), high = _mm256_set1_ps(1023.0F);
     for (int x = 0; x < n; x += 16) {

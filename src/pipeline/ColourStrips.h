@@ -22,7 +22,7 @@ struct ColourFrame {
     int W, H;  // multiples of 4
     const KodakLikeSettings* settings;
     const LowPlane *color, *pan;  // with their passes; those that are not in rings have run
-    Lines<int16_t> fullPan;  // G10; read where the settings sharpen
+    Lines<int16_t> fullPan;       // G10; read where the settings sharpen
 };
 
 // Bytes of scratch memory that one strip needs.

@@ -38,17 +38,23 @@ void FillPasses(const PassList& list, int spacing, int unit, float gain, NoiseLi
                 SigmaPasses* passes) {
     passes->count = 0;
     const int last = (std::min(qw, qh) - 1) / 2;  // the widest spacing that leaves an interior
+    float sigma = 0.0F;
     for (int k = 0; k < 3; ++k) {
         if (list.radius[k] <= 0 || list.radius[k] > last / spacing) {
             continue;
         }
-        uint16_t table[1024];
-        BuildThresholdTable<float>(list.sigma[k], gain, line, table);
-        SigmaPass& pass = passes->pass[passes->count++];
+        SigmaPass& pass = passes->pass[passes->count];
         pass.spacing = static_cast<int>(list.radius[k]) * spacing;
-        for (int code = 0; code < 1024; ++code) {
-            pass.limit[code] = static_cast<int16_t>(table[code] * unit);
+        pass.limitsOfLast = passes->count > 0 && list.sigma[k] == sigma;
+        sigma = list.sigma[k];
+        ++passes->count;
+        if (pass.limitsOfLast) {
+            std::copy(std::begin((&pass)[-1].limit), std::end((&pass)[-1].limit), pass.limit);
+            continue;
         }
+        uint16_t table[1024];
+        BuildThresholdTable<float>(sigma, gain, line, table);
+        std::transform(table, table + 1024, pass.limit, [unit](int step) { return static_cast<int16_t>(step * unit); });
     }
 }
 

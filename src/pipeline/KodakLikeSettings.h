@@ -25,6 +25,7 @@ struct FrontEnd {
 // One pass of a sigma filter.
 struct SigmaPass {
     int spacing;
+    bool limitsOfLast;    // the limits are those of the pass before
     int16_t limit[1024];  // by gamma code: how far a neighbour may lie, in the unit of the plane before the first pass
 };
 

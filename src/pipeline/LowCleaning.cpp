@@ -99,8 +99,8 @@ ORV_ALWAYS_INLINE void SigmaRowBody(const int32_t* up, const int32_t* mid, const
 }
 #if defined(__x86_64__)
 // By hand for the sake of the mean, which the compiler takes from quotients of double: products with reciprocals give
-// the same and leave the divider alone. Rows are read and written in full vectors; what stands behind the last column is
-// written again as the end of the row, or between two rows.
+// the same and leave the divider alone. Rows are read and written in full vectors; what stands behind the last column
+// is written again as the end of the row, or between two rows.
 
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i Words(const int16_t* at) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
@@ -132,9 +132,8 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i MeanOfEight(__m256i sum, __m256i count
 }
 
 template <int Fraction>
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void FirstSigmaRowBodyAvx2(const int16_t* up, const int16_t* mid,
-                                                             const int16_t* down, const int16_t* limits, int s, int w,
-                                                             int32_t* out) {
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void FirstSigmaRowBodyAvx2(const int16_t* up, const int16_t* mid, const int16_t* down,
+                                                             const int16_t* limits, int s, int w, int32_t* out) {
     const __m256i lowest = _mm256_set1_epi16(INT16_MIN), one = _mm256_set1_epi16(1), zero = _mm256_setzero_si256();
     for (int x = s; x < w - s; x += 16) {
         const int16_t* const neighbours[8] = {up + x - s,  up + x,       up + x + s, mid + x - s,
@@ -189,30 +188,34 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void SigmaRowBodyAvx2(const int32_t* up, const
 }
 #endif
 ORV_ROW_TEMPLATE_TUNED((int Fraction), (Fraction), FirstSigmaRow,
-                 (const int16_t* up, const int16_t* mid, const int16_t* down, const int16_t* limits, int s, int w,
-                  int32_t* out),
-                 (up, mid, down, limits, s, w, out))
+                       (const int16_t* up, const int16_t* mid, const int16_t* down, const int16_t* limits, int s, int w,
+                        int32_t* out),
+                       (up, mid, down, limits, s, w, out))
 
 ORV_ROW_TEMPLATE_TUNED((int Fraction), (Fraction), SigmaRow,
-                 (const int32_t* up, const int32_t* mid, const int32_t* down, const int16_t* reference,
-                  const int16_t* limits, int s, int w, int32_t* out),
-                 (up, mid, down, reference, limits, s, w, out))
+                       (const int32_t* up, const int32_t* mid, const int32_t* down, const int16_t* reference,
+                        const int16_t* limits, int s, int w, int32_t* out),
+                       (up, mid, down, reference, limits, s, w, out))
 
-// What pass number `pass` makes of row y; `from` has the rows of the pass before, and is not read by the first.
+// The limits of a pass for row y.
+void MakeLimits(const LowPlane& plane, int pass, int y, int16_t* codes, int16_t* limits) {
+    if (plane.color) {
+        ColorCodes(plane.codes[y], plane.panSum[y], plane.n, codes);
+    } else {
+        PanCodes(plane.codes[y], plane.n, codes);
+    }
+    LookUp(plane.passes.pass[pass].limit, codes, plane.n, limits);
+}
+
+// What a pass makes of row y; `from` has the rows of the pass before, and is not read by the first.
 template <int Fraction>
-void FilterRow(const LowPlane& plane, int pass, int y, const Lines<int32_t>& from, int16_t* codes, int16_t* limits,
+void FilterRow(const LowPlane& plane, int pass, int y, const Lines<int32_t>& from, const int16_t* limits,
                int32_t* out) {
     const int w = plane.n;
     const int s = plane.passes.pass[pass].spacing;
     const Lines<int16_t>& before = plane.codes;
     const bool inside = y >= s && y < plane.rows - s;
     if (inside) {
-        if (plane.color) {
-            ColorCodes(before[y], plane.panSum[y], w, codes);
-        } else {
-            PanCodes(before[y], w, codes);
-        }
-        LookUp(plane.passes.pass[pass].limit, codes + s, w - 2 * s, limits + s);
         if (pass == 0) {
             FirstSigmaRow<Fraction>(before[y - s], before[y], before[y + s], limits, s, w, out);
         } else {
@@ -221,7 +224,7 @@ void FilterRow(const LowPlane& plane, int pass, int y, const Lines<int32_t>& fro
     }
     // The ends, or the whole row, stay.
     const int kept = inside ? s : w;
-    for (int start = 0; start < w; start += w - kept > 0 ? w - kept : w) {
+    for (int start = 0; start<w; start += w - kept> 0 ? w - kept : w) {
         if (pass == 0) {
             WidenRow<Fraction>(before[y] + start, kept, out + start);
         } else {
@@ -230,21 +233,21 @@ void FilterRow(const LowPlane& plane, int pass, int y, const Lines<int32_t>& fro
     }
 }
 
-void MakeRow(const LowPlane& plane, int pass, int y, const Lines<int32_t>& from, int16_t* codes, int16_t* limits,
-             int32_t* out) {
+void MakeRow(const LowPlane& plane, int pass, int y, const Lines<int32_t>& from, const int16_t* limits, int32_t* out) {
     if (plane.color) {
-        FilterRow<kColorFraction>(plane, pass, y, from, codes, limits, out);
+        FilterRow<kColorFraction>(plane, pass, y, from, limits, out);
     } else {
-        FilterRow<kPanFraction>(plane, pass, y, from, codes, limits, out);
+        FilterRow<kPanFraction>(plane, pass, y, from, limits, out);
     }
 }
 
 constexpr int kMostRows = 8;   // of spacings after the first pass that rings are worth
 constexpr int kRingRows = 32;  // enough for a spacing of these
 
-int RingRows(int spacing) {
+// The power of two from `least` on.
+int RingRows(int least) {
     int rows = 1;
-    while (rows < 2 * spacing + 1) {
+    while (rows < least) {
         rows *= 2;
     }
     return rows;
@@ -275,16 +278,13 @@ void LowPlane::Clean(int pass, int y0, int y1, void* scratch) const {
     int16_t* codeLine = cutter.Line<int16_t>(n);
     int16_t* limitLine = cutter.Line<int16_t>(n);
     for (int y = y0; y < y1; ++y) {
-        MakeRow(*this, pass, y, work[1 - (pass & 1)], codeLine, limitLine, work[pass & 1][y]);
+        MakeLimits(*this, pass, y, codeLine, limitLine);
+        MakeRow(*this, pass, y, work[1 - (pass & 1)], limitLine, work[pass & 1][y]);
     }
 }
 
 CleanRows::CleanRows(const LowPlane& plane, int y0, int y1, LineCutter* cutter)
-    : plane_(plane),
-      y0_(y0),
-      y1_(y1),
-      codes_(cutter->Line<int16_t>(plane.n)),
-      limits_(cutter->Line<int16_t>(plane.n)) {
+    : plane_(plane), y0_(y0), y1_(y1), codes_(cutter->Line<int16_t>(plane.n)) {
     const SigmaPasses& passes = plane.passes;
     if (!plane.InRings()) {
         result_ = plane.work[(passes.count - 1) & 1];
@@ -293,7 +293,12 @@ CleanRows::CleanRows(const LowPlane& plane, int y0, int y1, LineCutter* cutter)
     for (int k = passes.count - 2; k >= 0; --k) {
         const int spacing = passes.pass[k + 1].spacing;
         ahead_[k] = ahead_[k + 1] + spacing;
-        rings_[k] = cutter->Ring<int32_t>(RingRows(spacing), plane.n);
+        rings_[k] = cutter->Ring<int32_t>(RingRows(2 * spacing + 1), plane.n);
+    }
+    for (int k = 0; k < passes.count; ++k) {
+        // Kept for the passes behind that may have the same.
+        limits_[k] =
+            passes.pass[k].limitsOfLast ? limits_[k - 1] : cutter->Ring<int16_t>(RingRows(ahead_[k] + 1), plane.n);
     }
     result_ = cutter->Ring<int32_t>(kKept, plane.n);
     rings_[std::max(0, passes.count - 1)] = result_;
@@ -301,7 +306,7 @@ CleanRows::CleanRows(const LowPlane& plane, int y0, int y1, LineCutter* cutter)
 
 void CleanRows::CutMost(int n, LineCutter* cutter) {
     cutter->Line<int16_t>(n);
-    cutter->Line<int16_t>(n);
+    cutter->Ring<int16_t>(3 * kRingRows, n);
     cutter->Ring<int32_t>(2 * kRingRows + kKept, n);
 }
 
@@ -314,9 +319,14 @@ void CleanRows::Step(int t) const {
     };
     for (int k = 0; k < plane_.passes.count; ++k) {
         const int y = t + ahead_[k];
-        if (wanted(y, ahead_[k])) {
-            MakeRow(plane_, k, y, rings_[std::max(0, k - 1)], codes_, limits_, rings_[k][y]);
+        if (!wanted(y, ahead_[k])) {
+            continue;
         }
+        int16_t* limits = limits_[k][y];
+        if (!plane_.passes.pass[k].limitsOfLast) {
+            MakeLimits(plane_, k, y, codes_, limits);
+        }
+        MakeRow(plane_, k, y, rings_[std::max(0, k - 1)], limits, rings_[k][y]);
     }
     if (plane_.passes.count == 0 && wanted(t, 0)) {
         if (plane_.color) {

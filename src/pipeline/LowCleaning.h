@@ -48,10 +48,11 @@ public:
 private:
     const LowPlane& plane_;
     int y0_, y1_;
-    int ahead_[3] = {};       // rows that a pass is ahead of the last one
+    int ahead_[3] = {};        // rows that a pass is ahead of the last one
     Lines<int32_t> rings_[3];  // by pass
     Lines<int32_t> result_;
-    int16_t *codes_, *limits_;
+    Lines<int16_t> limits_[3];  // by pass
+    int16_t* codes_;
 };
 
 }  // namespace orv

@@ -46,8 +46,8 @@ void ParallelPipeline::Run(const EngineFrame& frame, const ColourRowSink& sink) 
         color_.passes.count = 0;
     }
     const PanFrame mosaic = {frame.mosaic, W, H, frame.narrow, settings_, fullPan_, color_.codes, pan_.codes};
-    ForEachBandWithWorker(
-        H, workers, [&](int worker, int y0, int y1) { MakePanStrip(mosaic, y0, y1, lines_.Of(worker)); });
+    ForEachBandWithWorker(H, workers,
+                          [&](int worker, int y0, int y1) { MakePanStrip(mosaic, y0, y1, lines_.Of(worker)); });
     const auto wide = [](const LowPlane& plane) { return plane.InRings() ? 0 : plane.passes.count; };
     for (int pass = 0; pass < std::max(wide(color_), wide(pan_)); ++pass) {
         ForEachBandWithWorker(H / 2, workers, [&](int worker, int y0, int y1) {
@@ -56,8 +56,8 @@ void ParallelPipeline::Run(const EngineFrame& frame, const ColourRowSink& sink) 
         });
     }
     const ColourFrame clean = {W, H, settings_, &color_, &pan_, fullPan_};
-    ForEachBandWithWorker(
-        H, workers, [&](int worker, int y0, int y1) { MakeColourStrip(clean, y0, y1, lines_.Of(worker), sink); });
+    ForEachBandWithWorker(H, workers,
+                          [&](int worker, int y0, int y1) { MakeColourStrip(clean, y0, y1, lines_.Of(worker), sink); });
 }
 
 }  // namespace orv

@@ -4,8 +4,9 @@
 // and departs in more places, which stand where they happen: the vertical pair of the impulse filter, the fill of the
 // colour differences, pan cleaned by the colour noise line, sharpening in gamma codes that can only brighten.
 //
-// A frame passes in three steps. Strips of the mosaic become half-size planes (PanStrips); passes over these clean them
-// (LowCleaning); strips of them become finished rows (ColourStrips). A step's end is the only barrier.
+// A frame passes in two steps with a barrier between. Strips of the mosaic become half-size planes (PanStrips); strips
+// of these are cleaned of noise (LowCleaning) and become finished rows (ColourStrips). Only noise filters of wide
+// spacing run over whole planes in between.
 #ifndef ORV_PIPELINE_TRUESENSEKODAKLIKE_H
 #define ORV_PIPELINE_TRUESENSEKODAKLIKE_H
 
