@@ -187,6 +187,7 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void DetailRowOfBodyAvx2(const DetailRow& row,
     }
 }
 #endif
+
 ORV_ROW_FUNCTION_TUNED(MixRow,
                        (const float* red, const float* green, const float* blue, const float* matrix, int n,
                         int16_t* out),
@@ -328,6 +329,7 @@ private:
         std::copy(pan_[i], pan_[i] + n_, row);
         Double(row, lines_.doubledPan[i]);
     }
+    // Sets the samples beside the row.
     void Double(int32_t* row, int32_t* out) const {
         row[-1] = row[0];
         row[n_] = row[n_ - 1];
@@ -358,8 +360,7 @@ private:
     void DoubleColors(int i) const {
         const bool odd = (i & 1) != 0;
         int32_t* row = lines_.low;
-        std::copy(lines_.chroma[i], lines_.chroma[i] + n_, row);
-        Double(row, lines_.doubled[odd ? kRed : kBlue][i]);
+        Double(lines_.chroma[i], lines_.doubled[odd ? kRed : kBlue][i]);
         MeanRow(lines_.chroma[Above(i)], lines_.chroma[Below(i)], n_, row);
         Double(row, lines_.doubled[odd ? kBlue : kRed][i]);
         FillGreen(i, row);

@@ -78,6 +78,7 @@ ORV_ALWAYS_INLINE void FirstSigmaRowBody(const int16_t* up, const int16_t* mid, 
         out[x] = centre * (1 << Fraction) + MeanOf(sum * (1 << Fraction), count);
     }
 }
+
 // A later one.
 template <int Fraction>
 ORV_ALWAYS_INLINE void SigmaRowBody(const int32_t* up, const int32_t* mid, const int32_t* down,
@@ -97,6 +98,7 @@ ORV_ALWAYS_INLINE void SigmaRowBody(const int32_t* up, const int32_t* mid, const
         out[x] = centre + MeanOf(sum - (count - 1) * centre, count);
     }
 }
+
 #if defined(__x86_64__)
 // By hand for the sake of the mean, which the compiler takes from quotients of double: products with reciprocals give
 // the same and leave the divider alone. Rows are read and written in full vectors; what stands behind the last column
@@ -187,6 +189,7 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void SigmaRowBodyAvx2(const int32_t* up, const
     }
 }
 #endif
+
 ORV_ROW_TEMPLATE_TUNED((int Fraction), (Fraction), FirstSigmaRow,
                        (const int16_t* up, const int16_t* mid, const int16_t* down, const int16_t* limits, int s, int w,
                         int32_t* out),
@@ -207,6 +210,16 @@ void MakeLimits(const LowPlane& plane, int pass, int y, int16_t* codes, int16_t*
     LookUp(plane.passes.pass[pass].limit, codes, plane.n, limits);
 }
 
+// Columns [x0, x1) of row y as they are before a pass.
+template <int Fraction>
+void KeepColumns(const LowPlane& plane, int pass, int y, const Lines<int32_t>& from, int x0, int x1, int32_t* out) {
+    if (pass == 0) {
+        WidenRow<Fraction>(plane.codes[y] + x0, x1 - x0, out + x0);
+    } else {
+        std::copy(from[y] + x0, from[y] + x1, out + x0);
+    }
+}
+
 // What a pass makes of row y; `from` has the rows of the pass before, and is not read by the first.
 template <int Fraction>
 void FilterRow(const LowPlane& plane, int pass, int y, const Lines<int32_t>& from, const int16_t* limits,
@@ -214,23 +227,17 @@ void FilterRow(const LowPlane& plane, int pass, int y, const Lines<int32_t>& fro
     const int w = plane.n;
     const int s = plane.passes.pass[pass].spacing;
     const Lines<int16_t>& before = plane.codes;
-    const bool inside = y >= s && y < plane.rows - s;
-    if (inside) {
-        if (pass == 0) {
-            FirstSigmaRow<Fraction>(before[y - s], before[y], before[y + s], limits, s, w, out);
-        } else {
-            SigmaRow<Fraction>(from[y - s], from[y], from[y + s], before[y], limits, s, w, out);
-        }
+    if (y < s || y >= plane.rows - s) {
+        KeepColumns<Fraction>(plane, pass, y, from, 0, w, out);
+        return;
     }
-    // The ends, or the whole row, stay.
-    const int kept = inside ? s : w;
-    for (int start = 0; start<w; start += w - kept> 0 ? w - kept : w) {
-        if (pass == 0) {
-            WidenRow<Fraction>(before[y] + start, kept, out + start);
-        } else {
-            std::copy(from[y] + start, from[y] + start + kept, out + start);
-        }
+    if (pass == 0) {
+        FirstSigmaRow<Fraction>(before[y - s], before[y], before[y + s], limits, s, w, out);
+    } else {
+        SigmaRow<Fraction>(from[y - s], from[y], from[y + s], before[y], limits, s, w, out);
     }
+    KeepColumns<Fraction>(plane, pass, y, from, 0, s, out);
+    KeepColumns<Fraction>(plane, pass, y, from, w - s, w, out);
 }
 
 void MakeRow(const LowPlane& plane, int pass, int y, const Lines<int32_t>& from, const int16_t* limits, int32_t* out) {

@@ -34,7 +34,7 @@ size_t CleaningScratchBytes(int n);
 // The cleaned rows of a plane, 16.16, in order.
 class CleanRows {
 public:
-    // Results are wanted for rows from `y0` to `y1`, the last `Kept` of them at a time.
+    // Results are wanted for rows from `y0` to `y1`, the last kKept of them at a time.
     CleanRows(const LowPlane& plane, int y0, int y1, LineCutter* cutter);
     static constexpr int kKept = 4;
     static void CutMost(int n, LineCutter* cutter);
