@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-#include "component/Simd.h"
+#include "pipeline/Arithmetic.h"
 
 using orv::Elements;
 using orv::Fma;
@@ -14,34 +14,6 @@ using orv::TruncateFromAbove;
 using orv::TruncateToInt32;
 
 namespace {
-
-template <class T>
-ORV_ALWAYS_INLINE T Min(T a, T b) {
-    return a < b ? a : b;
-}
-template <class T>
-ORV_ALWAYS_INLINE T Max(T a, T b) {
-    return a > b ? a : b;
-}
-
-// Clips columns [s, w - s) of `mid`; the other rows stand s rows above and below.
-template <class T>
-ORV_ALWAYS_INLINE void ClipRowBody(const T* up, const T* mid, const T* down, int s, int w, T* out) {
-#pragma omp simd
-    for (int x = s; x < w - s; ++x) {
-        T low = Min(up[x - s], up[x]);
-        T high = Max(up[x - s], up[x]);
-        low = Min(low, Min(up[x + s], mid[x - s]));
-        high = Max(high, Max(up[x + s], mid[x - s]));
-        low = Min(low, Min(mid[x + s], down[x - s]));
-        high = Max(high, Max(mid[x + s], down[x - s]));
-        low = Min(low, Min(down[x], down[x + s]));
-        high = Max(high, Max(down[x], down[x + s]));
-        out[x] = Max(Min(high, mid[x]), low);
-    }
-}
-ORV_ROW_TEMPLATE((class T), (T), ClipRow, (const T* up, const T* mid, const T* down, int s, int w, T* out),
-                 (up, mid, down, s, w, out))
 
 template <class T>
 int ImpulseFilter(T* data, int w, int h, int spacing, LogText_t* log) {
@@ -55,7 +27,9 @@ int ImpulseFilter(T* data, int w, int h, int spacing, LogText_t* log) {
     for (int y = 0; y < h - spacing; ++y) {
         rows.Keep(y);
         if (y >= spacing) {
-            ClipRow<T>(rows.Kept(y - spacing), rows.Kept(y), rows.InPlane(y + spacing), spacing, w, rows.InPlane(y));
+            const T* up = rows.Kept(y - spacing);
+            const T* down = rows.InPlane(y + spacing);
+            orv::ClipRow<T>(up, up, rows.Kept(y), down, down, spacing, w, rows.InPlane(y));
         }
     }
     return 0;

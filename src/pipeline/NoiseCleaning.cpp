@@ -1,39 +1,19 @@
 // Noise cleaning: sigma filters under a model of the sensor's noise.
 #include <algorithm>
-#include <cmath>
 
-#include "component/Simd.h"
+#include "pipeline/Arithmetic.h"
 #include "pipeline/Scratch.h"
-#include "pipeline/Tables.h"
 
 using orv::Abs;
 using orv::Clamp;
 using orv::Elements;
-using orv::Fma;
+using orv::MeanOf;
+using orv::NoiseLine;
 using orv::RowHistory;
 using orv::ScratchFits;
 using orv::TakeScratch;
-using orv::TruncateToInt32;
 
 namespace {
-
-// Truncated after a half away from zero, limited to L12.
-int NearestL12(float v) { return Clamp(TruncateToInt32(static_cast<double>(v) + (v > 0.0F ? 0.5 : -0.5)), 0, 4095); }
-
-// For each gamma code the wider of the two gamma distances of one noise step around it.
-void BuildThresholdTable(float sigma, float gain, float slope, float intercept, uint16_t table[1024]) {
-    const auto scale = static_cast<double>(sigma * gain);
-    for (int code = 0; code < 1024; ++code) {
-        const float signal = static_cast<float>(Gamma10toLinear12[code]) / gain;
-        const float variance = Fma(signal, slope, intercept);
-        const auto deviation = static_cast<float>(std::sqrt(static_cast<double>(variance)) * scale);
-        const float noise = deviation > 1.0F ? deviation : 1.0F;  // also for the root of a negative variance
-        const int upper = Clamp(TruncateToInt32(static_cast<double>(noise + signal) + 0.5), 0, 4095);
-        const int lower = NearestL12(signal - noise);
-        table[code] =
-            static_cast<uint16_t>(std::max(Abs(code - Linear12toGamma10[lower]), Abs(Linear12toGamma10[upper] - code)));
-    }
-}
 
 // Columns [s, w - s) of one row; the other rows stand s rows above and below.
 ORV_ALWAYS_INLINE void SigmaRowBody(const int* up, const int* mid, const int* down, const int* reference,
@@ -51,18 +31,13 @@ ORV_ALWAYS_INLINE void SigmaRowBody(const int* up, const int* mid, const int* do
             sum += accepted ? n[k] - centre : 0;
             count += accepted ? 1 : 0;
         }
-        // The integer quotient: double holds both numbers, and no fraction of ninths rounds up to a whole.
-        out[x] = centre + static_cast<int32_t>(static_cast<double>(sum) / static_cast<double>(count));
+        out[x] = centre + MeanOf(sum, count);
     }
 }
 ORV_ROW_FUNCTION(SigmaRow,
                  (const int* up, const int* mid, const int* down, const int* reference, const uint16_t* thresholds,
                   int s, int w, int* out),
                  (up, mid, down, reference, thresholds, s, w, out))
-
-struct NoiseLine {
-    float slope, intercept;
-};
 
 // What a clean stage keeps in scratch.
 struct CleanScratch {
@@ -89,30 +64,16 @@ bool TakeCleanScratch(const char* label, const int* plane, int qw, int qh, Clean
 
 int Alg_CalculateNoiseParameter(float analogGain, float* ISOAnalogGain, float* slopes, float* intercepts, float* slope,
                                 float* intercept, LogText_t*) {
-    const float* x = ISOAnalogGain;
-    // Comparisons with not-a-number fail, which leads to the last row.
-    if (!(analogGain <= x[0]) && !(analogGain >= x[4])) {
-        for (int i = 1; i < 5; ++i) {
-            if (x[i] >= analogGain) {
-                const auto between = [&](const float* y) {
-                    return (y[i] - y[i - 1]) * (analogGain - x[i - 1]) / (x[i] - x[i - 1]) + y[i - 1];
-                };
-                *slope = between(slopes);
-                *intercept = between(intercepts);
-                return 0;
-            }
-        }
-    }
-    const int row = analogGain <= x[0] ? 0 : 4;
-    *slope = slopes[row];
-    *intercept = intercepts[row];
+    const NoiseLine line = orv::NoiseLineAt(analogGain, ISOAnalogGain, slopes, intercepts);
+    *slope = line.slope;
+    *intercept = line.intercept;
     return 0;
 }
 
 int Alg_ColorBuildGammaNoiseThreshold(short* lowGamma, int w, int h, float sigma, float globalGain, float slope,
                                       float intercept, unsigned short* thresholds, LogText_t*) {
     uint16_t table[1024];
-    BuildThresholdTable(sigma, globalGain, slope, intercept, table);
+    orv::BuildThresholdTable<double>(sigma, globalGain, {slope, intercept}, table);
     const ptrdiff_t n = Elements(w, h);
     for (ptrdiff_t p = 0; p < n; ++p) {
         thresholds[p] = table[lowGamma[p]];
@@ -123,7 +84,7 @@ int Alg_ColorBuildGammaNoiseThreshold(short* lowGamma, int w, int h, float sigma
 int Alg_PanBuildGammaNoiseThreshold(int* reflPan, int w, int h, float sigma, float globalGain, float slope,
                                     float intercept, unsigned short* thresholds, LogText_t*) {
     uint16_t table[1024];
-    BuildThresholdTable(sigma, globalGain, slope, intercept, table);
+    orv::BuildThresholdTable<double>(sigma, globalGain, {slope, intercept}, table);
     const ptrdiff_t n = Elements(w, h);
     for (ptrdiff_t p = 0; p < n; ++p) {
         thresholds[p] = table[Clamp(reflPan[p] / 65536, 0, 1023)];

@@ -1,15 +1,14 @@
 // The end of the pipeline: colour matrix, tones, sharpening.
 #include <algorithm>
-#include <cmath>
 
-#include "component/Simd.h"
+#include "pipeline/Arithmetic.h"
 #include "pipeline/Filters.h"
-#include "pipeline/Tables.h"
 
 using orv::Abs;
 using orv::Clamp;
 using orv::Elements;
 using orv::Fma;
+using orv::Mix;
 using orv::TruncateClamped;
 
 namespace {
@@ -20,11 +19,6 @@ constexpr int kChunk = 256;
 struct Matrix {
     float RR, RG, RB, GR, GG, GB, BR, BG, BB;
 };
-
-// One colour of the matrix product, green first.
-ORV_ALWAYS_INLINE int Mix(float r, float g, float b, float kr, float kg, float kb) {
-    return TruncateClamped(Fma(b, kb, Fma(r, kr, g * kg)), 0.0F, 4095.0F);
-}
 
 ORV_ALWAYS_INLINE float LinearOf(int pan, int diff, const int32_t* linearTable) {
     return static_cast<float>(linearTable[Clamp((pan + diff) / 65536, 0, 1023)]);
@@ -56,20 +50,8 @@ ORV_ROW_FUNCTION(CorrectRow,
                   const Matrix& matrix, const int32_t* linearTable, const unsigned char* tone, unsigned char* rgb),
                  (planeR, planeG, planeB, panUp, n, matrix, linearTable, tone, rgb))
 
-// Tables of the sharpener over an 8-bit tone, which is read as the gamma code of the same number.
-struct SharpenTables {
-    float threshold[256];     // edge response where sharpening starts; falls with brightness
-    float noiseRestore[256];  // share of the removed pan noise that is given back; grows with it
-
-    SharpenTables(float sharpenParam, float highLumaNoise, float lowLumaNoise) {
-        for (int i = 0; i < 256; ++i) {
-            const double s = std::sqrt(static_cast<double>(Gamma10toLinear12[i]));
-            threshold[i] = static_cast<float>((32.0 - s) * static_cast<double>(sharpenParam) * 0.03125);
-            noiseRestore[i] = static_cast<float>(
-                Fma(static_cast<double>(highLumaNoise - lowLumaNoise), s * 0.03125, static_cast<double>(lowLumaNoise)));
-        }
-    }
-};
+// Over an 8-bit tone, which is read as the gamma code of the same number.
+using SharpenTables = orv::SharpenTables<256>;
 
 // Takes the noisy and the cleaned pan to tones and loads the planes of the edge filters with the cleaned one.
 ORV_ALWAYS_INLINE void ToneRowBody(short* fullPan, int* panUp, int n, const int32_t* toneOfGamma, short* edgeA,
@@ -139,7 +121,8 @@ int Alg_ColorCorrection(int* planeR, int* planeG, int* planeB, int* panUp, int w
 
 int Alg_Sharpness(unsigned char* rgb, short* fullPan, int* panUp, int w, int h, float sharpenParam, float maxSharpen,
                   float highLumaNoise, float lowLumaNoise, short* toneTable, LogText_t* log) {
-    const SharpenTables tables(sharpenParam, highLumaNoise, lowLumaNoise);
+    SharpenTables tables;
+    tables.Fill(sharpenParam, highLumaNoise, lowLumaNoise);
     int32_t toneOfGamma[1024];
     for (int code = 0; code < 1024; ++code) {
         toneOfGamma[code] = toneTable[Gamma10toLinear12[code]];

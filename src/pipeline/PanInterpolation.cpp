@@ -1,9 +1,8 @@
 // Pan at the colour sites, and the colour differences of the 2 by 2 cells.
-#include "component/Simd.h"
+#include "pipeline/Arithmetic.h"
 #include "pipeline/Scratch.h"
-#include "pipeline/Tables.h"
 
-using orv::Abs;
+using orv::Activity;
 using orv::Clamp;
 using orv::Elements;
 using orv::TruncateClamped;
@@ -40,9 +39,8 @@ ORV_ALWAYS_INLINE void BlendRowBody(const WorkRow& work, const int32_t* gammaTab
     const short* lapB = work.plane[kLapB];
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
-        // The activities wrap at 16 bits.
-        const int a = static_cast<short>(Abs(lapB[x]) + 1 + 2 * Abs(gradA[x]));
-        const int b = static_cast<short>(Abs(lapA[x]) + 1 + 2 * Abs(gradB[x]));
+        const int a = Activity(lapB[x], gradA[x]);
+        const int b = Activity(lapA[x], gradB[x]);
         // Products and sum are exact, fused or not.
         const double sum = a * (predB[x] * 0.125) + (predA[x] * 0.125) * b;
         estimate[x] = static_cast<short>(TruncateClamped(sum / (a + b), 0.0, 4095.0));

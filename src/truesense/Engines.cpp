@@ -2,6 +2,7 @@
 
 #include "engines/TrueSenseToRgb.h"
 #include "pipeline/TrueSenseKodak.h"
+#include "pipeline/TrueSenseKodakLike.h"
 
 namespace orv {
 namespace {
@@ -9,6 +10,7 @@ namespace {
 constexpr TrueSenseEngines MakeEngines() {
     TrueSenseEngines engines = {};
     engines.Add<TrueSenseToRgb>(0);
+    engines.Add<TrueSenseKodakLike>(3);
     engines.Add<TrueSenseKodak>(4);
     return engines;
 }

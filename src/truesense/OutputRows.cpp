@@ -98,11 +98,18 @@ ORV_ALWAYS_INLINE void TonePixels(const uint16_t* const* in, const T* tones, ptr
     const uint16_t* first = in[0];
     const uint16_t* second = in[1];
     const uint16_t* third = in[2];
-    for (int x = 0; x < n; ++x) {
+    int x = 0;
+    for (; x < n - 3; x += 4, out += 4 * step) {
+        for (int k = 0; k < 4; ++k) {
+            out[k * step] = tones[first[x + k]];
+            out[k * step + 1] = tones[second[x + k]];
+            out[k * step + 2] = tones[third[x + k]];
+        }
+    }
+    for (; x < n; ++x, out += step) {
         out[0] = tones[first[x]];
         out[1] = tones[second[x]];
         out[2] = tones[third[x]];
-        out += step;
     }
 }
 

@@ -1,0 +1,139 @@
+// What the two forms of the pan-and-colour pipeline compute alike, the reference kernels and the parallel engine. Where
+// they differ in precision, the types that a function is called with tell.
+#ifndef ORV_PIPELINE_ARITHMETIC_H
+#define ORV_PIPELINE_ARITHMETIC_H
+
+#include <cmath>
+
+#include "component/Simd.h"
+#include "pipeline/Tables.h"
+
+namespace orv {
+
+template <class T>
+ORV_ALWAYS_INLINE T Min(T a, T b) {
+    return a < b ? a : b;
+}
+template <class T>
+ORV_ALWAYS_INLINE T Max(T a, T b) {
+    return a > b ? a : b;
+}
+
+// Table entries one by one: faster than gathered ones on processors that guard against data sampling.
+template <class T>
+inline void LookUp(const T* table, const int16_t* places, int n, T* entries) {
+    int x = 0;
+    for (; x < n - 3; x += 4) {
+        const T four[4] = {table[places[x]], table[places[x + 1]], table[places[x + 2]], table[places[x + 3]]};
+        entries[x] = four[0];
+        entries[x + 1] = four[1];
+        entries[x + 2] = four[2];
+        entries[x + 3] = four[3];
+    }
+    for (; x < n; ++x) {
+        entries[x] = table[places[x]];
+    }
+}
+
+// Clips columns [s, w - s) of `mid` into the range of eight neighbours: two s columns away on the row itself, three
+// each on rows above and below, of which those straight above and below come from the `near` rows.
+template <class T>
+ORV_ALWAYS_INLINE void ClipRowBody(const T* up, const T* nearUp, const T* mid, const T* nearDown, const T* down, int s,
+                                   int w, T* out) {
+#pragma omp simd
+    for (int x = s; x < w - s; ++x) {
+        T low = Min(up[x - s], nearUp[x]);
+        T high = Max(up[x - s], nearUp[x]);
+        low = Min(low, Min(up[x + s], mid[x - s]));
+        high = Max(high, Max(up[x + s], mid[x - s]));
+        low = Min(low, Min(mid[x + s], down[x - s]));
+        high = Max(high, Max(mid[x + s], down[x - s]));
+        low = Min(low, Min(nearDown[x], down[x + s]));
+        high = Max(high, Max(nearDown[x], down[x + s]));
+        out[x] = Max(Min(high, mid[x]), low);
+    }
+}
+ORV_ROW_TEMPLATE((class T), (T), ClipRow,
+                 (const T* up, const T* nearUp, const T* mid, const T* nearDown, const T* down, int s, int w, T* out),
+                 (up, nearUp, mid, nearDown, down, s, w, out))
+
+// How much pan changes along one direction: from a Laplacian and a gradient, wrapped at 16 bits.
+ORV_ALWAYS_INLINE int16_t Activity(int laplacian, int gradient) {
+    return static_cast<int16_t>(Abs(laplacian) + 1 + 2 * Abs(gradient));
+}
+
+// sum / count in integers, for a count of 1 to 9: double holds both numbers, and no fraction of ninths rounds up to a
+// whole.
+ORV_ALWAYS_INLINE int32_t MeanOf(int32_t sum, int32_t count) {
+    return static_cast<int32_t>(static_cast<double>(sum) / static_cast<double>(count));
+}
+
+// One colour of the matrix product, green first.
+ORV_ALWAYS_INLINE int Mix(float r, float g, float b, float kr, float kg, float kb) {
+    return TruncateClamped(Fma(b, kb, Fma(r, kr, g * kg)), 0.0F, 4095.0F);
+}
+
+// The noise variance of a linear signal: slope * signal + intercept.
+struct NoiseLine {
+    float slope, intercept;
+};
+
+// The line at an analog gain from lines at five gains, ascending: linear between them, the end lines beyond. The line
+// is computed in the precision of the gains.
+template <class Real>
+NoiseLine NoiseLineAt(Real gain, const Real* gains, const Real* slopes, const Real* intercepts) {
+    // Comparisons with not-a-number fail, which leads to the last line.
+    if (!(gain <= gains[0]) && !(gain >= gains[4])) {
+        for (int i = 1; i < 5; ++i) {
+            if (gains[i] >= gain) {
+                const auto between = [&](const Real* y) {
+                    return static_cast<float>((y[i] - y[i - 1]) * (gain - gains[i - 1]) / (gains[i] - gains[i - 1]) +
+                                              y[i - 1]);
+                };
+                return {between(slopes), between(intercepts)};
+            }
+        }
+    }
+    const int end = gain <= gains[0] ? 0 : 4;
+    return {static_cast<float>(slopes[end]), static_cast<float>(intercepts[end])};
+}
+
+// For each gamma code the wider of the two gamma distances of one noise step around it. `gain` is the one that the
+// signal already has. Real is the precision in which the ends of the step are rounded to whole values.
+template <class Real>
+void BuildThresholdTable(float sigma, float gain, NoiseLine line, uint16_t* table) {
+    const auto scale = static_cast<double>(sigma * gain);
+    const auto half = static_cast<Real>(0.5);
+    for (int code = 0; code < 1024; ++code) {
+        const float signal = static_cast<float>(Gamma10toLinear12[code]) / gain;
+        const float variance = Fma(signal, line.slope, line.intercept);
+        const auto deviation = static_cast<float>(std::sqrt(static_cast<double>(variance)) * scale);
+        const float noise = deviation > 1.0F ? deviation : 1.0F;  // also for the root of a negative variance
+        const float below = signal - noise;
+        const int upper = Clamp(TruncateToInt32(static_cast<Real>(noise + signal) + half), 0, 4095);
+        const int lower = Clamp(TruncateToInt32(static_cast<Real>(below) + (below > 0.0F ? half : -half)), 0, 4095);
+        table[code] =
+            static_cast<uint16_t>(Max(Abs(code - Linear12toGamma10[lower]), Abs(Linear12toGamma10[upper] - code)));
+    }
+}
+
+// Tables of the sharpener over the first Codes gamma codes. Real is the precision of the parameters.
+template <int Codes>
+struct SharpenTables {
+    float threshold[Codes];     // edge response where sharpening starts; falls with brightness
+    float noiseRestore[Codes];  // share of the removed pan noise that is given back; grows with it
+
+    template <class Real>
+    void Fill(Real sharpenParam, Real highLumaNoise, Real lowLumaNoise) {
+        for (int i = 0; i < Codes; ++i) {
+            const double s = std::sqrt(static_cast<double>(Gamma10toLinear12[i]));
+            threshold[i] = static_cast<float>((32.0 - s) * static_cast<double>(sharpenParam) * 0.03125);
+            noiseRestore[i] = static_cast<float>(
+                Fma(static_cast<double>(highLumaNoise - lowLumaNoise), s * 0.03125, static_cast<double>(lowLumaNoise)));
+        }
+    }
+};
+
+}  // namespace orv
+
+#endif
