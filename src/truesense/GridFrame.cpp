@@ -17,21 +17,23 @@ int SaturatingAdd(int a, int b) {
     return static_cast<int>(std::min<int64_t>(sum, std::numeric_limits<int>::max() - 3));
 }
 
-// One row, forward or backward in the source; adds the bits of its samples to `used`.
+// One row, forward or backward in the source; adds the bits of its samples to `used`. A shift to the left multiplies,
+// which compilers keep within 16 bits: `by` is the factor then, else the number of bits to the right.
 template <class T, bool Left>
-ORV_ALWAYS_INLINE void ShiftRowBody(const T* src, ptrdiff_t step, int shift, int n, int16_t* dst, uint16_t* used) {
+ORV_ALWAYS_INLINE void ShiftRowBody(const T* src, ptrdiff_t step, int by, int n, int16_t* dst, uint16_t* used) {
     uint16_t bits = 0;
+    const uint16_t factor = static_cast<uint16_t>(by);
     if (step == 1) {
 #pragma omp simd reduction(| : bits)
         for (int x = 0; x < n; ++x) {
-            const uint16_t v = static_cast<uint16_t>(Left ? src[x] << shift : src[x] >> shift);
+            const uint16_t v = static_cast<uint16_t>(Left ? src[x] * factor : src[x] >> by);
             dst[x] = static_cast<int16_t>(v);
             bits = static_cast<uint16_t>(bits | v);
         }
     } else {
         for (int x = 0; x < n; ++x) {
             const T sample = src[x * step];
-            const uint16_t v = static_cast<uint16_t>(Left ? sample << shift : sample >> shift);
+            const uint16_t v = static_cast<uint16_t>(Left ? sample * factor : sample >> by);
             dst[x] = static_cast<int16_t>(v);
             bits = static_cast<uint16_t>(bits | v);
         }
@@ -39,8 +41,8 @@ ORV_ALWAYS_INLINE void ShiftRowBody(const T* src, ptrdiff_t step, int shift, int
     *used = static_cast<uint16_t>(*used | bits);
 }
 ORV_ROW_TEMPLATE((class T, bool Left), (T, Left), ShiftRow,
-                 (const T* src, ptrdiff_t step, int shift, int n, int16_t* dst, uint16_t* used),
-                 (src, step, shift, n, dst, used))
+                 (const T* src, ptrdiff_t step, int by, int n, int16_t* dst, uint16_t* used),
+                 (src, step, by, n, dst, used))
 
 void CopyRow(int16_t* plane, int planeStep, const GridGeometry& g, int to, int from) {
     int16_t* target = plane + static_cast<ptrdiff_t>(to) * planeStep + g.gridX;
@@ -103,7 +105,7 @@ uint32_t ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridG
             const T* from = src + walk.rowStart + y * walk.rowStep + walk.columnStart;
             int16_t* to = row(g.gridY + y) + g.gridX;
             if (shift >= 0) {
-                ShiftRow<T, true>(from, walk.columnStep, shift, g.w, to, &bits);
+                ShiftRow<T, true>(from, walk.columnStep, 1 << shift, g.w, to, &bits);
             } else {
                 ShiftRow<T, false>(from, walk.columnStep, -shift, g.w, to, &bits);
             }

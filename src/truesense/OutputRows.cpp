@@ -142,6 +142,14 @@ bool IsIdentity(const double (&matrix)[9]) {
 
 template <class T>
 void OutputRows<T>::Write(int y, const int16_t* red, const int16_t* green, const int16_t* blue, int n) const {
+    T* out = dst + walk.rowStart + y * walk.rowStep + walk.columnStart;
+    if (bounded) {
+        const uint16_t* const planes[3] = {reinterpret_cast<const uint16_t*>(bgr ? blue : red),
+                                           reinterpret_cast<const uint16_t*>(green),
+                                           reinterpret_cast<const uint16_t*>(bgr ? red : blue)};
+        StoreRow(planes, table->entries, walk.columnStep, n, out);
+        return;
+    }
     // Runs short enough for their values to stay in the first-level cache.
     constexpr int kRun = 512;
     alignas(64) uint16_t values[3][kRun];
@@ -149,7 +157,6 @@ void OutputRows<T>::Write(int y, const int16_t* red, const int16_t* green, const
     uint16_t* const third = values[bgr ? 0 : 2];
     uint16_t* const results[3] = {first, values[1], third};
     const uint16_t* const stored[3] = {values[0], values[1], values[2]};
-    T* out = dst + walk.rowStart + y * walk.rowStep + walk.columnStart;
     for (int x = 0; x < n; x += kRun, out += kRun * walk.columnStep) {
         const int count = n - x < kRun ? n - x : kRun;
         if (matrix == nullptr) {
