@@ -53,7 +53,7 @@ struct Gain {
     }
 };
 
-// `even` and `odd` are the gains of even and odd lanes.
+// `even` and `odd` are the gains of even and odd lanes; up to seven lanes behind the row may change, too.
 template <class Lane>
 ORV_ALWAYS_INLINE void GainRowBody(Gain even, Gain odd, int n, Lane* row) {
     for (int i = 0; i < n; i += 2) {
@@ -63,7 +63,36 @@ ORV_ALWAYS_INLINE void GainRowBody(Gain even, Gain odd, int n, Lane* row) {
             TruncateClamped(Fma(odd.gain, static_cast<double>(row[i + 1]), odd.half), odd.low, odd.high));
     }
 }
-ORV_ROW_TEMPLATE((class Lane), (Lane), GainRow, (Gain even, Gain odd, int n, Lane* row), (even, odd, n, row))
+
+#if defined(__x86_64__)
+// By hand, as the compiler keeps comparisons apart from selections.
+
+// Four lanes; of bounds only the upper one.
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m128i GainFour(const int16_t* from, __m256d gain, __m256d half, __m256d high) {
+    const __m128i lanes = _mm_cvtepi16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from)));
+    // As the second operand not-a-number passes.
+    return _mm256_cvttpd_epi32(_mm256_min_pd(high, _mm256_fmadd_pd(gain, _mm256_cvtepi32_pd(lanes), half)));
+}
+
+template <class Lane>
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void GainRowBodyAvx2(Gain even, Gain odd, int n, Lane* row) {
+    if constexpr (sizeof(Lane) == 2) {
+        const __m256d gain = _mm256_setr_pd(even.gain, odd.gain, even.gain, odd.gain);
+        const __m256d half = _mm256_setr_pd(even.half, odd.half, even.half, odd.half);
+        const __m256d high = _mm256_set1_pd(4095.0);
+        for (int i = 0; i < n; i += 8) {
+            // Samples of 16-bit lanes are never below 0 where a gain leaves them, so that the packing sets the lower
+            // bound for all; not-a-number and numbers out of range come to it as the least int32.
+            const __m128i results =
+                _mm_packus_epi32(GainFour(row + i, gain, half, high), GainFour(row + i + 4, gain, half, high));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(row + i), results);
+        }
+    } else {
+        GainRowBody<Lane>(even, odd, n, row);
+    }
+}
+#endif
+ORV_ROW_TEMPLATE_TUNED((class Lane), (Lane), GainRow, (Gain even, Gain odd, int n, Lane* row), (even, odd, n, row))
 
 // Sites of two rows of blocks, as lanes.
 template <class Lane>
@@ -240,12 +269,13 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i CorrectSixteen(const Sixteen& s, const
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void CorrectLanes(ColourLanes<int16_t> in, const __m256* m, int i,
                                                     int16_t* const* out) {
     const Sixteen even = LoadSums(in, 0, i);
+    const __m256i first[kChannels] = {CorrectSixteen(even, m), CorrectSixteen(even, m + 3),
+                                      CorrectSixteen(even, m + 6)};
     const Sixteen odd = LoadSums(in, 1, i);
     for (int k = 0; k < kChannels; ++k) {
-        const __m256i first = CorrectSixteen(even, m + 3 * k);
         const __m256i second = CorrectSixteen(odd, m + 3 * k);
-        const __m256i low = _mm256_unpacklo_epi16(first, second);
-        const __m256i high = _mm256_unpackhi_epi16(first, second);
+        const __m256i low = _mm256_unpacklo_epi16(first[k], second);
+        const __m256i high = _mm256_unpackhi_epi16(first[k], second);
         __m256i* to = reinterpret_cast<__m256i*>(out[k] + 2 * i);
         _mm256_storeu_si256(to, _mm256_permute2x128_si256(low, high, 0x20));
         _mm256_storeu_si256(to + 1, _mm256_permute2x128_si256(low, high, 0x31));
