@@ -88,8 +88,9 @@ struct tagTrueSenseParam {
 //
 // Parameters: `TrueSenseAlgType`, `NoRealloc` (0 or 1, without effect), then the fields of tagTrueSenseParam from
 // `threads_num` to `lowLumaNoise`. `TrueSenseAlgType` chooses the engine: 0 fast integer reconstruction (the default),
-// 1 white balance, pan and colour differences of 2 by 2 blocks, 4 the reference pipeline with noise model, cleaning and sharpening, in 8 bits and mostly on one thread. Other numbers
-// have no engine in this version and fail every conversion.
+// 1 white balance, pan and colour differences of 2 by 2 blocks, 4 the reference pipeline with noise model, cleaning and
+// sharpening, in 8 bits and mostly on one thread. Other numbers have no engine in this version and fail every
+// conversion.
 //
 // Source: one of the 64 TrueSense words (OrvPixelTrueSense). Destination: from 8-bit sources the four 8-bit
 // words; from deeper ones the 8-bit words and all eight 16-bit words. The fourth channel of RGBA and BGRA
