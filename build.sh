@@ -6,6 +6,7 @@
 #     ./build.sh sanitize   the tests under the address and undefined-behaviour sanitizers
 #     ./build.sh lint       clang-format and clang-tidy
 #     ./build.sh bench      the table of speeds relative to OpenCV's bilinear conversion
+#     ./build.sh count      instructions per pixel of every engine, against the recorded ones
 #
 # ORV_TEST_VECTORS names a folder of frames with expected results; the tests that want them skip without.
 set -euo pipefail
@@ -63,8 +64,13 @@ bench)
     build release
     build/release/bench/orv_bench_table "${@:2}"
     ;;
+count)
+    need $library $tool $tests valgrind
+    build ci
+    bench/instructions.sh build/ci "${@:2}"
+    ;;
 *)
-    sed -n '2,10s/^# \{0,1\}//p' "$0"
+    sed -n '2,11s/^# \{0,1\}//p' "$0"
     exit 1
     ;;
 esac

@@ -186,30 +186,37 @@ cv::Mat Render(const ColourFrame& frame, const View& view, int bits) {
     return picture;
 }
 
-cv::Mat MakeSheet(const std::vector<SheetColumn>& columns, cv::Rect crop) {
+cv::Mat MakeSheet(const std::vector<std::vector<SheetColumn>>& rows, cv::Rect crop) {
     constexpr int kLabel = 28;
     constexpr int kGap = 8;
     constexpr int kWidth = 480;
-    const cv::Size size = columns.front().picture.size();
+    const cv::Size size = rows.front().front().picture.size();
     crop &= cv::Rect(cv::Point(), size);
     const auto scaledHeight = [](const cv::Size& from) {
         return std::max(1, static_cast<int>(std::lround(static_cast<double>(kWidth) * from.height / from.width)));
     };
     const int height = scaledHeight(size);
     const int cropHeight = scaledHeight(crop.size());
-    const int count = static_cast<int>(columns.size());
-    cv::Mat sheet(kLabel + height + kGap + cropHeight, count * kWidth + (count - 1) * kGap, CV_8UC3,
+    const int rowHeight = kLabel + height + kGap + cropHeight;
+    size_t widest = 0;
+    for (const std::vector<SheetColumn>& row : rows) {
+        widest = std::max(widest, row.size());
+    }
+    cv::Mat sheet(static_cast<int>(rows.size()) * rowHeight, static_cast<int>(widest) * (kWidth + kGap) - kGap, CV_8UC3,
                   cv::Scalar::all(40));
-    for (int i = 0; i < count; ++i) {
-        const SheetColumn& column = columns[static_cast<size_t>(i)];
-        const int x = i * (kWidth + kGap);
-        cv::putText(sheet, column.label, {x + 4, kLabel - 9}, cv::FONT_HERSHEY_SIMPLEX, 0.5, cv::Scalar::all(255), 1,
-                    cv::LINE_AA);
-        cv::Mat reduced = sheet(cv::Rect(x, kLabel, kWidth, height));
-        cv::resize(column.picture, reduced, reduced.size(), 0, 0,
-                   size.width > kWidth ? cv::INTER_AREA : cv::INTER_NEAREST);
-        cv::Mat enlarged = sheet(cv::Rect(x, kLabel + height + kGap, kWidth, cropHeight));
-        cv::resize(column.picture(crop), enlarged, enlarged.size(), 0, 0, cv::INTER_NEAREST);
+    for (size_t r = 0; r < rows.size(); ++r) {
+        for (size_t i = 0; i < rows[r].size(); ++i) {
+            const SheetColumn& column = rows[r][i];
+            const int x = static_cast<int>(i) * (kWidth + kGap);
+            const int y = static_cast<int>(r) * rowHeight;
+            cv::putText(sheet, column.label, {x + 4, y + kLabel - 9}, cv::FONT_HERSHEY_SIMPLEX, 0.5,
+                        cv::Scalar::all(255), 1, cv::LINE_AA);
+            cv::Mat reduced = sheet(cv::Rect(x, y + kLabel, kWidth, height));
+            cv::resize(column.picture, reduced, reduced.size(), 0, 0,
+                       size.width > kWidth ? cv::INTER_AREA : cv::INTER_NEAREST);
+            cv::Mat enlarged = sheet(cv::Rect(x, y + kLabel + height + kGap, kWidth, cropHeight));
+            cv::resize(column.picture(crop), enlarged, enlarged.size(), 0, 0, cv::INTER_NEAREST);
+        }
     }
     return sheet;
 }

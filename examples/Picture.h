@@ -62,8 +62,8 @@ struct SheetColumn {
     cv::Mat picture;  // CV_8UC3; all columns have one size
 };
 
-// Columns side by side: label, reduced picture, enlarged `crop`.
-cv::Mat MakeSheet(const std::vector<SheetColumn>& columns, cv::Rect crop);
+// Rows of columns side by side, each with label, reduced picture and enlarged `crop`.
+cv::Mat MakeSheet(const std::vector<std::vector<SheetColumn>>& rows, cv::Rect crop);
 
 }  // namespace orvtool
 

@@ -307,8 +307,21 @@ cv::Rect ParseCrop(const std::string& text, const Frame& frame) {
     return crop;
 }
 
-// All algorithms that the library offers for the frame, in one picture.
-void WriteSheet(const Options& options, const Job& job, bool eightBits, Converter* converter) {
+// The truth of a simulated frame, as a conversion without error would give it.
+ColourFrame TruthFrame(const SceneImage& expected, const ColourFrame& like) {
+    ColourFrame truth;
+    truth.bits = like.bits;
+    cv::Mat rgb(expected.height, expected.width, CV_32FC3, const_cast<float*>(expected.rgb.data()));
+    cv::Mat bgr;
+    const int swapped[] = {0, 2, 1, 1, 2, 0};
+    bgr.create(rgb.size(), rgb.type());
+    cv::mixChannels(&rgb, 1, &bgr, 1, swapped, 3);
+    bgr.convertTo(truth.bgr, like.bgr.type());
+    return truth;
+}
+
+// All algorithms that the library offers for the frame: the truth where it is known, then a column for each.
+std::vector<SheetColumn> SheetRow(const Options& options, const Job& job, bool eightBits, Converter* converter) {
     const SourceWord& word = *job.frame->word;
     const View view = MakeView(options, word, job.truth.has_value(), true);
     std::vector<SheetColumn> columns;
@@ -328,16 +341,7 @@ void WriteSheet(const Options& options, const Job& job, bool eightBits, Converte
             std::printf("%s: %s\n", label.c_str(), psnr.c_str());
             label += ", " + psnr.substr(0, psnr.find(" ("));
             if (columns.empty()) {
-                ColourFrame truth;
-                truth.bits = frame.bits;
-                truth.bgr.create(frame.bgr.size(), frame.bgr.type());
-                cv::Mat rgb(expected.height, expected.width, CV_32FC3, const_cast<float*>(expected.rgb.data()));
-                cv::Mat channels[3];
-                cv::split(rgb, channels);
-                std::swap(channels[0], channels[2]);
-                cv::merge(channels, 3, rgb = cv::Mat());
-                rgb.convertTo(truth.bgr, frame.bgr.type());
-                columns.push_back({"truth", Render(truth, view, 8)});
+                columns.push_back({"truth", Render(TruthFrame(expected, frame), view, 8)});
             }
         }
         columns.push_back({label, Render(frame, view, 8)});
@@ -345,7 +349,29 @@ void WriteSheet(const Options& options, const Job& job, bool eightBits, Converte
     if (columns.empty()) {
         Fail("--sheet: the library refused the frame with every algorithm");
     }
-    WritePng(options.sheet, MakeSheet(columns, ParseCrop(options.crop, *job.frame)));
+    return columns;
+}
+
+// The other mosaic at the nearest depth, for a look at both families.
+const SourceWord& OtherFamily(const SourceWord& word) {
+    return ParseWord(word.trueSense ? "BayerRG" + std::to_string(word.bits)
+                                    : "TrueSense" + std::to_string(std::min(word.bits, 14)) + "g0");
+}
+
+// A frame with known truth is simulated for the other family too.
+void WriteSheet(const Options& options, const Job& job, bool eightBits, Converter* converter) {
+    const cv::Rect crop = ParseCrop(options.crop, *job.frame);
+    std::vector<std::vector<SheetColumn>> rows = {SheetRow(options, job, eightBits, converter)};
+    if (job.truth) {
+        Options plain = options;  // the settings are those of one family
+        plain.settings.clear();
+        plain.algorithm = 0;
+        const Job other = Simulate(plain, OtherFamily(*job.frame->word), job.name, *job.truth);
+        Converter otherConverter(other.frame->word->trueSense);
+        Configure(plain, other.frame->word->trueSense, true, &otherConverter);
+        rows.push_back(SheetRow(plain, other, eightBits, &otherConverter));
+    }
+    WritePng(options.sheet, MakeSheet(rows, crop));
 }
 
 void ListParameters(bool trueSense) {
@@ -491,7 +517,8 @@ int ParseAndRun(int argc, char** argv) {
         ->check(CLI::IsMember({"srgb", "none"}))
         ->capture_default_str();
     app.add_option("--sheet", options.sheet,
-                   "PNG with all algorithms of the family side by side, and an enlarged crop");
+                   "PNG with all algorithms side by side, and an enlarged crop; of both families for the scene and for "
+                   "colour pictures");
     app.add_option("--crop", options.crop, "X,Y,WxH of the crop of --sheet");
     try {
         app.parse(argc, argv);

@@ -147,6 +147,71 @@ ORV_API void OrvTrueSense_ReleaseData(OrvTrueSense* component);
 // defaults: the filters are on, and decimal constants are rounded to single precision. Returns 0.
 ORV_API uint32_t TrueSense_DefaultValues(tagTrueSenseParam* param);
 
+// Converts one frame without a component, by the settings of `param`: records as OrvTrueSense::ConvertImage, whose
+// status words are returned, and `algorithm` as `TrueSenseAlgType`. A null `param` stands for the engine's own
+// settings.
+//
+// `oneShot` false: the engine stays with its planes for the next frame of the same kind, until another algorithm is
+// used with frames of that kind or the process ends. True: an engine is built for the call, and no frame is kept.
+//
+// Not reentrant: one thread at a time per function below, and per function that TrueSenseToColor reaches; it
+// calls the one of the same widths, channels and order. Exceptions of OpenCV that an engine does not catch, and
+// std::bad_alloc, pass out.
+ORV_API uint32_t TrueSenseToColor(_OrvImage const* source, _OrvImage* destination, tagTrueSenseParam* param,
+                                  int algorithm, bool oneShot);
+
+// The same on bare buffers of the caller: the region `rect` of a frame of `size` at `src`, to `rect.width` by
+// `rect.height` pixels at `dst`; `rect` must lie in the frame. Strides are in bytes; a negative one makes rows run
+// forward by its magnitude and columns backward from the pointer. `bits` is 8, 10, 12, 14 or 16. `grid`, 0 to 15,
+// places the frame's first sample in the cell: its column is grid & 3, its row grid >> 2. C1C4R members leave the
+// fourth sample of a pixel as it is.
+//
+// Return 0; 0x80060007 for an algorithm or grid out of range, or `bits` outside that list; 0x80060008 for null pixels;
+// 0x80060009 when memory ran out or the region is empty or negative (a region of which only w or h is 0 may give 0);
+// 0x80060001 when the engine failed.
+
+// 8 bits. `normalizationEnable` of `param` is set to 0, whatever the result; algorithm 0 takes `bits` as 8.
+ORV_API uint32_t TrueSenseToRGB_8u_C1C3R(unsigned char const* src, _OrvRect rect, _OrvSize size, int srcStride,
+                                         int bits, unsigned char* dst, int dstStride, unsigned char grid,
+                                         tagTrueSenseParam* param, int algorithm, bool oneShot);
+ORV_API uint32_t TrueSenseToBGR_8u_C1C3R(unsigned char const* src, _OrvRect rect, _OrvSize size, int srcStride,
+                                         int bits, unsigned char* dst, int dstStride, unsigned char grid,
+                                         tagTrueSenseParam* param, int algorithm, bool oneShot);
+ORV_API uint32_t TrueSenseToRGB_8u_C1C4R(unsigned char const* src, _OrvRect rect, _OrvSize size, int srcStride,
+                                         int bits, unsigned char* dst, int dstStride, unsigned char grid,
+                                         tagTrueSenseParam* param, int algorithm, bool oneShot);
+ORV_API uint32_t TrueSenseToBGR_8u_C1C4R(unsigned char const* src, _OrvRect rect, _OrvSize size, int srcStride,
+                                         int bits, unsigned char* dst, int dstStride, unsigned char grid,
+                                         tagTrueSenseParam* param, int algorithm, bool oneShot);
+
+// 16-bit samples to 16-bit results.
+ORV_API uint32_t TrueSenseToRGB_16u_C1C3R(unsigned short const* src, _OrvRect rect, _OrvSize size, int srcStride,
+                                          int bits, unsigned short* dst, int dstStride, unsigned char grid,
+                                          tagTrueSenseParam* param, int algorithm, bool oneShot);
+ORV_API uint32_t TrueSenseToBGR_16u_C1C3R(unsigned short const* src, _OrvRect rect, _OrvSize size, int srcStride,
+                                          int bits, unsigned short* dst, int dstStride, unsigned char grid,
+                                          tagTrueSenseParam* param, int algorithm, bool oneShot);
+ORV_API uint32_t TrueSenseToRGB_16u_C1C4R(unsigned short const* src, _OrvRect rect, _OrvSize size, int srcStride,
+                                          int bits, unsigned short* dst, int dstStride, unsigned char grid,
+                                          tagTrueSenseParam* param, int algorithm, bool oneShot);
+ORV_API uint32_t TrueSenseToBGR_16u_C1C4R(unsigned short const* src, _OrvRect rect, _OrvSize size, int srcStride,
+                                          int bits, unsigned short* dst, int dstStride, unsigned char grid,
+                                          tagTrueSenseParam* param, int algorithm, bool oneShot);
+
+// 16-bit samples to 8-bit results. Algorithm 4 refuses `bits` 10 with 0x80060007.
+ORV_API uint32_t TrueSenseToRGB_16u8u_C1C3R(unsigned short const* src, _OrvRect rect, _OrvSize size, int srcStride,
+                                            int bits, unsigned char* dst, int dstStride, unsigned char grid,
+                                            tagTrueSenseParam* param, int algorithm, bool oneShot);
+ORV_API uint32_t TrueSenseToBGR_16u8u_C1C3R(unsigned short const* src, _OrvRect rect, _OrvSize size, int srcStride,
+                                            int bits, unsigned char* dst, int dstStride, unsigned char grid,
+                                            tagTrueSenseParam* param, int algorithm, bool oneShot);
+ORV_API uint32_t TrueSenseToRGB_16u8u_C1C4R(unsigned short const* src, _OrvRect rect, _OrvSize size, int srcStride,
+                                            int bits, unsigned char* dst, int dstStride, unsigned char grid,
+                                            tagTrueSenseParam* param, int algorithm, bool oneShot);
+ORV_API uint32_t TrueSenseToBGR_16u8u_C1C4R(unsigned short const* src, _OrvRect rect, _OrvSize size, int srcStride,
+                                            int bits, unsigned char* dst, int dstStride, unsigned char grid,
+                                            tagTrueSenseParam* param, int algorithm, bool oneShot);
+
 }  // extern "C"
 
 #endif

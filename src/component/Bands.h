@@ -4,7 +4,7 @@
 
 namespace orv {
 
-// Rows per band for `rows` rows and a team of `threads`: a multiple of 4, at least 4.
+// Rows per band for `rows` rows and a team of `threads`: a multiple of 4, at least 4; all of them for one thread.
 int BandRows(int rows, int threads);
 
 // The most bands of `rows` rows that run at a time at a team size of `threads`, or at the size in force for 0.
@@ -12,6 +12,11 @@ int MaxWorkers(int rows, int threads);
 
 // Fixes the band height for tests; 0 returns to the rule. Rounded up to a multiple of 4.
 void SetBandRows(int rows);
+
+// For tests, another order of the bands for every number above 0; 0 returns to the natural one.
+void SetBandOrder(int order);
+// The band that is run in place `place` of `bands`.
+int BandAt(int place, int bands);
 
 // The team size of the next parallel region, no more than there are bands.
 int TeamSize(int bands);
@@ -45,14 +50,15 @@ void ForEachBandWithWorker(int rows, int workers, const Fn& fn) {
     const int bands = (rows + step - 1) / step;
     const int team = TeamSize(bands < workers ? bands : workers);
     if (team <= 1) {
-        for (int y = 0; y < rows; y += step) {
+        for (int place = 0; place < bands; ++place) {
+            const int y = BandAt(place, bands) * step;
             fn(0, y, y + step < rows ? y + step : rows);
         }
         return;
     }
 #pragma omp parallel for num_threads(team) schedule(dynamic, 1)
-    for (int band = 0; band < bands; ++band) {
-        const int y = band * step;
+    for (int place = 0; place < bands; ++place) {
+        const int y = BandAt(place, bands) * step;
         fn(WorkerIndex(), y, y + step < rows ? y + step : rows);
     }
 }

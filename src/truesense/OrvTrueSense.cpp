@@ -9,38 +9,11 @@
 namespace {
 
 constexpr uint32_t kBadArgument = orv::StatusOf(orv::kFamilyTrueSense, orv::kCodeBadArgument);
-constexpr int kNoGridCode = 255;
-
-// How a destination word is to be written.
-struct Output {
-    bool known = false;
-    bool bytes = false;  // 8-bit samples
-    bool alpha = false;  // four channels
-    bool bgr = false;
-};
-
-Output OutputOf(uint32_t pixelType) {
-    switch (pixelType) {
-    case OrvPixelRGB8: return {true, true, false, false};
-    case OrvPixelBGR8: return {true, true, false, true};
-    case OrvPixelRGBA8: return {true, true, true, false};
-    case OrvPixelBGRA8: return {true, true, true, true};
-    case OrvPixelRGB10:
-    case OrvPixelRGB12:
-    case OrvPixelRGB14:
-    case OrvPixelRGB16: return {true, false, false, false};
-    case OrvPixelBGR10:
-    case OrvPixelBGR12:
-    case OrvPixelBGR14:
-    case OrvPixelBGR16: return {true, false, false, true};
-    default: return {};
-    }
-}
 
 // The grid code of a pair of records to convert; 255 for a null record or a source word that no table holds.
 int GridOf(_OrvImage const* source, _OrvImage const* destination) {
     if (source == nullptr || destination == nullptr) {
-        return kNoGridCode;
+        return orv::kNoTrueSenseGrid;
     }
     return PixelTypeToTruesenseGrid(source->pixelType);
 }
@@ -89,7 +62,7 @@ uint32_t OrvTrueSenseImp::Convert(const _OrvImage& source, const _OrvImage& dest
         engine.reset(wanted->make());
     }
 
-    const Output output = OutputOf(destination.pixelType);
+    const orv::OutputLayout output = orv::OutputLayoutOf(destination.pixelType);
     if (!output.known || (byteSource && !output.bytes)) {
         return kBadArgument;
     }
@@ -119,7 +92,7 @@ uint32_t OrvTrueSenseImp::Convert(const _OrvImage& source, const _OrvImage& dest
 
 uint32_t OrvTrueSenseImp::ConvertImage(_OrvImage const* source, _OrvImage* destination) {
     const int grid = GridOf(source, destination);
-    if (grid == kNoGridCode) {
+    if (grid == orv::kNoTrueSenseGrid) {
         return kBadArgument;
     }
     const unsigned char code = static_cast<unsigned char>(grid);
@@ -143,7 +116,7 @@ uint32_t OrvTrueSenseImp::AllocData(_OrvImage const* source, _OrvImage* destinat
     }
     ReleaseData();
     // A word of the right class that no table holds still frees the engine.
-    if (GridOf(source, destination) == kNoGridCode) {
+    if (GridOf(source, destination) == orv::kNoTrueSenseGrid) {
         return kBadArgument;
     }
     return orv::HasByteSamples(source->pixelType) ? Allocate<unsigned char>() : Allocate<unsigned short>();

@@ -96,6 +96,24 @@ constexpr TrueSenseField kTrueSenseFields[kTrueSenseFieldCount] = {
 #undef ORV_INTEGER
 #undef ORV_REAL
 
+OutputLayout OutputLayoutOf(uint32_t pixelType) {
+    switch (pixelType) {
+    case OrvPixelRGB8: return {true, true, false, false};
+    case OrvPixelBGR8: return {true, true, false, true};
+    case OrvPixelRGBA8: return {true, true, true, false};
+    case OrvPixelBGRA8: return {true, true, true, true};
+    case OrvPixelRGB10:
+    case OrvPixelRGB12:
+    case OrvPixelRGB14:
+    case OrvPixelRGB16: return {true, false, false, false};
+    case OrvPixelBGR10:
+    case OrvPixelBGR12:
+    case OrvPixelBGR14:
+    case OrvPixelBGR16: return {true, false, false, true};
+    default: return {};
+    }
+}
+
 }  // namespace orv
 
 uint32_t TrueSense_DefaultValues(tagTrueSenseParam* param) {
@@ -119,5 +137,5 @@ int PixelTypeToTruesenseGrid(unsigned long pixelType) {
             return static_cast<int>((position & 9) | ((position & 2) << 1) | ((position & 4) >> 1));
         }
     }
-    return 255;
+    return orv::kNoTrueSenseGrid;
 }

@@ -1,4 +1,4 @@
-// The settings of the TrueSense engines and the source words they come with.
+// The settings of the TrueSense engines and the words of their frames.
 #ifndef ORV_TRUESENSE_PARAMS_H
 #define ORV_TRUESENSE_PARAMS_H
 
@@ -25,6 +25,17 @@ constexpr int kTrueSenseFieldCount = 64;
 
 // The fields in the order of the record.
 extern const TrueSenseField kTrueSenseFields[kTrueSenseFieldCount];
+
+constexpr int kNoTrueSenseGrid = 255;  // of PixelTypeToTruesenseGrid
+
+// How pixels of a destination word are stored.
+struct OutputLayout {
+    bool known = false;  // false for a word that no frame can be converted to
+    bool bytes = false;  // 8-bit samples
+    bool alpha = false;  // four channels
+    bool bgr = false;
+};
+OutputLayout OutputLayoutOf(uint32_t pixelType);
 
 }  // namespace orv
 

@@ -17,6 +17,7 @@ TEST(Workers, CoverRowsOnceWithWorkersApart) {
                 for (const int workers : {1, 3, 100}) {
                     omp_set_num_threads(team);
                     orv::SetBandRows(bandRows);
+                    orv::SetBandOrder(team + rows * workers);
                     std::vector<std::atomic<int>> seen(static_cast<size_t>(rows));
                     std::vector<std::atomic<int>> busy(static_cast<size_t>(workers));
                     std::atomic<int> faults{0};
@@ -41,6 +42,7 @@ TEST(Workers, CoverRowsOnceWithWorkersApart) {
         }
     }
     orv::SetBandRows(0);
+    orv::SetBandOrder(0);
     omp_set_num_threads(threads);
 }
 

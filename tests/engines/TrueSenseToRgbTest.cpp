@@ -293,39 +293,6 @@ TEST(TrueSenseToRgb, GreyThroughMatrix) {
     }
 }
 
-// Neither threads nor bands nor the instruction set change a sample, at 12 bits and with stray bits.
-TEST(TrueSenseToRgb, SameForAnyTeamBandAndLevel) {
-    const LevelScope restore;
-    FastCall call;
-    call.bits = 12;
-    call.grid = 9;
-    call.rect = {3, 1, 333, 131};
-    for (const uint32_t top : {4095u, 65535u}) {
-        for (const bool identity : {false, true}) {
-            tagTrueSenseParam param = Defaults();
-            if (identity) {
-                SetMatrix(param, kIdentity);
-            }
-            Frame<unsigned short, unsigned short> f(call, 21, top);
-            const auto expected = f.Expected(param);
-            for (const int threads : {1, 2, 5}) {
-                for (const int bandRows : {4, 8, 1000}) {
-                    for (const orv::SimdLevel level : {orv::SimdLevel::Baseline, orv::BestSimdLevel()}) {
-                        orv::SetSimdLevel(level);
-                        orv::SetBandRows(bandRows);
-                        param.threads_num = threads;
-                        std::fill(f.result.begin(), f.result.end(), static_cast<unsigned short>(kGuard));
-                        TrueSenseToRgb<unsigned short> engine;
-                        ASSERT_EQ(0, Start(engine, f, &param));
-                        ASSERT_EQ(0, Finish(engine, f));
-                        ExpectSame(expected, f.result, f.call);
-                    }
-                }
-            }
-        }
-    }
-}
-
 TEST(TrueSenseToRgb, TeamSize) {
     const LevelScope restore;
     omp_set_num_threads(3);

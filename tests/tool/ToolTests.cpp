@@ -213,11 +213,12 @@ TEST_F(Tool, SeveralInputsGoToAFolderWithoutProgressInAPipe) {
     EXPECT_NE(clash.text.find("two inputs"), std::string::npos) << clash.text;
 }
 
-TEST_F(Tool, SheetHasAColumnPerAlgorithmAndTheTruth) {
+TEST_F(Tool, SheetHasBothFamiliesWithAColumnPerAlgorithmAndTheTruth) {
     const Result result = RunTool("--size 240x180 --crop 10,20,60x45 --sheet " + Path("s.png"));
     ASSERT_EQ(result.code, 0) << result.text;
     const cv::Mat sheet = cv::imread(Path("s.png"));
-    EXPECT_EQ(sheet.cols, 4 * 480 + 3 * 8);
+    EXPECT_EQ(sheet.cols, 6 * 480 + 5 * 8) << result.text;
+    EXPECT_EQ(sheet.rows, 2 * (28 + 360 + 8 + 360));
     EXPECT_EQ(Files(), (std::set<std::string>{"s.png"}));
 }
 
