@@ -150,13 +150,19 @@ std::vector<Case> AllCases() {
         long algorithm;
         const char* variant;
         Settings settings;
-    } variants[] = {{0, ", default matrix", {}}, {0, ", identity matrix", identity},      {1, "", {}}, {2, "", {}},
-                    {3, ", defaults", {}},       {3, ", impulse and sharpness", filters}, {4, "", {}}};
+    } variants[] = {{0, ", default matrix", {}},
+                    {0, ", identity matrix", identity},
+                    {1, "", {}},
+                    {2, ", default matrix", {}},
+                    {2, ", identity matrix", identity},
+                    {3, ", defaults", {}},
+                    {3, ", impulse and sharpness", filters},
+                    {4, "", {}}};
     for (const auto& variant : variants) {
         for (const int bits : {8, 12}) {
             Settings settings = variant.settings;
             settings.emplace_back("TrueSenseAlgType", variant.algorithm);
-            add({"TrueSense " + std::to_string(variant.algorithm) + variant.variant, bits, variant.algorithm == 2,
+            add({"TrueSense " + std::to_string(variant.algorithm) + variant.variant, bits, false,
                  [=](int w, int h, int threads) { return TrueSenseRun(w, h, threads, bits, settings); }});
         }
     }

@@ -211,15 +211,15 @@ private:
     int n_;  // lanes per row
     int h_;  // rows of the half-size mosaic
     const ColourRowSink& sink_;
-    LineRing<Lane, kPlaneRows> panSites_;     // pan samples of the mosaic
-    LineRing<Lane, kPlaneRows> colour_;       // colour samples of the mosaic
-    LineRing<Lane, kPlaneRows> pan_;          // pan at their sites
-    LineRing<Lane, kPlaneRows> diff_;         // pan - colour there
-    LineRing<Lane, kLowRows> low_;            // half-size mosaic of colour - pan
-    LineRing<Lane, kLowRows> lowDiff_[3];     // demosaiced: red, green, blue
-    Lane* alternate_;                         // 0, -1, 0, -1 ...
-    Lane* between_;                           // a row of one colour, doubled down
-    int16_t* rows_[3];                        // red, green, blue of a finished row
+    LineRing<Lane, kPlaneRows> panSites_;  // pan samples of the mosaic
+    LineRing<Lane, kPlaneRows> colour_;    // colour samples of the mosaic
+    LineRing<Lane, kPlaneRows> pan_;       // pan at their sites
+    LineRing<Lane, kPlaneRows> diff_;      // pan - colour there
+    LineRing<Lane, kLowRows> low_;         // half-size mosaic of colour - pan
+    LineRing<Lane, kLowRows> lowDiff_[3];  // demosaiced: red, green, blue
+    Lane* alternate_;                      // 0, -1, 0, -1 ...
+    Lane* between_;                        // a row of one colour, doubled down
+    int16_t* rows_[3];                     // red, green, blue of a finished row
 };
 
 }  // namespace

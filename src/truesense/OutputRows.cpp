@@ -62,7 +62,8 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256d LoadFour(const int32_t* from) {
 }
 
 template <class Value>
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void MatrixRowBodyAvx2(Planes<Value> in, const double* m, int n, uint16_t* const* out) {
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void MatrixRowBodyAvx2(Planes<Value> in, const double* m, int n,
+                                                         uint16_t* const* out) {
     __m256d factors[9];
     for (int i = 0; i < 9; ++i) {
         factors[i] = _mm256_set1_pd(m[i]);

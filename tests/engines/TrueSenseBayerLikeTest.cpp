@@ -4,6 +4,7 @@
 #include <omp.h>
 
 #include <algorithm>
+#include <numeric>
 #include <vector>
 
 #include "component/Bands.h"
@@ -103,9 +104,9 @@ TEST(TrueSenseBayerLike, GivenFrames) { orvtest::RunVectors<TrueSenseBayerLike>(
 TEST(TrueSenseBayerLike, StripsEqualOpenCv) {
     const Settings restore;
     Noise noise(6);
-    for (int i = 0; i < 300; ++i) {
-        const int W = static_cast<int>(8 + 4 * noise.Below(i < 200 ? 10 : 100));
-        const int H = static_cast<int>(8 + 4 * noise.Below(i < 200 ? 10 : 30));
+    for (int i = 0; i < 90; ++i) {
+        const int W = static_cast<int>(8 + 4 * noise.Below(i < 70 ? 10 : 100));
+        const int H = static_cast<int>(8 + 4 * noise.Below(i < 70 ? 10 : 30));
         const size_t count = static_cast<size_t>(W) * H;
         std::vector<int16_t> mosaic = NoiseSamples<int16_t>(noise.Next(), count, i % 3 == 0 ? 3 : 4095);
         if (i % 3 == 1) {  // the largest differences
@@ -121,24 +122,14 @@ TEST(TrueSenseBayerLike, StripsEqualOpenCv) {
     }
 }
 
-// With and without stray bits.
-TEST(TrueSenseBayerLike, SameForAnyTeamAndBand) {
+TEST(TrueSenseBayerLike, TeamSizeComesBack) {
     const Settings restore;
-    for (const uint32_t top : {4095U, 65535U}) {
-        Frame frame(133, 71, 8, top);
-        frame.grid = 9;
+    omp_set_num_threads(3);
+    for (const int height : {24, 4}) {  // strips, OpenCV
+        Frame frame(40, height, 8, 4095);
+        frame.param.threads_num = 2;
         ASSERT_EQ(frame.Convert(&frame.param), 0);
-        const std::vector<unsigned short> expected = frame.result;
-        for (const int threads : {1, 2, 5}) {
-            for (const int bandRows : {4, 12, 0}) {
-                orv::SetBandRows(bandRows);
-                omp_set_num_threads(3);
-                frame.param.threads_num = threads;
-                ASSERT_EQ(frame.Convert(&frame.param), 0);
-                EXPECT_EQ(frame.result, expected) << threads << " threads, " << bandRows << " rows";
-                EXPECT_EQ(omp_get_max_threads(), 3);
-            }
-        }
+        EXPECT_EQ(omp_get_max_threads(), 3);
     }
 }
 
@@ -178,21 +169,28 @@ TEST(TrueSenseBayerLike, MatrixAndRecord) {
     expect(false, identity);
 }
 
-// Stray bits: values wrap to signed 16 bits, and the sum of pan and difference passes them. Pan is -32768 everywhere,
-// red 32767: differences saturate to 32767, and the sums of red are -1, those of green -32768 - 32768.
-TEST(TrueSenseBayerLike, StraySumsKeepSeventeenBits) {
-    const int W = 16;
-    const int H = 16;
-    std::vector<int16_t> mosaic(static_cast<size_t>(W) * H, 0);
-    Noise noise(2);
-    bool passed = false;
-    for (int16_t& sample : mosaic) {
-        sample = noise.Below(2) == 0 ? int16_t{32767} : int16_t{-32768};
+// Stray bits: pan steps from -32768 to 32767 where all colours are 32767. The differences saturate to 32767 and drop to
+// 0 over a few columns, in which their sum with pan passes 16 bits; the matrix takes it whole.
+TEST(TrueSenseBayerLike, StraySumsPassSixteenBits) {
+    Frame frame(32, 8, 1, 0);
+    for (size_t i = 0; i < frame.source.size(); ++i) {
+        const size_t x = i % 32;
+        const bool pan = (x + i / 32) % 2 == 0;
+        frame.source[i] = pan && x < 16 ? 0x8000 : 0x7FFF;
     }
-    for (const int sum : Expected(mosaic, W, H)) {
-        passed = passed || sum > 32767 || sum < -32768;
+    frame.SetMatrix(1.0 / 16);
+    std::vector<int16_t> tones(4096);
+    std::iota(tones.begin(), tones.end(), static_cast<int16_t>(0));
+    frame.param.toneTable = tones.data();
+    ASSERT_EQ(frame.Convert(&frame.param), 0);
+    const unsigned short* red = frame.result.data() + 3 * 32 * 4;
+    EXPECT_EQ(red[3 * 4], 0);
+    EXPECT_EQ(red[3 * 28], 32767 / 16);
+    int greatest = 0;
+    for (int x = 0; x < 32; ++x) {
+        greatest = std::max<int>(greatest, red[3 * x]);
     }
-    EXPECT_TRUE(passed);
+    EXPECT_GT(greatest, 32768 / 16);
 }
 
 }  // namespace
