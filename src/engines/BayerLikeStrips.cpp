@@ -74,13 +74,13 @@ ORV_ALWAYS_INLINE void BetweenRowsBody(const Lane* near, const Lane* far, int n,
 }
 ORV_ROW_FUNCTION(BetweenRows, (const Lane* near, const Lane* far, int n, Lane* between), (near, far, n, between))
 
-// (3 * near + far) / 16, rounded half to even, in 16 bits: far - near has 16 bits, the quarter 15. The tie to be
-// rounded down is the one of an even result, 8 above a multiple of 32.
-ORV_ALWAYS_INLINE Lane Sixteenth(Lane near, Lane far) {
-    const Lane step = static_cast<Lane>(far - near);
-    const Lane quarter = static_cast<Lane>(near + 2 + (step >> 2));
-    const bool down = static_cast<Lane>((4 * near + step) & 31) == 8;
-    return static_cast<Lane>(static_cast<Lane>(down ? quarter - 1 : quarter) >> 2);
+// (4 * near + step) / 16 rounded half to even, where `step` goes to the far neighbour and has 16 bits, the quarter 15.
+// The tie to be rounded down is the one above an even result, 8 above a multiple of 32. `near4` and `near2` are
+// 4 * near, of which low bits count, and near + 2.
+ORV_ALWAYS_INLINE Lane Sixteenth(Lane near4, Lane near2, Lane step) {
+    const Lane quarter = static_cast<Lane>(near2 + static_cast<Lane>(step >> 2));
+    const Lane down = (static_cast<Lane>(near4 + step) & 31) == 8 ? static_cast<Lane>(-1) : static_cast<Lane>(0);
+    return static_cast<Lane>(static_cast<Lane>(quarter + down) >> 2);
 }
 
 // One colour of a finished row: `pan` plus the difference, doubled across. `between` has n + 2 lanes from -1 on.
@@ -88,8 +88,13 @@ ORV_ALWAYS_INLINE void ColourRowBody(const Lane* between, const Lane* evenPan, c
                                      int16_t* colour) {
 #pragma omp simd
     for (int i = 0; i < n; ++i) {
-        colour[2 * i] = static_cast<int16_t>(evenPan[i] + Sixteenth(between[i], between[i - 1]));
-        colour[2 * i + 1] = static_cast<int16_t>(oddPan[i] + Sixteenth(between[i], between[i + 1]));
+        const Lane near = between[i];
+        const Lane near4 = static_cast<Lane>(4 * near);
+        const Lane near2 = static_cast<Lane>(near + 2);
+        const Lane left = Sixteenth(near4, near2, static_cast<Lane>(between[i - 1] - near));
+        const Lane right = Sixteenth(near4, near2, static_cast<Lane>(between[i + 1] - near));
+        colour[2 * i] = static_cast<int16_t>(evenPan[i] + left);
+        colour[2 * i + 1] = static_cast<int16_t>(oddPan[i] + right);
     }
 }
 ORV_ROW_FUNCTION(ColourRow, (const Lane* between, const Lane* evenPan, const Lane* oddPan, int n, int16_t* colour),
