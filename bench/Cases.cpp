@@ -156,7 +156,8 @@ std::vector<Case> AllCases() {
                     {0, ", identity matrix", identity},
                     {1, ", defaults", {}},
                     {1, ", gains and impulse", gains},
-                    {2, "", {}},
+                    {2, ", default matrix", {}},
+                    {2, ", identity matrix", identity},
                     {3, ", defaults", {}},
                     {3, ", impulse and sharpness", filters},
                     {4, "", {}}};
@@ -164,7 +165,7 @@ std::vector<Case> AllCases() {
         for (const int bits : {8, 12}) {
             Settings settings = variant.settings;
             settings.emplace_back("TrueSenseAlgType", variant.algorithm);
-            add({"TrueSense " + std::to_string(variant.algorithm) + variant.variant, bits, variant.algorithm == 2,
+            add({"TrueSense " + std::to_string(variant.algorithm) + variant.variant, bits, false,
                  [=](int w, int h, int threads) { return TrueSenseRun(w, h, threads, bits, settings); }});
         }
     }

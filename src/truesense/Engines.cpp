@@ -1,5 +1,6 @@
 #include "truesense/Engines.h"
 
+#include "engines/TrueSenseBayerLike.h"
 #include "engines/TrueSenseSimple.h"
 #include "engines/TrueSenseToRgb.h"
 #include "pipeline/TrueSenseKodak.h"
@@ -11,6 +12,7 @@ constexpr TrueSenseEngines MakeEngines() {
     TrueSenseEngines engines = {};
     engines.Add<TrueSenseToRgb>(0);
     engines.Add<TrueSenseSimple>(1);
+    engines.Add<TrueSenseBayerLike>(2);
     engines.Add<TrueSenseKodak>(4);
     return engines;
 }

@@ -133,6 +133,7 @@ INSTANTIATE_TEST_SUITE_P(TrueSense, SceneQuality,
                                          Quality{"-w TrueSense12g4 -s normalizationEnable=1", 23},
                                          Quality{"-w TrueSense8g2 -a 1", 22.5},
                                          Quality{"-w TrueSense12g5 -a 1 -s impulseFilterEnable=1", 22.5},
+                                         Quality{"-w TrueSense8g3 -a 2", 19}, Quality{"-w TrueSense12g9 -a 2", 19},
                                          Quality{"-w TrueSense8g10 -a 4", 22}, Quality{"-w TrueSense12g5 -a 4", 22}));
 
 // A flat colour comes back from every position of the cell, but for the frame's corners.
