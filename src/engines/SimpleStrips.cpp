@@ -309,45 +309,50 @@ ORV_ROW_TEMPLATE_TUNED((class Lane), (Lane), CorrectRow,
 
 constexpr int kRadius = 2;  // of the impulse filter
 
-constexpr int kSiteRows = 16;  // a row of sites is last read 12 rows after it was made
-constexpr int kLowRows = 8;    // a row of blocks 5 rows
 // Samples from one finished row to the next.
 ptrdiff_t ColourStride(int W) { return (static_cast<ptrdiff_t>(W) + 63) / 32 * 32; }
 
-template <class Lane>
-using SiteRing = LineRing<Lane, kSiteRows>;
-template <class Lane>
-using LowRing = LineRing<Lane, kLowRows>;
-
-constexpr int kSiteRings = 3;
-constexpr int kLowRings = 14;
-constexpr int kFullRows = 2 * kChannels;
-constexpr int kScratchRows = kSiteRings * kSiteRows + kLowRings * kLowRows + 4 + kFullRows + 1;
-
-template <class Lane>
+// `Filters` is true where the impulse filter or a smoothing pass may run; both want longer rings.
+template <class Lane, bool Filters>
 class SimpleStrip {
+    // By how far back a row is last read. The first three are of sites, the others of blocks.
+    static constexpr int kPanSiteRows = Filters ? 16 : 8;
+    static constexpr int kColourRows = 4;
+    static constexpr int kPanRows = Filters ? 16 : 4;
+    static constexpr int kDiffRows = Filters ? 8 : 4;
+    static constexpr int kMeanRows = Filters ? 8 : 2;
+    static constexpr int kLowRows = Filters ? 4 : 1;
+    using DiffRing = LineRing<Lane, kDiffRows>;
+    using LowRing = LineRing<Lane, kLowRows>;
+
 public:
+    static constexpr int kScratchRows = kPanSiteRows + kColourRows + kPanRows + 2 * kDiffRows + kMeanRows +
+                                        (3 * kChannels + 2) * kLowRows + 2 * kChannels + 5;
+
     SimpleStrip(const int16_t* mosaic, int W, int H, const SimpleSettings& settings, void* scratch,
                 const ColourRowSink& sink)
         : mosaic_(mosaic), W_(W), H_(H), n_(W / 2), last_(n_ - 1), lowH_(H / 2), settings_(settings), sink_(sink) {
         stride_ = LaneStride(W);
         next_ = static_cast<Lane*>(scratch) + kLanePad;
-        for (SiteRing<Lane>* ring : {&panSites_, &colour_, &pan_}) {
-            *ring = {Take(kSiteRows), stride_};
+        Take(&panSites_);
+        Take(&colour_);
+        Take(&pan_);
+        Take(&lowColorDiff_);
+        Take(&filtered_);
+        Take(&lowPan_);
+        for (int channel = 0; channel < kChannels; ++channel) {
+            Take(&low_[channel]);
+            for (int column = 0; column < 2; ++column) {
+                Take(&smooth_[channel][column]);
+                full_[channel][column] = TakeRows(1);
+            }
         }
-        for (LowRing<Lane>* ring :
-             {&lowColorDiff_, &filtered_, &lowPan_, &low_[0], &low_[1], &low_[2], &smooth_[0][0], &smooth_[0][1],
-              &smooth_[1][0], &smooth_[1][1], &smooth_[2][0], &smooth_[2][1], &panSmooth_[0], &panSmooth_[1]}) {
-            *ring = {Take(kLowRows), stride_};
-        }
+        Take(&panSmooth_[0]);
+        Take(&panSmooth_[1]);
         for (Lane*& row : lowPanFull_) {
-            row = Take(1);
+            row = TakeRows(1);
         }
-        for (auto& channel : full_) {
-            channel[0] = Take(1);
-            channel[1] = Take(1);
-        }
-        alternate_ = Take(1);
+        alternate_ = TakeRows(1);
         int16_t* colours = reinterpret_cast<int16_t*>(next_ - kLanePad);
         for (int16_t*& row : rows_) {
             row = colours;
@@ -356,16 +361,18 @@ public:
         for (int i = 0; i <= n_; ++i) {
             alternate_[i] = static_cast<Lane>(-(i & 1));
         }
-        const bool unit = settings.panGain == 1.0;
-        unitPan_ = unit;
+        unitPan_ = settings.panGain == 1.0;
         unitColour_ = settings.redGain == 1.0 && settings.greenGain == 1.0 && settings.blueGain == 1.0;
+        impulseFilter_ = Filters && settings.impulseFilter;
+        panSmoothEnable_ = Filters && settings.panSmoothEnable;
+        colorSmoothEnable_ = Filters && settings.colorSmoothEnable;
     }
 
     void Run(int y0, int y1) {
         const int l0 = y0 / 2;
         const int l1 = y1 / 2;
-        const int filter = settings_.impulseFilter ? kRadius : 0;
-        const int smooth = settings_.panSmoothEnable || settings_.colorSmoothEnable ? 1 : 0;
+        const int filter = impulseFilter_ ? kRadius : 0;
+        const int smooth = panSmoothEnable_ || colorSmoothEnable_ ? 1 : 0;
         const auto within = [this, l0, l1](int l, int halo) {
             return l >= std::max(0, l0 - halo) && l < std::min(lowH_, l1 + halo);
         };
@@ -398,10 +405,14 @@ public:
     }
 
 private:
-    Lane* Take(int rows) {
+    Lane* TakeRows(int rows) {
         Lane* first = next_;
         next_ += rows * stride_;
         return first;
+    }
+    template <int Rows>
+    void Take(LineRing<Lane, Rows>* ring) {
+        *ring = {TakeRows(Rows), stride_};
     }
     bool Odd(int y) const { return (y & 1) != 0; }
     // The neighbour rows; the one on the other side where one is missing.
@@ -445,7 +456,7 @@ private:
     // The differences that the completion reads, with the missing neighbours beside the row.
     void CalculateImpulseFilter(int l) const {
         Lane* row = lowColorDiff_[l];
-        if (settings_.impulseFilter) {
+        if (impulseFilter_) {
             row = filtered_[l];
             std::copy(lowColorDiff_[l], lowColorDiff_[l] + n_, row);
             if (l >= kRadius && l < lowH_ - kRadius) {
@@ -458,10 +469,10 @@ private:
         row[n_] = row[last_ - 1];
     }
 
-    const LowRing<Lane>& Differences() const { return settings_.impulseFilter ? filtered_ : lowColorDiff_; }
+    const DiffRing& Differences() const { return impulseFilter_ ? filtered_ : lowColorDiff_; }
 
     void LowColorDiffUpSample(int l) const {
-        const LowRing<Lane>& diff = Differences();
+        const DiffRing& diff = Differences();
         const Lane* up = diff[Above(l)];
         const Lane* middle = diff[l];
         const Lane* down = diff[Below(l, lowH_)];
@@ -478,7 +489,7 @@ private:
             DifferenceRow<Lane, false>(up, middle, down, ownSites, n_, own, green, other);
             green[end] = Half(up[end], down[end]);
         }
-        if (settings_.colorSmoothEnable) {
+        if (colorSmoothEnable_) {
             for (int channel = 0; channel < kChannels; ++channel) {
                 SmoothRow(low_[channel][l], smooth_[channel][0][l], smooth_[channel][1][l]);
             }
@@ -491,7 +502,7 @@ private:
         low[n_] = low[last_];
         SmoothAcross<Lane>(low, n_, even, odd);
     }
-    void SmoothColumns(const LowRing<Lane>& across, int y, Lane* out) const {
+    void SmoothColumns(const LowRing& across, int y, Lane* out) const {
         const int l = y >> 1;
         SmoothAlong<Lane>(across[l], across[Odd(y) ? BelowOrOwn(l) : AboveOrOwn(l)], n_, out);
     }
@@ -500,7 +511,7 @@ private:
     void LowPanUpSample(int l) const {
         Replicate<Lane>(lowPan_[l], n_, lowPanFull_[0], lowPanFull_[1]);
         Replicate<Lane>(lowPan_[l], n_, lowPanFull_[2], lowPanFull_[3]);
-        if (settings_.panSmoothEnable) {
+        if (panSmoothEnable_) {
             for (const int row : {AboveOrOwn(l), l, BelowOrOwn(l)}) {
                 SmoothRow(lowPan_[row], panSmooth_[0][row], panSmooth_[1][row]);
             }
@@ -518,7 +529,7 @@ private:
             for (int column = 0; column < 2; ++column) {
                 const Lane*& diff = lanes.diff[channel][column];
                 diff = low_[channel][y >> 1];
-                if (settings_.colorSmoothEnable) {
+                if (colorSmoothEnable_) {
                     SmoothColumns(smooth_[channel][column], y, full_[channel][column]);
                     diff = full_[channel][column];
                 }
@@ -536,21 +547,22 @@ private:
     const SimpleSettings& settings_;
     const ColourRowSink& sink_;
     bool unitPan_, unitColour_;  // gains
+    bool impulseFilter_, panSmoothEnable_, colorSmoothEnable_;
     ptrdiff_t stride_;
     Lane* next_;
-    SiteRing<Lane> panSites_;             // pan samples of the mosaic
-    SiteRing<Lane> colour_;               // colour samples of the mosaic
-    SiteRing<Lane> pan_;                  // pan at colour sites
-    LowRing<Lane> lowColorDiff_;          // colour - pan of the blocks
-    LowRing<Lane> filtered_;              // the same without impulses
-    LowRing<Lane> lowPan_;                // mean pan of the blocks
-    LowRing<Lane> low_[kChannels];        // differences of red, green, blue
-    LowRing<Lane> smooth_[kChannels][2];  // the same smoothed along the row, even and odd columns
-    LowRing<Lane> panSmooth_[2];          // mean pan smoothed along the row, even and odd columns
-    Lane* lowPanFull_[4];                 // mean pan at full size: even and odd columns of the two rows of blocks
-    Lane* full_[kChannels][2];            // smoothed differences of a row, even and odd columns
-    Lane* alternate_;                     // 0, -1, 0, -1 ...
-    int16_t* rows_[kChannels];            // red, green, blue of a finished row
+    LineRing<Lane, kPanSiteRows> panSites_;  // pan samples of the mosaic
+    LineRing<Lane, kColourRows> colour_;     // colour samples of the mosaic
+    LineRing<Lane, kPanRows> pan_;           // pan at colour sites
+    DiffRing lowColorDiff_;                  // colour - pan of the blocks
+    DiffRing filtered_;                      // the same without impulses
+    LineRing<Lane, kMeanRows> lowPan_;       // mean pan of the blocks
+    LowRing low_[kChannels];                 // differences of red, green, blue
+    LowRing smooth_[kChannels][2];           // the same smoothed along the row, even and odd columns
+    LowRing panSmooth_[2];                   // mean pan smoothed along the row, even and odd columns
+    Lane* lowPanFull_[4];                    // mean pan at full size: even and odd columns of the two rows of blocks
+    Lane* full_[kChannels][2];               // smoothed differences of a row, even and odd columns
+    Lane* alternate_;                        // 0, -1, 0, -1 ...
+    int16_t* rows_[kChannels];               // red, green, blue of a finished row
 };
 
 // True when a gain brings every sample to 12 bits.
@@ -561,16 +573,19 @@ bool AllClamp(const SimpleSettings& settings) {
 }  // namespace
 
 size_t SimpleScratchBytes(int W) {
-    return static_cast<size_t>(LaneStride(W)) * kScratchRows * sizeof(int32_t) +
+    return static_cast<size_t>(LaneStride(W)) * SimpleStrip<int32_t, true>::kScratchRows * sizeof(int32_t) +
            static_cast<size_t>(ColourStride(W)) * kChannels * sizeof(int16_t);
 }
 
 void ReconstructSimpleStrip(const int16_t* mosaic, int W, int H, int y0, int y1, bool narrow,
                             const SimpleSettings& settings, void* scratch, const ColourRowSink& sink) {
-    if (narrow || AllClamp(settings)) {
-        SimpleStrip<int16_t>(mosaic, W, H, settings, scratch, sink).Run(y0, y1);
+    const bool filters = settings.impulseFilter || settings.panSmoothEnable || settings.colorSmoothEnable;
+    if (!narrow && !AllClamp(settings)) {
+        SimpleStrip<int32_t, true>(mosaic, W, H, settings, scratch, sink).Run(y0, y1);
+    } else if (filters) {
+        SimpleStrip<int16_t, true>(mosaic, W, H, settings, scratch, sink).Run(y0, y1);
     } else {
-        SimpleStrip<int32_t>(mosaic, W, H, settings, scratch, sink).Run(y0, y1);
+        SimpleStrip<int16_t, false>(mosaic, W, H, settings, scratch, sink).Run(y0, y1);
     }
 }
 
