@@ -9,9 +9,11 @@
 // Settings of the TrueSense engines. Inside a component every field but `toneTable` is the parameter of the
 // same name. On and off are 1 and 0. By algorithm number:
 //
-//     0, 2, 4  normalizationEnable, horMirrored, verMirrored, RR to BB, toneTable
-//     0, 2     threads_num
-//     4        the rest, but impulseFilterEnable and sharpnessEnable: it always runs both filters
+//     0, 1, 2, 4  normalizationEnable, horMirrored, verMirrored, RR to BB, toneTable
+//     0, 1, 2     threads_num
+//     1, 4        redGain, greenGain, blueGain, panGain
+//     1           impulseFilterEnable
+//     4           the rest, but sharpnessEnable: it always runs the impulse filter and the sharpening
 struct tagTrueSenseParam {
     long threads_num;          // size of the OpenMP team of a conversion; 0: the process's default
     long normalizationEnable;  // 1: spread 16-bit results over the full 16 bits (off for 8-bit sources of components)
@@ -86,7 +88,8 @@ struct tagTrueSenseParam {
 //
 // Parameters: `TrueSenseAlgType`, `NoRealloc` (0 or 1, without effect), then the fields of tagTrueSenseParam from
 // `threads_num` to `lowLumaNoise`. `TrueSenseAlgType` chooses the engine: 0 fast integer reconstruction (the default),
-// 2 bilinear colour of half the resolution over full-size pan, 4 the reference pipeline with noise model, cleaning and
+// 1 white balance, pan and colour differences of 2 by 2 blocks, 2 bilinear colour of half the resolution over full-size
+// pan, 4 the reference pipeline with noise model, cleaning and
 // sharpening, in 8 bits and mostly on one thread. Other numbers have no engine in this version and fail every
 // conversion.
 //

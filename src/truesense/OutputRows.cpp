@@ -150,6 +150,16 @@ bool IsIdentity(const double (&matrix)[9]) {
 template <class T>
 template <class Value>
 void OutputRows<T>::Write(int y, const Value* red, const Value* green, const Value* blue, int n) const {
+    T* out = dst + walk.rowStart + y * walk.rowStep + walk.columnStart;
+    if constexpr (sizeof(Value) == sizeof(uint16_t)) {
+        if (bounded) {
+            const uint16_t* const planes[3] = {reinterpret_cast<const uint16_t*>(bgr ? blue : red),
+                                               reinterpret_cast<const uint16_t*>(green),
+                                               reinterpret_cast<const uint16_t*>(bgr ? red : blue)};
+            StoreRow(planes, table->entries, walk.columnStep, n, out);
+            return;
+        }
+    }
     // Runs short enough for their values to stay in the first-level cache.
     constexpr int kRun = 512;
     alignas(64) uint16_t values[3][kRun];
@@ -157,7 +167,6 @@ void OutputRows<T>::Write(int y, const Value* red, const Value* green, const Val
     uint16_t* const third = values[bgr ? 0 : 2];
     uint16_t* const results[3] = {first, values[1], third};
     const uint16_t* const stored[3] = {values[0], values[1], values[2]};
-    T* out = dst + walk.rowStart + y * walk.rowStep + walk.columnStart;
     for (int x = 0; x < n; x += kRun, out += kRun * walk.columnStep) {
         const int count = n - x < kRun ? n - x : kRun;
         if (matrix == nullptr) {

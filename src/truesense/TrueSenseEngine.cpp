@@ -118,6 +118,7 @@ int TrueSenseEngine<T>::Process(Sample* dst, int dstStride, int shift) {
     output.bgr = bgr_;
     output.matrix = matrix_ == Matrix::OfEngine || IsIdentity(matrix) ? nullptr : matrix;
     output.table = &table;
+    output.bounded = matrix_ == Matrix::OfEngine;
     const ThreadsScope threads(frame_.Threads());
     return Reconstruct(frame_, RegionSink<Sample>(g, output));
 }

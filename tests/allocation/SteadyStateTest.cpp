@@ -72,6 +72,6 @@ TEST_P(TrueSenseSteadyState, FramesAfterTheFirstAllocateNothing) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Algorithms, TrueSenseSteadyState,
-                         testing::Combine(testing::Values(0, 2, 4), testing::Values(1, 2)));
+                         testing::Combine(testing::Values(0, 1, 2, 4), testing::Values(1, 2)));
 
 }  // namespace

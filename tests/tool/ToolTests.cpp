@@ -131,6 +131,8 @@ INSTANTIATE_TEST_SUITE_P(TrueSense, SceneQuality,
                          testing::Values(Quality{"-w TrueSense8g2", 23}, Quality{"-w TrueSense10g13", 23},
                                          Quality{"-w TrueSense12g7 --bits 8", 23}, Quality{"-w TrueSense14g8", 23},
                                          Quality{"-w TrueSense12g4 -s normalizationEnable=1", 23},
+                                         Quality{"-w TrueSense8g2 -a 1", 22.5},
+                                         Quality{"-w TrueSense12g5 -a 1 -s impulseFilterEnable=1", 22.5},
                                          Quality{"-w TrueSense8g3 -a 2", 19}, Quality{"-w TrueSense12g9 -a 2", 19},
                                          Quality{"-w TrueSense8g10 -a 4", 22}, Quality{"-w TrueSense12g5 -a 4", 22}));
 
