@@ -12,52 +12,31 @@
 #include "engines/BayerLikeStrips.h"
 #include "support/EngineVectors.h"
 #include "support/Noise.h"
+#include "support/PlaneSink.h"
 
 namespace {
 
 using orvtest::Noise;
 using orvtest::NoiseSamples;
 
-// All rows of a plane, colour by colour.
-class Collector final : public orv::ColourRowSink {
-public:
-    Collector(int W, int H) : W_(static_cast<size_t>(W)), values_(3 * W_ * static_cast<size_t>(H), -9999) {}
-    void Row(int y, const int16_t* red, const int16_t* green, const int16_t* blue) const override {
-        Store(y, red, green, blue);
-    }
-    void Row(int y, const int32_t* red, const int32_t* green, const int32_t* blue) const override {
-        Store(y, red, green, blue);
-    }
-    const std::vector<int>& Values() const { return values_; }
-
-private:
-    template <class Value>
-    void Store(int y, const Value* red, const Value* green, const Value* blue) const {
-        auto to = values_.begin() + static_cast<ptrdiff_t>(3 * W_) * y;
-        for (const Value* row : {red, green, blue}) {
-            to = std::copy_n(row, W_, to);
-        }
-    }
-    size_t W_;
-    mutable std::vector<int> values_;
-};
+using Planes = std::vector<std::vector<int>>;
 
 // The sums of colour and pan by way of OpenCV.
-std::vector<int> Expected(std::vector<int16_t> mosaic, int W, int H) {
-    const Collector sink(W, H);
+Planes Expected(std::vector<int16_t> mosaic, int W, int H) {
+    const orvtest::PlaneSink sink(W, H);
     orv::BayerLikePlanes planes;
     EXPECT_TRUE(planes.Reconstruct(mosaic.data(), W, H, sink));
-    return sink.Values();
+    return sink.planes;
 }
 
 // `bandRows` rows at a time.
-std::vector<int> OfStrips(const std::vector<int16_t>& mosaic, int W, int H, int bandRows) {
-    const Collector sink(W, H);
+Planes OfStrips(const std::vector<int16_t>& mosaic, int W, int H, int bandRows) {
+    const orvtest::PlaneSink sink(W, H);
     std::vector<unsigned char> scratch(orv::BayerLikeScratchBytes(W));
     for (int y = 0; y < H; y += bandRows) {
         orv::ReconstructBayerLikeStrip(mosaic.data(), W, H, y, std::min(y + bandRows, H), scratch.data(), sink);
     }
-    return sink.Values();
+    return sink.planes;
 }
 
 // A region of one 16-bit frame and its result.
@@ -112,7 +91,7 @@ TEST(TrueSenseBayerLike, StripsEqualOpenCv) {
         if (i % 3 == 1) {  // the largest differences
             std::for_each(mosaic.begin(), mosaic.end(), [](int16_t& v) { v = v < 2048 ? 0 : 4095; });
         }
-        const std::vector<int> expected = Expected(mosaic, W, H);
+        const Planes expected = Expected(mosaic, W, H);
         for (const orv::SimdLevel level : {orv::SimdLevel::Baseline, orv::BestSimdLevel()}) {
             orv::SetSimdLevel(level);
             for (const int bandRows : {4, 8, 1000}) {

@@ -7,6 +7,7 @@
 #include "engines/SimpleStrips.h"
 #include "support/EngineVectors.h"
 #include "support/Noise.h"
+#include "support/PlaneSink.h"
 
 namespace {
 
@@ -140,20 +141,6 @@ TEST(TrueSenseSimple, SmallRegionsWriteTheirPixels) {
     }
 }
 
-// Rows of a strip, as planes.
-struct PlaneSink final : orv::ColourRowSink {
-    PlaneSink(int width, int height) : w(width), planes(3, std::vector<int>(static_cast<size_t>(width * height))) {}
-    void Row(int y, const int16_t* red, const int16_t* green, const int16_t* blue) const override {
-        for (int x = 0; x < w; ++x) {
-            const size_t at = static_cast<size_t>(y * w + x);
-            planes[0][at] = red[x], planes[1][at] = green[x], planes[2][at] = blue[x];
-        }
-    }
-    void Row(int, const int32_t*, const int32_t*, const int32_t*) const override { FAIL(); }
-    int w;
-    mutable std::vector<std::vector<int>> planes;
-};
-
 // 1 2 1 along rows (step 1) or columns (step w) but for the first and last position.
 std::vector<int> Smoothed(const std::vector<int>& plane, int w, int h, bool columns) {
     std::vector<int> out = plane;
@@ -183,10 +170,10 @@ TEST(SimpleStrips, SmoothingIsThatOfWholePlanes) {
     for (const bool narrow : {true, false}) {
         for (const bool impulse : {true, false}) {
             orv::SimpleSettings settings = {1, 1, 1, 1, {1, 0, 0, 0, 1, 0, 0, 0, 1}, impulse, false, false};
-            PlaneSink blocks(w, h);
+            orvtest::PlaneSink blocks(w, h);
             orv::ReconstructSimpleStrip(mosaic.data(), w, h, 0, h, narrow, settings, aligned, blocks);
             settings.panSmoothEnable = settings.colorSmoothEnable = true;
-            PlaneSink smooth(w, h);
+            orvtest::PlaneSink smooth(w, h);
             for (const int y : {0, 4, 16, 28}) {
                 const int end = y == 0 ? 4 : y == 28 ? h : y == 4 ? 16 : 28;
                 orv::ReconstructSimpleStrip(mosaic.data(), w, h, y, end, narrow, settings, aligned, smooth);
