@@ -146,17 +146,26 @@ std::vector<Case> AllCases() {
     const Settings identity = {{"RR", 1}, {"RG", 0}, {"RB", 0}, {"GR", 0}, {"GG", 1},
                                {"GB", 0}, {"BR", 0}, {"BG", 0}, {"BB", 1}};
     const Settings filters = {{"impulseFilterEnable", 1}, {"sharpnessEnable", 1}};
+    const Settings gains = {
+        {"panGain", 2}, {"redGain", 2}, {"greenGain", 2}, {"blueGain", 2}, {"impulseFilterEnable", 1}};
     const struct {
         long algorithm;
         const char* variant;
         Settings settings;
-    } variants[] = {{0, ", default matrix", {}}, {0, ", identity matrix", identity},      {1, "", {}}, {2, "", {}},
-                    {3, ", defaults", {}},       {3, ", impulse and sharpness", filters}, {4, "", {}}};
+    } variants[] = {{0, ", default matrix", {}},
+                    {0, ", identity matrix", identity},
+                    {1, ", defaults", {}},
+                    {1, ", gains and impulse", gains},
+                    {2, ", default matrix", {}},
+                    {2, ", identity matrix", identity},
+                    {3, ", defaults", {}},
+                    {3, ", impulse and sharpness", filters},
+                    {4, "", {}}};
     for (const auto& variant : variants) {
         for (const int bits : {8, 12}) {
             Settings settings = variant.settings;
             settings.emplace_back("TrueSenseAlgType", variant.algorithm);
-            add({"TrueSense " + std::to_string(variant.algorithm) + variant.variant, bits, variant.algorithm == 2,
+            add({"TrueSense " + std::to_string(variant.algorithm) + variant.variant, bits, false,
                  [=](int w, int h, int threads) { return TrueSenseRun(w, h, threads, bits, settings); }});
         }
     }

@@ -9,10 +9,11 @@
 // Settings of the TrueSense engines. Inside a component every field but `toneTable` is the parameter of the
 // same name. On and off are 1 and 0. By algorithm number:
 //
-//     all   normalizationEnable, horMirrored, verMirrored, RR to BB, toneTable
-//     0     threads_num
-//     3     the rest, but ISOPan*: pan too is cleaned by the noise model of colour
-//     4     the rest, but threads_num, impulseFilterEnable and sharpnessEnable: it always runs both filters
+//     all        normalizationEnable, horMirrored, verMirrored, RR to BB, toneTable
+//     0, 1, 2, 3 threads_num
+//     1          redGain, greenGain, blueGain, panGain, impulseFilterEnable
+//     3          the rest, but ISOPan*: pan too is cleaned by the noise model of colour
+//     4          the rest, but impulseFilterEnable and sharpnessEnable: it always runs both filters
 struct tagTrueSenseParam {
     long threads_num;          // size of the OpenMP team of a conversion; 0: the process's default
     long normalizationEnable;  // 1: spread 16-bit results over the full 16 bits (off for 8-bit sources of components)
@@ -87,8 +88,9 @@ struct tagTrueSenseParam {
 //
 // Parameters: `TrueSenseAlgType`, `NoRealloc` (0 or 1, without effect), then the fields of tagTrueSenseParam from
 // `threads_num` to `lowLumaNoise`. `TrueSenseAlgType` chooses the engine: 0 fast integer reconstruction (the default),
-// 3 a pipeline with noise model, cleaning and sharpening, in 12 bits and parallel, 4 its reference form, in 8 bits and
-// mostly on one thread. Other numbers have no engine in this version and fail every conversion.
+// 1 white balance, pan and colour differences of 2 by 2 blocks, 2 bilinear colour of half the resolution over full-size
+// pan, 3 a pipeline with noise model, cleaning and sharpening, in 12 bits and parallel, 4 its reference form, in 8 bits
+// and mostly on one thread. Numbers 5 and 6 have no engine and fail every conversion.
 //
 // Source: one of the 64 TrueSense words (OrvPixelTrueSense). Destination: from 8-bit sources the four 8-bit
 // words; from deeper ones the 8-bit words and all eight 16-bit words. The fourth channel of RGBA and BGRA

@@ -3,28 +3,11 @@
 #include <algorithm>
 
 #include "component/Simd.h"
+#include "truesense/PanRows.h"
 
 namespace orv {
 
 namespace {
-
-// Lanes are int16_t where all sums fit, int32_t else. The casts keep the sums in lanes of that width.
-template <class Lane>
-ORV_ALWAYS_INLINE Lane Half(Lane a, Lane b) {
-    return static_cast<Lane>(static_cast<Lane>(a + b) >> 1);
-}
-
-template <class Lane>
-ORV_ALWAYS_INLINE Lane Quarter(Lane a, Lane b, Lane c, Lane d) {
-    return static_cast<Lane>(static_cast<Lane>(static_cast<Lane>(a + b) + static_cast<Lane>(c + d)) >> 2);
-}
-
-template <class Lane>
-ORV_ALWAYS_INLINE Lane Distance(Lane a, Lane b) {
-    const Lane low = a < b ? a : b;
-    const Lane high = a < b ? b : a;
-    return static_cast<Lane>(high - low);
-}
 
 // `a` where the mask has all bits, `b` where it has none.
 template <class Lane>
@@ -35,52 +18,6 @@ ORV_ALWAYS_INLINE Lane Select(Lane mask, Lane a, Lane b) {
 // The difference that is left of `mean` when the colour pan - mean has been stored in 16 bits.
 ORV_ALWAYS_INLINE int16_t Settle(int16_t, int16_t mean) { return mean; }
 ORV_ALWAYS_INLINE int32_t Settle(int32_t pan, int32_t mean) { return pan - static_cast<int16_t>(pan - mean); }
-
-// `row` of 2n samples to its even and odd columns.
-template <class Lane>
-ORV_ALWAYS_INLINE void SplitRowBody(const int16_t* row, int n, Lane* even, Lane* odd) {
-#pragma omp simd
-    for (int i = 0; i < n; ++i) {
-        even[i] = row[2 * i];
-        odd[i] = row[2 * i + 1];
-    }
-}
-ORV_ROW_TEMPLATE((class Lane), (Lane), SplitRow, (const int16_t* row, int n, Lane* even, Lane* odd),
-                 (row, n, even, odd))
-
-// Pan at colour sites from the four pan neighbours, and the differences of the mosaic's colours against it.
-template <class Lane>
-ORV_ALWAYS_INLINE void FillPanRowBody(const Lane* left, const Lane* right, const Lane* up, const Lane* down,
-                                      const Lane* colour, int n, Lane* pan, Lane* diff) {
-#pragma omp simd
-    for (int i = 0; i < n; ++i) {
-        const Lane across = Distance(left[i], right[i]);
-        const Lane along = Distance(up[i], down[i]);
-        const Lane value = across < along ? Half(left[i], right[i]) : Half(up[i], down[i]);
-        pan[i] = value;
-        diff[i] = static_cast<Lane>(value - colour[i]);
-    }
-}
-ORV_ROW_TEMPLATE((class Lane), (Lane), FillPanRow,
-                 (const Lane* left, const Lane* right, const Lane* up, const Lane* down, const Lane* colour, int n,
-                  Lane* pan, Lane* diff),
-                 (left, right, up, down, colour, n, pan, diff))
-
-// The same on the first and last row of the plane, where `inner` is the only vertical neighbour.
-template <class Lane>
-ORV_ALWAYS_INLINE void FillPanRimRowBody(const Lane* left, const Lane* right, const Lane* inner, const Lane* colour,
-                                         int n, Lane* pan, Lane* diff) {
-#pragma omp simd
-    for (int i = 0; i < n; ++i) {
-        const Lane value = Quarter(left[i], right[i], inner[i], inner[i]);
-        pan[i] = value;
-        diff[i] = static_cast<Lane>(value - colour[i]);
-    }
-}
-ORV_ROW_TEMPLATE((class Lane), (Lane), FillPanRimRow,
-                 (const Lane* left, const Lane* right, const Lane* inner, const Lane* colour, int n, Lane* pan,
-                  Lane* diff),
-                 (left, right, inner, colour, n, pan, diff))
 
 // On the half-size mosaic: `green` gets the green difference of every site, `diagonal` at red and blue sites the
 // difference of the other of the two. `greenSites` has all bits at green sites.
@@ -173,22 +110,15 @@ ORV_ROW_TEMPLATE((class Lane, bool Odd), (Lane, Odd), ColourRimRow,
                   int16_t* colour),
                  (pan, diff, panInner, diffInner, n, colour))
 
-constexpr int kRingRows = 8;  // a power of two; a row is last read 6 rows after it was made
-constexpr int kLanePad = 32;  // lanes before and after a row; one on either side is used
+constexpr int kRingRows = 8;  // a row is last read 6 rows after it was made
 constexpr int kRings = 8;
 constexpr int kHalo = 6;
 
-// Lanes from one row of a ring to the next, a multiple of a cache line.
-ptrdiff_t LaneStride(int W) { return (static_cast<ptrdiff_t>(W) / 2 + 2 * kLanePad + 31) / 32 * 32; }
 // Samples from one finished row to the next.
 ptrdiff_t ColourStride(int W) { return (static_cast<ptrdiff_t>(W) + 63) / 32 * 32; }
 
 template <class Lane>
-struct Ring {
-    Lane* base = nullptr;
-    ptrdiff_t stride = 0;
-    Lane* operator[](int y) const { return base + (y & (kRingRows - 1)) * stride; }
-};
+using Ring = LineRing<Lane, kRingRows>;
 
 template <class Lane>
 class Strip {
@@ -259,20 +189,10 @@ private:
     }
 
     void FillPan(int y) const {
-        const Lane* left = panSites_[y] - (Odd(y) ? 1 : 0);
-        const Lane* up = panSites_[Above(y, 1)];
-        const Lane* down = panSites_[Below(y, 1)];
         Lane* pan = pan_[y];
         Lane* diff = diff_[y];
-        if (Rim(y)) {
-            FillPanRimRow<Lane>(left, left + 1, up, colour_[y], n_, pan, diff);
-        } else {
-            FillPanRow<Lane>(left, left + 1, up, down, colour_[y], n_, pan, diff);
-        }
-        const int end = Odd(y) ? 0 : last_;
-        const Lane beside = panSites_[y][end];
-        pan[end] = Quarter(beside, beside, up[end], down[end]);
-        diff[end] = static_cast<Lane>(pan[end] - colour_[y][end]);
+        const PanNeighbours<Lane> sites = {panSites_[Above(y, 1)], panSites_[y], panSites_[Below(y, 1)], y, Rim(y)};
+        CompletePanRow<PanTies::Vertical>(sites, colour_[y], n_, pan, diff);
         Pad(pan);
         Pad(diff);
     }

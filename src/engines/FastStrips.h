@@ -1,6 +1,6 @@
 // Reconstruction of the fast engine over strips of rows, with line rings in place of planes.
 //
-// A row of the plane is kept as two rows of lanes, pan samples and colour samples, so that no loop tests the cell.
+// Rows are kept as lanes (truesense/PanRows.h), so that no loop tests the cell.
 // Rows of one parity form a half-size Bayer mosaic of their own; rows r, r + 2, r - 2 are its neighbours:
 //
 //     rows 0, 1:  B G B G ...        (colour lane i is column 2i + 1 on even rows, 2i on odd rows)

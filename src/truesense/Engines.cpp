@@ -1,5 +1,7 @@
 #include "truesense/Engines.h"
 
+#include "engines/TrueSenseBayerLike.h"
+#include "engines/TrueSenseSimple.h"
 #include "engines/TrueSenseToRgb.h"
 #include "pipeline/TrueSenseKodak.h"
 #include "pipeline/TrueSenseKodakLike.h"
@@ -10,6 +12,8 @@ namespace {
 constexpr TrueSenseEngines MakeEngines() {
     TrueSenseEngines engines = {};
     engines.Add<TrueSenseToRgb>(0);
+    engines.Add<TrueSenseSimple>(1);
+    engines.Add<TrueSenseBayerLike>(2);
     engines.Add<TrueSenseKodakLike>(3);
     engines.Add<TrueSenseKodak>(4);
     return engines;

@@ -17,21 +17,29 @@ int SaturatingAdd(int a, int b) {
     return static_cast<int>(std::min<int64_t>(sum, std::numeric_limits<int>::max() - 3));
 }
 
+// Shifts as products, which stay within 16-bit lanes where shifts by a variable do not: left by `factor` = 2 to the
+// shift, right by the upper half of the product with 2 to (16 - shift).
+template <bool Left>
+ORV_ALWAYS_INLINE uint16_t Shifted(uint16_t v, uint16_t factor) {
+    const uint32_t product = static_cast<uint32_t>(v) * factor;
+    return static_cast<uint16_t>(Left ? product : product >> 16);
+}
+
 // One row, forward or backward in the source; adds the bits of its samples to `used`.
 template <class T, bool Left>
-ORV_ALWAYS_INLINE void ShiftRowBody(const T* src, ptrdiff_t step, int shift, int n, int16_t* dst, uint16_t* used) {
+ORV_ALWAYS_INLINE void ShiftRowBody(const T* src, ptrdiff_t step, uint16_t factor, int n, int16_t* dst,
+                                    uint16_t* used) {
     uint16_t bits = 0;
     if (step == 1) {
 #pragma omp simd reduction(| : bits)
         for (int x = 0; x < n; ++x) {
-            const uint16_t v = static_cast<uint16_t>(Left ? src[x] << shift : src[x] >> shift);
+            const uint16_t v = Shifted<Left>(src[x], factor);
             dst[x] = static_cast<int16_t>(v);
             bits = static_cast<uint16_t>(bits | v);
         }
     } else {
         for (int x = 0; x < n; ++x) {
-            const T sample = src[x * step];
-            const uint16_t v = static_cast<uint16_t>(Left ? sample << shift : sample >> shift);
+            const uint16_t v = Shifted<Left>(src[x * step], factor);
             dst[x] = static_cast<int16_t>(v);
             bits = static_cast<uint16_t>(bits | v);
         }
@@ -39,8 +47,8 @@ ORV_ALWAYS_INLINE void ShiftRowBody(const T* src, ptrdiff_t step, int shift, int
     *used = static_cast<uint16_t>(*used | bits);
 }
 ORV_ROW_TEMPLATE((class T, bool Left), (T, Left), ShiftRow,
-                 (const T* src, ptrdiff_t step, int shift, int n, int16_t* dst, uint16_t* used),
-                 (src, step, shift, n, dst, used))
+                 (const T* src, ptrdiff_t step, uint16_t factor, int n, int16_t* dst, uint16_t* used),
+                 (src, step, factor, n, dst, used))
 
 void CopyRow(int16_t* plane, int planeStep, const GridGeometry& g, int to, int from) {
     int16_t* target = plane + static_cast<ptrdiff_t>(to) * planeStep + g.gridX;
@@ -96,6 +104,7 @@ uint32_t ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridG
         std::memset(plane, 0, sizeof(int16_t) * static_cast<size_t>(g.H) * static_cast<size_t>(planeStep));
     }
     const auto row = [&](int r) { return plane + static_cast<ptrdiff_t>(r) * planeStep; };
+    const uint16_t factor = static_cast<uint16_t>(1 << (shift >= 0 ? shift : 16 + shift));
     std::atomic<uint32_t> used{0};
     ForEachBand(g.h, [&](int y0, int y1) {
         uint16_t bits = 0;
@@ -103,9 +112,9 @@ uint32_t ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridG
             const T* from = src + walk.rowStart + y * walk.rowStep + walk.columnStart;
             int16_t* to = row(g.gridY + y) + g.gridX;
             if (shift >= 0) {
-                ShiftRow<T, true>(from, walk.columnStep, shift, g.w, to, &bits);
+                ShiftRow<T, true>(from, walk.columnStep, factor, g.w, to, &bits);
             } else {
-                ShiftRow<T, false>(from, walk.columnStep, -shift, g.w, to, &bits);
+                ShiftRow<T, false>(from, walk.columnStep, factor, g.w, to, &bits);
             }
         }
         used.fetch_or(bits, std::memory_order_relaxed);

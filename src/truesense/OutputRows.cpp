@@ -10,23 +10,26 @@ namespace orv {
 
 namespace {
 
-ORV_ALWAYS_INLINE void ClampRowBody(const int16_t* from, int n, uint16_t* to) {
+template <class Value>
+ORV_ALWAYS_INLINE void ClampRowBody(const Value* from, int n, uint16_t* to) {
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
-        const int16_t v = from[x] < 0 ? static_cast<int16_t>(0) : from[x];
-        to[x] = static_cast<uint16_t>(v > 4095 ? static_cast<int16_t>(4095) : v);
+        const Value v = from[x] < 0 ? static_cast<Value>(0) : from[x];
+        to[x] = static_cast<uint16_t>(v > 4095 ? static_cast<Value>(4095) : v);
     }
 }
-ORV_ROW_FUNCTION(ClampRow, (const int16_t* from, int n, uint16_t* to), (from, n, to))
+ORV_ROW_TEMPLATE((class Value), (Value), ClampRow, (const Value* from, int n, uint16_t* to), (from, n, to))
 
+template <class Value>
 struct Planes {
-    const int16_t* red;
-    const int16_t* green;
-    const int16_t* blue;
+    const Value* red;
+    const Value* green;
+    const Value* blue;
 };
 
 // Pixels [x, n) through the nine factors of `m`, clamped to 12 bits.
-ORV_ALWAYS_INLINE void MatrixFrom(Planes in, const double* m, int x, int n, uint16_t* const* out) {
+template <class Value>
+ORV_ALWAYS_INLINE void MatrixFrom(Planes<Value> in, const double* m, int x, int n, uint16_t* const* out) {
     for (; x < n; ++x) {
         const double r = in.red[x];
         const double g = in.green[x];
@@ -38,7 +41,8 @@ ORV_ALWAYS_INLINE void MatrixFrom(Planes in, const double* m, int x, int n, uint
     }
 }
 
-ORV_ALWAYS_INLINE void MatrixRowBody(Planes in, const double* m, int n, uint16_t* const* out) {
+template <class Value>
+ORV_ALWAYS_INLINE void MatrixRowBody(Planes<Value> in, const double* m, int n, uint16_t* const* out) {
     MatrixFrom(in, m, 0, n, out);
 }
 
@@ -57,7 +61,9 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256d LoadFour(const int32_t* from) {
     return _mm256_cvtepi32_pd(_mm_load_si128(reinterpret_cast<const __m128i*>(from)));
 }
 
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void MatrixRowBodyAvx2(Planes in, const double* m, int n, uint16_t* const* out) {
+template <class Value>
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void MatrixRowBodyAvx2(Planes<Value> in, const double* m, int n,
+                                                         uint16_t* const* out) {
     __m256d factors[9];
     for (int i = 0; i < 9; ++i) {
         factors[i] = _mm256_set1_pd(m[i]);
@@ -90,7 +96,8 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void MatrixRowBodyAvx2(Planes in, const double
     MatrixFrom(in, m, whole, n, out);
 }
 #endif
-ORV_ROW_FUNCTION_TUNED(MatrixRow, (Planes in, const double* m, int n, uint16_t* const* out), (in, m, n, out))
+ORV_ROW_TEMPLATE_TUNED((class Value), (Value), MatrixRow,
+                       (Planes<Value> in, const double* m, int n, uint16_t* const* out), (in, m, n, out))
 
 // Table lookups are faster one by one than gathered on processors that guard against data sampling.
 template <class T>
@@ -148,7 +155,18 @@ bool IsIdentity(const double (&matrix)[9]) {
 }
 
 template <class T>
-void OutputRows<T>::Write(int y, const int16_t* red, const int16_t* green, const int16_t* blue, int n) const {
+template <class Value>
+void OutputRows<T>::Write(int y, const Value* red, const Value* green, const Value* blue, int n) const {
+    T* out = dst + walk.rowStart + y * walk.rowStep + walk.columnStart;
+    if constexpr (sizeof(Value) == sizeof(uint16_t)) {
+        if (bounded) {
+            const uint16_t* const planes[3] = {reinterpret_cast<const uint16_t*>(bgr ? blue : red),
+                                               reinterpret_cast<const uint16_t*>(green),
+                                               reinterpret_cast<const uint16_t*>(bgr ? red : blue)};
+            StoreRow(planes, table->entries, walk.columnStep, n, out);
+            return;
+        }
+    }
     // Runs short enough for their values to stay in the first-level cache.
     constexpr int kRun = 512;
     alignas(64) uint16_t values[3][kRun];
@@ -156,15 +174,14 @@ void OutputRows<T>::Write(int y, const int16_t* red, const int16_t* green, const
     uint16_t* const third = values[bgr ? 0 : 2];
     uint16_t* const results[3] = {first, values[1], third};
     const uint16_t* const stored[3] = {values[0], values[1], values[2]};
-    T* out = dst + walk.rowStart + y * walk.rowStep + walk.columnStart;
     for (int x = 0; x < n; x += kRun, out += kRun * walk.columnStep) {
         const int count = n - x < kRun ? n - x : kRun;
         if (matrix == nullptr) {
-            ClampRow(red + x, count, results[0]);
-            ClampRow(green + x, count, results[1]);
-            ClampRow(blue + x, count, results[2]);
+            ClampRow<Value>(red + x, count, results[0]);
+            ClampRow<Value>(green + x, count, results[1]);
+            ClampRow<Value>(blue + x, count, results[2]);
         } else {
-            MatrixRow({red + x, green + x, blue + x}, matrix, count, results);
+            MatrixRow<Value>({red + x, green + x, blue + x}, matrix, count, results);
         }
         StoreRow(stored, table->entries, walk.columnStep, count, out);
     }
@@ -174,5 +191,12 @@ template struct OutputTable<unsigned char>;
 template struct OutputTable<unsigned short>;
 template struct OutputRows<unsigned char>;
 template struct OutputRows<unsigned short>;
+#define ORV_WRITE(T, Value) \
+    template void OutputRows<T>::Write(int, const Value*, const Value*, const Value*, int) const;
+ORV_WRITE(unsigned char, int16_t)
+ORV_WRITE(unsigned char, int32_t)
+ORV_WRITE(unsigned short, int16_t)
+ORV_WRITE(unsigned short, int32_t)
+#undef ORV_WRITE
 
 }  // namespace orv

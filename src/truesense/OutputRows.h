@@ -35,9 +35,11 @@ struct OutputRows {
     bool bgr;              // blue first
     const double* matrix;  // nine factors row by row, or null for none; green, red, blue terms are added in this order
     const OutputTable<T>* table;
+    bool bounded;  // the planes hold values of 12 bits, so that nothing needs a clamp; with no matrix only
 
-    // Row `y` of the region from `n` samples of each plane; values outside 12 bits are clamped.
-    void Write(int y, const int16_t* red, const int16_t* green, const int16_t* blue, int n) const;
+    // Row `y` of the region from `n` samples of each plane, int16_t or int32_t; values outside 12 bits are clamped.
+    template <class Value>
+    void Write(int y, const Value* red, const Value* green, const Value* blue, int n) const;
 };
 
 }  // namespace orv

@@ -19,13 +19,21 @@ class RegionSink final : public ColourRowSink {
 public:
     RegionSink(const GridGeometry& geometry, const OutputRows<Sample>& output) : geometry_(geometry), output_(output) {}
     void Row(int y, const int16_t* red, const int16_t* green, const int16_t* blue) const override {
+        Write(y, red, green, blue);
+    }
+    void Row(int y, const int32_t* red, const int32_t* green, const int32_t* blue) const override {
+        Write(y, red, green, blue);
+    }
+
+private:
+    template <class Value>
+    void Write(int y, const Value* red, const Value* green, const Value* blue) const {
         if (y >= geometry_.gridY && y < geometry_.endY) {
             const int x = geometry_.gridX;
             output_.Write(y - geometry_.gridY, red + x, green + x, blue + x, geometry_.w);
         }
     }
 
-private:
     const GridGeometry& geometry_;
     const OutputRows<Sample>& output_;
 };
@@ -110,6 +118,7 @@ int TrueSenseEngine<T>::Process(Sample* dst, int dstStride, int shift) {
     output.bgr = bgr_;
     output.matrix = matrix_ == Matrix::OfEngine || IsIdentity(matrix) ? nullptr : matrix;
     output.table = &table;
+    output.bounded = matrix_ == Matrix::OfEngine;
     const ThreadsScope threads(frame_.Threads());
     return Reconstruct(frame_, RegionSink<Sample>(g, output));
 }

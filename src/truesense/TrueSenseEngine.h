@@ -11,10 +11,12 @@
 
 namespace orv {
 
-// Receives finished rows of the working plane, W samples per colour, in any order and from any worker.
+// Receives finished rows of the working plane, W samples per colour, in any order and from any worker. Rows of 32 bits
+// are for sums that 16 bits do not hold.
 class ColourRowSink {
 public:
     virtual void Row(int y, const int16_t* red, const int16_t* green, const int16_t* blue) const = 0;
+    virtual void Row(int y, const int32_t* red, const int32_t* green, const int32_t* blue) const = 0;
 
 protected:
     ~ColourRowSink() = default;
@@ -70,7 +72,7 @@ protected:
     // Memory for this frame, kept where it suffices. Called by every Init, before the mosaic is filled. False when it
     // ran out.
     virtual bool Reserve(const EngineFrame& frame) = 0;
-    // Makes the rows from gridY to endY, values of any int16 with Matrix::OfOutput and of 12 bits else. May change the
+    // Makes the rows from gridY to endY, any values with Matrix::OfOutput and of 12 bits else. May change the
     // mosaic. Returns 0 or 1; on 1 nothing must have reached the sink.
     virtual int Reconstruct(const EngineFrame& frame, const ColourRowSink& sink) = 0;
 

@@ -59,6 +59,7 @@ Job RandomJob(orvtest::Noise* noise, int width, int height, uint32_t top) {
     p.analogGain = noise->Below(40);
     p.darkFloor = noise->Below(2) * 40;
     p.redGain = noise->Below(2) == 0 ? 1.0 : 1.31;
+    p.greenGain = p.blueGain = noise->Below(2) == 0 ? 1.0 : 0.7;
     p.panGain = noise->Below(2) == 0 ? 1.0 : 0.9;
     p.globalGain = noise->Below(2) == 0 ? 1.0 : 1.2;
     if (noise->Below(2) == 0) {

@@ -1,0 +1,241 @@
+#include "engines/BayerLikeStrips.h"
+
+#include <algorithm>
+
+#include "component/Simd.h"
+#include "truesense/PanRows.h"
+
+namespace orv {
+
+namespace {
+
+// Lanes of 16 bits throughout: samples and means have 12 bits, differences 13 with their sign.
+using Lane = int16_t;
+
+// `a` where the mask has all bits, `b` where it has none.
+ORV_ALWAYS_INLINE Lane Select(Lane mask, Lane a, Lane b) { return static_cast<Lane>((mask & a) | (~mask & b)); }
+
+ORV_ALWAYS_INLINE Lane RoundedHalf(int a, int b) { return static_cast<Lane>(static_cast<Lane>(a + b + 1) >> 1); }
+
+ORV_ALWAYS_INLINE Lane RoundedQuarter(int a, int b, int c, int d) {
+    return static_cast<Lane>(static_cast<Lane>(a + b + c + d + 2) >> 2);
+}
+
+// A row of the half-size mosaic from the differences pan - colour of its two rows. The mean over a block, two sites of
+// which have half the sum of the other two, rounded up, is half that sum, rounded down.
+ORV_ALWAYS_INLINE void BlueRowBody(const Lane* upper, const Lane* lower, int n, Lane* low) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        low[i] = static_cast<Lane>(static_cast<Lane>(-upper[i] - lower[i]) >> 1);
+    }
+}
+ORV_ROW_FUNCTION(BlueRow, (const Lane* upper, const Lane* lower, int n, Lane* low), (upper, lower, n, low))
+
+// On rows with red, `redSites` having all bits there, red is averaged one column to the left of its block: over the
+// right column of the green block, a colour above a filled site, and the left column of its own, a filled site above a
+// colour.
+ORV_ALWAYS_INLINE void RedRowBody(const Lane* upper, const Lane* lower, const Lane* redSites, int n, Lane* low) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        const Lane left = static_cast<Lane>(-upper[i - 1] - lower[i - 1]);
+        const Lane own = static_cast<Lane>(-upper[i] - lower[i]);
+        const Lane filled = static_cast<Lane>(RoundedHalf(left, 0) + RoundedHalf(own, 0));
+        const Lane red = static_cast<Lane>(static_cast<Lane>(filled - upper[i - 1] - lower[i]) >> 2);
+        low[i] = Select(redSites[i], red, static_cast<Lane>(own >> 1));
+    }
+}
+ORV_ROW_FUNCTION(RedRow, (const Lane* upper, const Lane* lower, const Lane* redSites, int n, Lane* low),
+                 (upper, lower, redSites, n, low))
+
+// The bilinear Bayer conversion. `own` is the colour that the row has beside green, `other` the one of the rows above
+// and below; `greenSites` has all bits at green sites.
+ORV_ALWAYS_INLINE void DemosaicRowBody(const Lane* up, const Lane* middle, const Lane* down, const Lane* greenSites,
+                                       int n, Lane* green, Lane* own, Lane* other) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        const Lane cross = RoundedQuarter(up[i], down[i], middle[i - 1], middle[i + 1]);
+        const Lane diagonal = RoundedQuarter(up[i - 1], up[i + 1], down[i - 1], down[i + 1]);
+        green[i] = Select(greenSites[i], middle[i], cross);
+        own[i] = Select(greenSites[i], RoundedHalf(middle[i - 1], middle[i + 1]), middle[i]);
+        other[i] = Select(greenSites[i], RoundedHalf(up[i], down[i]), diagonal);
+    }
+}
+ORV_ROW_FUNCTION(DemosaicRow,
+                 (const Lane* up, const Lane* middle, const Lane* down, const Lane* greenSites, int n, Lane* green,
+                  Lane* own, Lane* other),
+                 (up, middle, down, greenSites, n, green, own, other))
+
+// Four times a row between two rows, three parts of the nearer one.
+ORV_ALWAYS_INLINE void BetweenRowsBody(const Lane* near, const Lane* far, int n, Lane* between) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        between[i] = static_cast<Lane>(3 * near[i] + far[i]);
+    }
+}
+ORV_ROW_FUNCTION(BetweenRows, (const Lane* near, const Lane* far, int n, Lane* between), (near, far, n, between))
+
+// (4 * near + step) / 16 rounded half to even, where `step` goes to the far neighbour and has 16 bits, the quarter 15.
+// The tie to be rounded down is the one above an even result, 8 above a multiple of 32. `near4` and `near2` are
+// 4 * near, of which low bits count, and near + 2.
+ORV_ALWAYS_INLINE Lane Sixteenth(Lane near4, Lane near2, Lane step) {
+    const Lane quarter = static_cast<Lane>(near2 + static_cast<Lane>(step >> 2));
+    const Lane down = (static_cast<Lane>(near4 + step) & 31) == 8 ? static_cast<Lane>(-1) : static_cast<Lane>(0);
+    return static_cast<Lane>(static_cast<Lane>(quarter + down) >> 2);
+}
+
+// One colour of a finished row: `pan` plus the difference, doubled across. `between` has n + 2 lanes from -1 on.
+ORV_ALWAYS_INLINE void ColourRowBody(const Lane* between, const Lane* evenPan, const Lane* oddPan, int n,
+                                     int16_t* colour) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        const Lane near = between[i];
+        const Lane near4 = static_cast<Lane>(4 * near);
+        const Lane near2 = static_cast<Lane>(near + 2);
+        const Lane left = Sixteenth(near4, near2, static_cast<Lane>(between[i - 1] - near));
+        const Lane right = Sixteenth(near4, near2, static_cast<Lane>(between[i + 1] - near));
+        colour[2 * i] = static_cast<int16_t>(evenPan[i] + left);
+        colour[2 * i + 1] = static_cast<int16_t>(oddPan[i] + right);
+    }
+}
+ORV_ROW_FUNCTION(ColourRow, (const Lane* between, const Lane* evenPan, const Lane* oddPan, int n, int16_t* colour),
+                 (between, evenPan, oddPan, n, colour))
+
+// Samples from one finished row to the next.
+ptrdiff_t ColourStride(int W) { return (static_cast<ptrdiff_t>(W) + 31) / 32 * 32; }
+
+constexpr int kPlaneRows = 8;  // rings of rows of the plane: a row is split 6 rows before it is finished
+constexpr int kLowRows = 4;    // rings of rows of the half-size mosaic
+constexpr int kLaneRows = 4 * kPlaneRows + 4 * kLowRows + 2;
+constexpr int kHalo = 3;  // rows of the half-size mosaic
+
+class Strip {
+public:
+    Strip(const int16_t* mosaic, int W, int H, void* scratch, const ColourRowSink& sink)
+        : mosaic_(mosaic), W_(W), H_(H), n_(W / 2), h_(H / 2), sink_(sink) {
+        const ptrdiff_t stride = LaneStride(W);
+        Lane* next = static_cast<Lane*>(scratch) + kLanePad;
+        for (LineRing<Lane, kPlaneRows>* ring : {&panSites_, &colour_, &pan_, &diff_}) {
+            *ring = {next, stride};
+            next += kPlaneRows * stride;
+        }
+        for (LineRing<Lane, kLowRows>* ring : {&low_, &lowDiff_[0], &lowDiff_[1], &lowDiff_[2]}) {
+            *ring = {next, stride};
+            next += kLowRows * stride;
+        }
+        alternate_ = next;
+        between_ = next + stride;
+        for (int channel = 0; channel < 3; ++channel) {
+            rows_[channel] = next + 2 * stride - kLanePad + channel * ColourStride(W);
+        }
+        for (int i = 0; i <= n_; ++i) {
+            alternate_[i] = static_cast<Lane>(-(i & 1));
+        }
+    }
+
+    // Rows [first, end) of the half-size mosaic, two rows of the plane each.
+    void Run(int first, int end) {
+        const auto within = [this, first, end](int y, int halo) {
+            return y >= std::max(0, first - halo) && y < std::min(h_, end + halo);
+        };
+        for (int t = std::max(0, first - kHalo); t < end + kHalo; ++t) {
+            if (within(t, kHalo)) {
+                Split(2 * t);
+                Split(2 * t + 1);
+            }
+            if (within(t - 1, 2)) {
+                CompletePan(2 * t - 1);
+                Average(t - 1);
+            }
+            if (within(t, 2)) {
+                CompletePan(2 * t);
+            }
+            if (within(t - 2, 1) && t - 2 == Inner(t - 2)) {
+                Demosaic(t - 2);
+            }
+            if (within(t - 3, 0)) {
+                Finish(2 * (t - 3));
+                Finish(2 * (t - 3) + 1);
+            }
+        }
+    }
+
+private:
+    static bool Odd(int y) { return (y & 1) != 0; }
+    // The Bayer conversion repeats the rows within the rim.
+    int Inner(int y) const { return std::min(std::max(y, 1), h_ - 2); }
+
+    void Split(int y) const {
+        Lane* pan = panSites_[y];
+        Lane* colour = colour_[y];
+        SplitRow<Lane>(mosaic_ + static_cast<ptrdiff_t>(y) * W_, n_, Odd(y) ? colour : pan, Odd(y) ? pan : colour);
+    }
+
+    void CompletePan(int y) const {
+        const int above = y == 0 ? 1 : y - 1;
+        const int below = y == H_ - 1 ? y - 1 : y + 1;
+        CompletePanRow<PanTies::Vertical, Lane>(
+            {panSites_[above], panSites_[y], panSites_[below], y, y == 0 || y == H_ - 1}, colour_[y], n_, pan_[y],
+            diff_[y]);
+    }
+
+    void Average(int y) const {
+        if (Odd(y)) {
+            RedRow(diff_[2 * y], diff_[2 * y + 1], alternate_, n_, low_[y]);
+        } else {
+            BlueRow(diff_[2 * y], diff_[2 * y + 1], n_, low_[y]);
+        }
+    }
+
+    void Demosaic(int y) const {
+        Lane* own = lowDiff_[Odd(y) ? 0 : 2][y];
+        Lane* other = lowDiff_[Odd(y) ? 2 : 0][y];
+        DemosaicRow(low_[y - 1], low_[y], low_[y + 1], alternate_ + (y & 1), n_, lowDiff_[1][y], own, other);
+        for (const LineRing<Lane, kLowRows>& ring : lowDiff_) {
+            Lane* row = ring[y];
+            row[0] = row[1];
+            row[n_ - 1] = row[n_ - 2];
+        }
+    }
+
+    void Finish(int y) const {
+        const int near = y >> 1;
+        const int far = Odd(y) ? std::min(near + 1, h_ - 1) : std::max(near - 1, 0);
+        const Lane* evenPan = Odd(y) ? pan_[y] : panSites_[y];
+        const Lane* oddPan = Odd(y) ? panSites_[y] : pan_[y];
+        for (int channel = 0; channel < 3; ++channel) {
+            BetweenRows(lowDiff_[channel][Inner(near)], lowDiff_[channel][Inner(far)], n_, between_);
+            between_[-1] = between_[0];
+            between_[n_] = between_[n_ - 1];
+            ColourRow(between_, evenPan, oddPan, n_, rows_[channel]);
+        }
+        sink_.Row(y, rows_[0], rows_[1], rows_[2]);
+    }
+
+    const int16_t* mosaic_;
+    int W_, H_;
+    int n_;  // lanes per row
+    int h_;  // rows of the half-size mosaic
+    const ColourRowSink& sink_;
+    LineRing<Lane, kPlaneRows> panSites_;  // pan samples of the mosaic
+    LineRing<Lane, kPlaneRows> colour_;    // colour samples of the mosaic
+    LineRing<Lane, kPlaneRows> pan_;       // pan at their sites
+    LineRing<Lane, kPlaneRows> diff_;      // pan - colour there
+    LineRing<Lane, kLowRows> low_;         // half-size mosaic of colour - pan
+    LineRing<Lane, kLowRows> lowDiff_[3];  // demosaiced: red, green, blue
+    Lane* alternate_;                      // 0, -1, 0, -1 ...
+    Lane* between_;                        // a row of one colour, doubled down
+    int16_t* rows_[3];                     // red, green, blue of a finished row
+};
+
+}  // namespace
+
+size_t BayerLikeScratchBytes(int W) {
+    return static_cast<size_t>(LaneStride(W) * kLaneRows + ColourStride(W) * 3) * sizeof(int16_t);
+}
+
+void ReconstructBayerLikeStrip(const int16_t* mosaic, int W, int H, int y0, int y1, void* scratch,
+                               const ColourRowSink& sink) {
+    Strip(mosaic, W, H, scratch, sink).Run(y0 / 2, y1 / 2);
+}
+
+}  // namespace orv

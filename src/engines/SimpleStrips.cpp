@@ -1,0 +1,592 @@
+#include "engines/SimpleStrips.h"
+
+#include <algorithm>
+
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
+#include "component/Simd.h"
+#include "truesense/PanRows.h"
+
+namespace orv {
+
+namespace {
+
+// Lanes are int16_t where every sample is one of 12 bits, so that all sums fit, int32_t else.
+
+constexpr int kChannels = 3;
+
+// A mean rounded up.
+template <class Lane>
+ORV_ALWAYS_INLINE Lane HalfUp(Lane a, Lane b) {
+    return static_cast<Lane>(static_cast<Lane>(static_cast<Lane>(a + b) + 1) >> 1);
+}
+
+// (near + 2 centre + far) / 4, rounded down.
+template <class Lane>
+ORV_ALWAYS_INLINE Lane Blend(Lane near, Lane centre, Lane far) {
+    return Quarter(near, centre, centre, far);
+}
+
+// `a` where the mask has all bits, `b` where it has none.
+template <class Lane>
+ORV_ALWAYS_INLINE Lane Select(Lane mask, Lane a, Lane b) {
+    return static_cast<Lane>((mask & a) | (~mask & b));
+}
+
+template <class Lane>
+ORV_ALWAYS_INLINE Lane Least(Lane a, Lane b) {
+    return a < b ? a : b;
+}
+template <class Lane>
+ORV_ALWAYS_INLINE Lane Largest(Lane a, Lane b) {
+    return a < b ? b : a;
+}
+
+// A white balance gain: value * gain + half, toward zero, within the bounds.
+struct Gain {
+    double gain, half, low, high;
+
+    static Gain Make(double gain) {
+        return gain == 1.0 ? Gain{1.0, 0.0, -32768.0, 32767.0} : Gain{gain, 0.5, 0.0, 4095.0};
+    }
+};
+
+// `even` and `odd` are the gains of even and odd lanes; up to seven lanes behind the row may change, too.
+template <class Lane>
+ORV_ALWAYS_INLINE void GainRowBody(Gain even, Gain odd, int n, Lane* row) {
+    for (int i = 0; i < n; i += 2) {
+        row[i] = static_cast<Lane>(
+            TruncateClamped(Fma(even.gain, static_cast<double>(row[i]), even.half), even.low, even.high));
+        row[i + 1] = static_cast<Lane>(
+            TruncateClamped(Fma(odd.gain, static_cast<double>(row[i + 1]), odd.half), odd.low, odd.high));
+    }
+}
+
+#if defined(__x86_64__)
+// By hand, as the compiler keeps comparisons apart from selections.
+
+// Four lanes; of bounds only the upper one.
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m128i GainFour(const int16_t* from, __m256d gain, __m256d half, __m256d high) {
+    const __m128i lanes = _mm_cvtepi16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from)));
+    // As the second operand not-a-number passes.
+    return _mm256_cvttpd_epi32(_mm256_min_pd(high, _mm256_fmadd_pd(gain, _mm256_cvtepi32_pd(lanes), half)));
+}
+
+template <class Lane>
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void GainRowBodyAvx2(Gain even, Gain odd, int n, Lane* row) {
+    if constexpr (sizeof(Lane) == 2) {
+        const __m256d gain = _mm256_setr_pd(even.gain, odd.gain, even.gain, odd.gain);
+        const __m256d half = _mm256_setr_pd(even.half, odd.half, even.half, odd.half);
+        const __m256d high = _mm256_set1_pd(4095.0);
+        for (int i = 0; i < n; i += 8) {
+            // Samples of 16-bit lanes are never below 0 where a gain leaves them, so that the packing sets the lower
+            // bound for all; not-a-number and numbers out of range come to it as the least int32.
+            const __m128i results =
+                _mm_packus_epi32(GainFour(row + i, gain, half, high), GainFour(row + i + 4, gain, half, high));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(row + i), results);
+        }
+    } else {
+        GainRowBody<Lane>(even, odd, n, row);
+    }
+}
+#endif
+ORV_ROW_TEMPLATE_TUNED((class Lane), (Lane), GainRow, (Gain even, Gain odd, int n, Lane* row), (even, odd, n, row))
+
+// Sites of two rows of blocks, as lanes.
+template <class Lane>
+struct BlockRow {
+    const Lane* pan[2];     // pan sites of the upper and of the lower row
+    const Lane* colour[2];  // colours at the other sites
+    const Lane* filled[2];  // pan at the other sites
+};
+
+template <class Lane>
+ORV_ALWAYS_INLINE void LowRowBody(BlockRow<Lane> in, int n, Lane* diff, Lane* pan) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        const Lane upper = in.filled[0][i];
+        const Lane lower = in.filled[1][i];
+        diff[i] = static_cast<Lane>(HalfUp(in.colour[0][i], in.colour[1][i]) - HalfUp(upper, lower));
+        pan[i] = Quarter(in.pan[0][i], upper, lower, in.pan[1][i]);
+    }
+}
+ORV_ROW_TEMPLATE((class Lane), (Lane), LowRow, (BlockRow<Lane> in, int n, Lane* diff, Lane* pan), (in, n, diff, pan))
+
+// `rows` are the five rows around the filtered one; lanes 2 to n - 3.
+template <class Lane>
+ORV_ALWAYS_INLINE void ImpulseRowBody(const Lane* const* rows, int radius, int n, Lane* out) {
+    const Lane* top = rows[0];
+    const Lane* up = rows[1];
+    const Lane* own = rows[2];
+    const Lane* down = rows[3];
+    const Lane* bottom = rows[4];
+#pragma omp simd
+    for (int i = radius; i < n - radius; ++i) {
+        const int left = i - radius;
+        const int right = i + radius;
+        const Lane low = Least(Least(Least(top[left], top[right]), Least(own[left], own[right])),
+                               Least(Least(bottom[left], bottom[right]), Least(up[i], down[i])));
+        const Lane high = Largest(Largest(Largest(top[left], top[right]), Largest(own[left], own[right])),
+                                  Largest(Largest(bottom[left], bottom[right]), Largest(up[i], down[i])));
+        out[i] = Least(Largest(own[i], low), high);
+    }
+}
+ORV_ROW_TEMPLATE((class Lane), (Lane), ImpulseRow, (const Lane* const* rows, int radius, int n, Lane* out),
+                 (rows, radius, n, out))
+
+// A row of the half-size mosaic completed. `own` is the one of red and blue that the row has, at the sites where
+// `ownSites` has all bits, `other` the one that the rows above and below have. On the first and last row both stand
+// for the same row, and green takes no part from it.
+template <class Lane, bool Rim>
+ORV_ALWAYS_INLINE void DifferenceRowBody(const Lane* up, const Lane* middle, const Lane* down, const Lane* ownSites,
+                                         int n, Lane* own, Lane* green, Lane* other) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        const Lane across = Half(middle[i - 1], middle[i + 1]);
+        const Lane above = Select(ownSites[i], Half(up[i - 1], up[i + 1]), up[i]);
+        const Lane below = Select(ownSites[i], Half(down[i - 1], down[i + 1]), down[i]);
+        own[i] = Select(ownSites[i], middle[i], across);
+        green[i] = Select(ownSites[i], Rim ? across : Blend(up[i], across, down[i]), middle[i]);
+        other[i] = Half(above, below);
+    }
+}
+ORV_ROW_TEMPLATE((class Lane, bool Rim), (Lane, Rim), DifferenceRow,
+                 (const Lane* up, const Lane* middle, const Lane* down, const Lane* ownSites, int n, Lane* own,
+                  Lane* green, Lane* other),
+                 (up, middle, down, ownSites, n, own, green, other))
+
+// The row of full size behind `low`, smoothed along the row: even and odd columns.
+template <class Lane>
+ORV_ALWAYS_INLINE void SmoothAcrossBody(const Lane* low, int n, Lane* even, Lane* odd) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        even[i] = Blend(low[i - 1], low[i], low[i]);
+        odd[i] = Blend(low[i], low[i], low[i + 1]);
+    }
+}
+ORV_ROW_TEMPLATE((class Lane), (Lane), SmoothAcross, (const Lane* low, int n, Lane* even, Lane* odd),
+                 (low, n, even, odd))
+
+// Smoothed along the columns: the row nearer to `far` of the two rows of full size behind `centre`.
+template <class Lane>
+ORV_ALWAYS_INLINE void SmoothAlongBody(const Lane* centre, const Lane* far, int n, Lane* out) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        out[i] = Blend(centre[i], centre[i], far[i]);
+    }
+}
+ORV_ROW_TEMPLATE((class Lane), (Lane), SmoothAlong, (const Lane* centre, const Lane* far, int n, Lane* out),
+                 (centre, far, n, out))
+
+template <class Lane>
+ORV_ALWAYS_INLINE void ReplicateBody(const Lane* low, int n, Lane* even, Lane* odd) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        even[i] = low[i];
+        odd[i] = low[i];
+    }
+}
+ORV_ROW_TEMPLATE((class Lane), (Lane), Replicate, (const Lane* low, int n, Lane* even, Lane* odd), (low, n, even, odd))
+
+// Pan of a row and its differences by channel, even columns first.
+template <class Lane>
+struct ColourLanes {
+    const Lane* pan[2];
+    const Lane* diff[3][2];
+};
+
+template <class Lane>
+ORV_ALWAYS_INLINE float Bounded(Lane pan, Lane diff) {
+    Lane sum = static_cast<Lane>(pan + diff);
+    sum = sum < 0 ? static_cast<Lane>(0) : sum;
+    return static_cast<float>(sum > 4095 ? static_cast<Lane>(4095) : sum);
+}
+
+// Lanes [i, n).
+template <class Lane>
+ORV_ALWAYS_INLINE void CorrectFrom(ColourLanes<Lane> in, const float* m, int i, int n, int16_t* const* out) {
+    for (; i < n; ++i) {
+        for (int column = 0; column < 2; ++column) {
+            const Lane pan = in.pan[column][i];
+            const float r = Bounded(pan, in.diff[0][column][i]);
+            const float g = Bounded(pan, in.diff[1][column][i]);
+            const float b = Bounded(pan, in.diff[2][column][i]);
+            for (int k = 0; k < kChannels; ++k) {
+                const float* row = m + 3 * k;
+                const float t = Fma(row[2], b, Fma(row[0], r, row[1] * g));
+                out[k][2 * i + column] = static_cast<int16_t>(TruncateClamped(t, 0.0F, 4095.0F));
+            }
+        }
+    }
+}
+
+template <class Lane>
+ORV_ALWAYS_INLINE void CorrectRowBody(ColourLanes<Lane> in, const float* m, int n, int16_t* const* out) {
+    CorrectFrom(in, m, 0, n, out);
+}
+
+#if defined(__x86_64__)
+// By hand: the compiler's version takes more than twice as many steps, most of them to bring lanes to their places.
+
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i LoadLanes(const int16_t* from) {
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
+}
+
+// Sixteen sums of pan and differences, each to two vectors: lanes 0 to 3 and 8 to 11, the others.
+struct Sixteen {
+    __m256 channel[kChannels][2];
+};
+
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE Sixteen LoadSums(ColourLanes<int16_t> in, int column, int i) {
+    // Raised so that saturation cuts at 4095; lowered again it cuts at 0.
+    const __m256i raise = _mm256_set1_epi16(32767 - 4095);
+    const __m256i pan = _mm256_add_epi16(LoadLanes(in.pan[column] + i), raise);
+    const __m256i zero = _mm256_setzero_si256();
+    Sixteen sums;
+    for (int k = 0; k < kChannels; ++k) {
+        const __m256i sum = _mm256_subs_epu16(_mm256_adds_epi16(pan, LoadLanes(in.diff[k][column] + i)), raise);
+        sums.channel[k][0] = _mm256_cvtepi32_ps(_mm256_unpacklo_epi16(sum, zero));
+        sums.channel[k][1] = _mm256_cvtepi32_ps(_mm256_unpackhi_epi16(sum, zero));
+    }
+    return sums;
+}
+
+// Not-a-number passes the bound; like everything below the range of int32 it converts to the least int32, which the
+// unsigned packing takes to 0.
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i CorrectSixteen(const Sixteen& s, const __m256* row) {
+    __m256i t[2];
+    for (int half = 0; half < 2; ++half) {
+        const __m256 green = _mm256_mul_ps(row[1], s.channel[1][half]);
+        const __m256 sum =
+            _mm256_fmadd_ps(row[2], s.channel[2][half], _mm256_fmadd_ps(row[0], s.channel[0][half], green));
+        t[half] = _mm256_cvttps_epi32(_mm256_min_ps(_mm256_set1_ps(4095.0F), sum));
+    }
+    return _mm256_packus_epi32(t[0], t[1]);
+}
+
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void CorrectLanes(ColourLanes<int16_t> in, const __m256* m, int i,
+                                                    int16_t* const* out) {
+    const Sixteen even = LoadSums(in, 0, i);
+    const __m256i first[kChannels] = {CorrectSixteen(even, m), CorrectSixteen(even, m + 3),
+                                      CorrectSixteen(even, m + 6)};
+    const Sixteen odd = LoadSums(in, 1, i);
+    for (int k = 0; k < kChannels; ++k) {
+        const __m256i second = CorrectSixteen(odd, m + 3 * k);
+        const __m256i low = _mm256_unpacklo_epi16(first[k], second);
+        const __m256i high = _mm256_unpackhi_epi16(first[k], second);
+        __m256i* to = reinterpret_cast<__m256i*>(out[k] + 2 * i);
+        _mm256_storeu_si256(to, _mm256_permute2x128_si256(low, high, 0x20));
+        _mm256_storeu_si256(to + 1, _mm256_permute2x128_si256(low, high, 0x31));
+    }
+}
+
+template <class Lane>
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void CorrectRowBodyAvx2(ColourLanes<Lane> in, const float* m, int n,
+                                                          int16_t* const* out) {
+    if constexpr (sizeof(Lane) == 2) {
+        __m256 factors[9];
+        for (int i = 0; i < 9; ++i) {
+            factors[i] = _mm256_set1_ps(m[i]);
+        }
+        int i = 0;
+        for (; i + 16 <= n; i += 16) {
+            CorrectLanes(in, factors, i, out);
+        }
+        if (i < n && n >= 16) {
+            CorrectLanes(in, factors, n - 16, out);
+            i = n;
+        }
+        CorrectFrom(in, m, i, n, out);
+    } else {
+        CorrectFrom(in, m, 0, n, out);
+    }
+}
+#endif
+ORV_ROW_TEMPLATE_TUNED((class Lane), (Lane), CorrectRow,
+                       (ColourLanes<Lane> in, const float* m, int n, int16_t* const* out), (in, m, n, out))
+
+constexpr int kRadius = 2;  // of the impulse filter
+
+// Samples from one finished row to the next.
+ptrdiff_t ColourStride(int W) { return (static_cast<ptrdiff_t>(W) + 63) / 32 * 32; }
+
+// `Filters` is true where the impulse filter or a smoothing pass may run; both want longer rings.
+template <class Lane, bool Filters>
+class SimpleStrip {
+    // By how far back a row is last read. The first three are of sites, the others of blocks.
+    static constexpr int kPanSiteRows = Filters ? 16 : 8;
+    static constexpr int kColourRows = 4;
+    static constexpr int kPanRows = Filters ? 16 : 4;
+    static constexpr int kDiffRows = Filters ? 8 : 4;
+    static constexpr int kMeanRows = Filters ? 8 : 2;
+    static constexpr int kLowRows = Filters ? 4 : 1;
+    using DiffRing = LineRing<Lane, kDiffRows>;
+    using LowRing = LineRing<Lane, kLowRows>;
+
+public:
+    static constexpr int kScratchRows = kPanSiteRows + kColourRows + kPanRows + 2 * kDiffRows + kMeanRows +
+                                        (3 * kChannels + 2) * kLowRows + 2 * kChannels + 5;
+
+    SimpleStrip(const int16_t* mosaic, int W, int H, const SimpleSettings& settings, void* scratch,
+                const ColourRowSink& sink)
+        : mosaic_(mosaic), W_(W), H_(H), n_(W / 2), last_(n_ - 1), lowH_(H / 2), settings_(settings), sink_(sink) {
+        stride_ = LaneStride(W);
+        next_ = static_cast<Lane*>(scratch) + kLanePad;
+        Take(&panSites_);
+        Take(&colour_);
+        Take(&pan_);
+        Take(&lowColorDiff_);
+        Take(&filtered_);
+        Take(&lowPan_);
+        for (int channel = 0; channel < kChannels; ++channel) {
+            Take(&low_[channel]);
+            for (int column = 0; column < 2; ++column) {
+                Take(&smooth_[channel][column]);
+                full_[channel][column] = TakeRows(1);
+            }
+        }
+        Take(&panSmooth_[0]);
+        Take(&panSmooth_[1]);
+        for (Lane*& row : lowPanFull_) {
+            row = TakeRows(1);
+        }
+        alternate_ = TakeRows(1);
+        int16_t* colours = reinterpret_cast<int16_t*>(next_ - kLanePad);
+        for (int16_t*& row : rows_) {
+            row = colours;
+            colours += ColourStride(W);
+        }
+        for (int i = 0; i <= n_; ++i) {
+            alternate_[i] = static_cast<Lane>(-(i & 1));
+        }
+        unitPan_ = settings.panGain == 1.0;
+        unitColour_ = settings.redGain == 1.0 && settings.greenGain == 1.0 && settings.blueGain == 1.0;
+        impulseFilter_ = Filters && settings.impulseFilter;
+        panSmoothEnable_ = Filters && settings.panSmoothEnable;
+        colorSmoothEnable_ = Filters && settings.colorSmoothEnable;
+    }
+
+    void Run(int y0, int y1) {
+        const int l0 = y0 / 2;
+        const int l1 = y1 / 2;
+        const int filter = impulseFilter_ ? kRadius : 0;
+        const int smooth = panSmoothEnable_ || colorSmoothEnable_ ? 1 : 0;
+        const auto within = [this, l0, l1](int l, int halo) {
+            return l >= std::max(0, l0 - halo) && l < std::min(lowH_, l1 + halo);
+        };
+        // Each stage follows the one before at the distance that its neighbours need.
+        const int halo = smooth + 1 + filter + 1;
+        for (int t = std::max(0, l0 - halo); t < l1 + halo; ++t) {
+            if (within(t, halo)) {
+                CalculateWhiteBalance(2 * t);
+                CalculateWhiteBalance(2 * t + 1);
+            }
+            if (within(t - 1, halo - 1)) {
+                InterpolatePanFast(2 * t - 2);
+                InterpolatePanFast(2 * t - 1);
+                GenerateLow(t - 1);
+            }
+            const int filtered = t - 1 - filter;
+            if (within(filtered, smooth + 1)) {
+                CalculateImpulseFilter(filtered);
+            }
+            if (within(filtered - 1, smooth)) {
+                LowColorDiffUpSample(filtered - 1);
+            }
+            const int finished = filtered - 1 - smooth;
+            if (within(finished, 0)) {
+                LowPanUpSample(finished);
+                ColorCorrection(2 * finished);
+                ColorCorrection(2 * finished + 1);
+            }
+        }
+    }
+
+private:
+    Lane* TakeRows(int rows) {
+        Lane* first = next_;
+        next_ += rows * stride_;
+        return first;
+    }
+    template <int Rows>
+    void Take(LineRing<Lane, Rows>* ring) {
+        *ring = {TakeRows(Rows), stride_};
+    }
+    bool Odd(int y) const { return (y & 1) != 0; }
+    // The neighbour rows; the one on the other side where one is missing.
+    int Above(int y) const { return y == 0 ? 1 : y - 1; }
+    int Below(int y, int rows) const { return y + 1 == rows ? y - 1 : y + 1; }
+    // The same, the row itself where one is missing.
+    int AboveOrOwn(int l) const { return l == 0 ? 0 : l - 1; }
+    int BelowOrOwn(int l) const { return l + 1 == lowH_ ? l : l + 1; }
+
+    void CalculateWhiteBalance(int y) const {
+        Lane* pan = panSites_[y];
+        Lane* colour = colour_[y];
+        SplitRow<Lane>(mosaic_ + static_cast<ptrdiff_t>(y) * W_, n_, Odd(y) ? colour : pan, Odd(y) ? pan : colour);
+        if (!unitPan_) {
+            const Gain gain = Gain::Make(settings_.panGain);
+            GainRow<Lane>(gain, gain, n_, pan);
+        }
+        if (!unitColour_) {
+            const Gain green = Gain::Make(settings_.greenGain);
+            if ((y & 2) == 0) {
+                GainRow<Lane>(Gain::Make(settings_.blueGain), green, n_, colour);
+            } else {
+                GainRow<Lane>(green, Gain::Make(settings_.redGain), n_, colour);
+            }
+        }
+    }
+
+    void InterpolatePanFast(int y) const {
+        const bool rim = y == 0 || y == H_ - 1;
+        const PanNeighbours<Lane> sites = {panSites_[Above(y)], panSites_[y], panSites_[Below(y, H_)], y, rim};
+        CompletePanRow<PanTies::OddRows>(sites, n_, pan_[y]);
+    }
+
+    void GenerateLow(int l) const {
+        const int y = 2 * l;
+        const BlockRow<Lane> blocks = {
+            {panSites_[y], panSites_[y + 1]}, {colour_[y], colour_[y + 1]}, {pan_[y], pan_[y + 1]}};
+        LowRow<Lane>(blocks, n_, lowColorDiff_[l], lowPan_[l]);
+    }
+
+    // The differences that the completion reads, with the missing neighbours beside the row.
+    void CalculateImpulseFilter(int l) const {
+        Lane* row = lowColorDiff_[l];
+        if (impulseFilter_) {
+            row = filtered_[l];
+            std::copy(lowColorDiff_[l], lowColorDiff_[l] + n_, row);
+            if (l >= kRadius && l < lowH_ - kRadius) {
+                const Lane* const rows[] = {lowColorDiff_[l - kRadius], lowColorDiff_[l - 1], lowColorDiff_[l],
+                                            lowColorDiff_[l + 1], lowColorDiff_[l + kRadius]};
+                ImpulseRow<Lane>(rows, kRadius, n_, row);
+            }
+        }
+        row[-1] = row[1];
+        row[n_] = row[last_ - 1];
+    }
+
+    const DiffRing& Differences() const { return impulseFilter_ ? filtered_ : lowColorDiff_; }
+
+    void LowColorDiffUpSample(int l) const {
+        const DiffRing& diff = Differences();
+        const Lane* up = diff[Above(l)];
+        const Lane* middle = diff[l];
+        const Lane* down = diff[Below(l, lowH_)];
+        Lane* own = low_[Odd(l) ? 0 : 2][l];
+        Lane* other = low_[Odd(l) ? 2 : 0][l];
+        Lane* green = low_[1][l];
+        const Lane* ownSites = alternate_ + (Odd(l) ? 0 : 1);
+        // At the end without a neighbour green has only the others, of which a corner has one.
+        const int end = Odd(l) ? last_ : 0;
+        if (l == 0 || l == lowH_ - 1) {
+            DifferenceRow<Lane, true>(up, middle, down, ownSites, n_, own, green, other);
+            green[end] = Half(up[end], middle[Odd(l) ? last_ - 1 : 1]);
+        } else {
+            DifferenceRow<Lane, false>(up, middle, down, ownSites, n_, own, green, other);
+            green[end] = Half(up[end], down[end]);
+        }
+        if (colorSmoothEnable_) {
+            for (int channel = 0; channel < kChannels; ++channel) {
+                SmoothRow(low_[channel][l], smooth_[channel][0][l], smooth_[channel][1][l]);
+            }
+        }
+    }
+
+    // The two halves of CalculateConvolveSimple1D over rows of full size, each of which stands twice in each direction.
+    void SmoothRow(Lane* low, Lane* even, Lane* odd) const {
+        low[-1] = low[0];
+        low[n_] = low[last_];
+        SmoothAcross<Lane>(low, n_, even, odd);
+    }
+    void SmoothColumns(const LowRing& across, int y, Lane* out) const {
+        const int l = y >> 1;
+        SmoothAlong<Lane>(across[l], across[Odd(y) ? BelowOrOwn(l) : AboveOrOwn(l)], n_, out);
+    }
+
+    // Nothing reads the result.
+    void LowPanUpSample(int l) const {
+        Replicate<Lane>(lowPan_[l], n_, lowPanFull_[0], lowPanFull_[1]);
+        Replicate<Lane>(lowPan_[l], n_, lowPanFull_[2], lowPanFull_[3]);
+        if (panSmoothEnable_) {
+            for (const int row : {AboveOrOwn(l), l, BelowOrOwn(l)}) {
+                SmoothRow(lowPan_[row], panSmooth_[0][row], panSmooth_[1][row]);
+            }
+            for (int i = 0; i < 4; ++i) {
+                SmoothColumns(panSmooth_[i & 1], 2 * l + i / 2, lowPanFull_[i]);
+            }
+        }
+    }
+
+    void ColorCorrection(int y) const {
+        ColourLanes<Lane> lanes;
+        lanes.pan[0] = Odd(y) ? pan_[y] : panSites_[y];
+        lanes.pan[1] = Odd(y) ? panSites_[y] : pan_[y];
+        for (int channel = 0; channel < kChannels; ++channel) {
+            for (int column = 0; column < 2; ++column) {
+                const Lane*& diff = lanes.diff[channel][column];
+                diff = low_[channel][y >> 1];
+                if (colorSmoothEnable_) {
+                    SmoothColumns(smooth_[channel][column], y, full_[channel][column]);
+                    diff = full_[channel][column];
+                }
+            }
+        }
+        CorrectRow<Lane>(lanes, settings_.matrix, n_, rows_);
+        sink_.Row(y, rows_[0], rows_[1], rows_[2]);
+    }
+
+    const int16_t* mosaic_;
+    int W_, H_;
+    int n_;     // lanes per row, blocks per row of blocks
+    int last_;  // the last of them
+    int lowH_;  // rows of blocks
+    const SimpleSettings& settings_;
+    const ColourRowSink& sink_;
+    bool unitPan_, unitColour_;  // gains
+    bool impulseFilter_, panSmoothEnable_, colorSmoothEnable_;
+    ptrdiff_t stride_;
+    Lane* next_;
+    LineRing<Lane, kPanSiteRows> panSites_;  // pan samples of the mosaic
+    LineRing<Lane, kColourRows> colour_;     // colour samples of the mosaic
+    LineRing<Lane, kPanRows> pan_;           // pan at colour sites
+    DiffRing lowColorDiff_;                  // colour - pan of the blocks
+    DiffRing filtered_;                      // the same without impulses
+    LineRing<Lane, kMeanRows> lowPan_;       // mean pan of the blocks
+    LowRing low_[kChannels];                 // differences of red, green, blue
+    LowRing smooth_[kChannels][2];           // the same smoothed along the row, even and odd columns
+    LowRing panSmooth_[2];                   // mean pan smoothed along the row, even and odd columns
+    Lane* lowPanFull_[4];                    // mean pan at full size: even and odd columns of the two rows of blocks
+    Lane* full_[kChannels][2];               // smoothed differences of a row, even and odd columns
+    Lane* alternate_;                        // 0, -1, 0, -1 ...
+    int16_t* rows_[kChannels];               // red, green, blue of a finished row
+};
+
+// True when a gain brings every sample to 12 bits.
+bool AllClamp(const SimpleSettings& settings) {
+    return settings.panGain != 1.0 && settings.redGain != 1.0 && settings.greenGain != 1.0 && settings.blueGain != 1.0;
+}
+
+}  // namespace
+
+size_t SimpleScratchBytes(int W) {
+    return static_cast<size_t>(LaneStride(W)) * SimpleStrip<int32_t, true>::kScratchRows * sizeof(int32_t) +
+           static_cast<size_t>(ColourStride(W)) * kChannels * sizeof(int16_t);
+}
+
+void ReconstructSimpleStrip(const int16_t* mosaic, int W, int H, int y0, int y1, bool narrow,
+                            const SimpleSettings& settings, void* scratch, const ColourRowSink& sink) {
+    const bool filters = settings.impulseFilter || settings.panSmoothEnable || settings.colorSmoothEnable;
+    if (!narrow && !AllClamp(settings)) {
+        SimpleStrip<int32_t, true>(mosaic, W, H, settings, scratch, sink).Run(y0, y1);
+    } else if (filters) {
+        SimpleStrip<int16_t, true>(mosaic, W, H, settings, scratch, sink).Run(y0, y1);
+    } else {
+        SimpleStrip<int16_t, false>(mosaic, W, H, settings, scratch, sink).Run(y0, y1);
+    }
+}
+
+}  // namespace orv

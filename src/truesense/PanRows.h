@@ -1,0 +1,78 @@
+// Rows of a mosaic as lanes, and pan at the colour sites.
+//
+// A row of the plane is kept as two rows of lanes, pan samples and colour samples, so that no loop tests the cell. Pan
+// lane i is column 2i on even rows and 2i + 1 on odd rows; colour lane i is the other one of the pair. Lanes are
+// int16_t where all sums fit, int32_t else.
+#ifndef ORV_TRUESENSE_PANROWS_H
+#define ORV_TRUESENSE_PANROWS_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "component/Numeric.h"
+
+namespace orv {
+
+constexpr int kLanePad = 32;  // lanes before and after a row
+
+// Lanes from one row of a plane of `W` columns to the next, pads included; a multiple of a cache line.
+constexpr ptrdiff_t LaneStride(int W) { return (static_cast<ptrdiff_t>(W) / 2 + 2 * kLanePad + 31) / 32 * 32; }
+
+// The last `Rows` rows of a strip, a power of two.
+template <class Lane, int Rows>
+struct LineRing {
+    Lane* base = nullptr;
+    ptrdiff_t stride = 0;
+    Lane* operator[](int y) const { return base + (y & (Rows - 1)) * stride; }
+};
+
+// The casts keep the sums in lanes of their width.
+template <class Lane>
+ORV_ALWAYS_INLINE Lane Half(Lane a, Lane b) {
+    return static_cast<Lane>(static_cast<Lane>(a + b) >> 1);
+}
+
+template <class Lane>
+ORV_ALWAYS_INLINE Lane Quarter(Lane a, Lane b, Lane c, Lane d) {
+    return static_cast<Lane>(static_cast<Lane>(static_cast<Lane>(a + b) + static_cast<Lane>(c + d)) >> 2);
+}
+
+template <class Lane>
+ORV_ALWAYS_INLINE Lane Distance(Lane a, Lane b) {
+    const Lane low = a < b ? a : b;
+    const Lane high = a < b ? b : a;
+    return static_cast<Lane>(high - low);
+}
+
+// `row` of 2n samples to its even and odd columns.
+template <class Lane>
+void SplitRow(const int16_t* row, int n, Lane* even, Lane* odd);
+
+// Which pair of neighbours a colour site takes where both differ by the same.
+enum class PanTies {
+    Vertical,
+    OddRows  // the pair that lies on odd rows: vertical on even rows, horizontal on odd rows
+};
+
+// Pan lanes of row `y` and of its neighbours; at the rim of the plane the one neighbour stands for both. Of each row
+// the lanes 0 to n - 1 count; one lane beside them is read, too.
+template <class Lane>
+struct PanNeighbours {
+    const Lane* above;
+    const Lane* own;
+    const Lane* below;
+    int y;
+    bool rim;  // first or last row of the plane
+};
+
+// Pan at the `n` colour sites of a row, from two or more rows and lanes: the mean of the pair of neighbours that
+// differs less; at the rim of the plane the mean of what neighbours are there, with the inner one counted twice.
+template <PanTies Ties, class Lane>
+void CompletePanRow(const PanNeighbours<Lane>& sites, int n, Lane* pan);
+// The same, with the differences pan - colour.
+template <PanTies Ties, class Lane>
+void CompletePanRow(const PanNeighbours<Lane>& sites, const Lane* colour, int n, Lane* pan, Lane* diff);
+
+}  // namespace orv
+
+#endif
