@@ -10,8 +10,7 @@
 namespace orv {
 
 constexpr int kMaxRadius = 4;
-// Rows within reach, a power of two above 2 * kMaxRadius + 1.
-constexpr int kRing = 16;
+static_assert(kRing > 2 * kMaxRadius + 1, "rows within reach of a window, and one more");
 
 template <class T>
 class WindowSums;

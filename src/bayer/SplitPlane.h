@@ -56,15 +56,27 @@ public:
         half_[0].Create(rows, columns / 2);
         half_[1].Create(rows, columns / 2);
     }
-    RowArray<T>& Half(int q) { return half_[q]; }
-    const RowArray<T>& Half(int q) const { return half_[q]; }
     T* Row(int q, int r) { return half_[q][r]; }
     const T* Row(int q, int r) const { return half_[q][r]; }
-    T& At(int r, int c) { return half_[(r + c) & 1][r][c >> 1]; }
-    const T& At(int r, int c) const { return half_[(r + c) & 1][r][c >> 1]; }
 
 private:
     RowArray<T> half_[2];
+};
+
+// Rows that are in use at a time, a power of two.
+constexpr int kRing = 16;
+
+// The last rows of a SplitPlane: row r takes the place of row r - kRing.
+template <class T>
+class SplitRing {
+public:
+    void Create(int columns) { rows_.Create(kRing, columns); }
+    T* Row(int q, int r) { return rows_.Row(q, r & (kRing - 1)); }
+    const T* Row(int q, int r) const { return rows_.Row(q, r & (kRing - 1)); }
+    T& At(int r, int c) { return Row((r + c) & 1, r)[c >> 1]; }
+
+private:
+    SplitPlane<T> rows_;
 };
 
 }  // namespace orv
