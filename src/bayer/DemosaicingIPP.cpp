@@ -19,6 +19,9 @@ constexpr uint8_t kBlueOnEvenRows = 3;
 constexpr uint8_t kRedFirst = 4;
 constexpr uint8_t kBlueFirst = 5;
 
+// Bounds a sample of bytes before its low byte is stored: above all that comes out, below 2^15.
+constexpr int kMaxByteResult = 1023;
+
 int64_t RoundUpToEven(int size) { return static_cast<int64_t>(size) + (size & 1); }
 
 // Sites of the centre's checkerboard half in a window of half-width h.
@@ -126,7 +129,7 @@ void DemosaicingIPPOf<T>::CreatePlanes() {
     for (Pass* pass : {&green_, &diagonal_, &evenCross_, &oddCross_}) {
         pass->sums.Create(width_, height_);
         pass->area.Create(2 * kMaxScales, width_ / 2);
-        pass->lines.Create(kLines, width_ / 2);
+        pass->differences.Create(kLines, width_ / 2);
     }
     oddDiagonalSums_.Create(width_, height_);
     line_.Create(2, width_);
@@ -225,94 +228,85 @@ void DemosaicingIPPOf<T>::SplitRow(int r) {
     orv::SplitColumns<T>(mosaic_[r], width_ / 2, greenEven ? greenRow : colourRow, greenEven ? colourRow : greenRow);
 }
 
-// One scale of row r: sums of all sites to `a` and `b`, window areas to the area row of the scale.
+// Sums of all sites of row r to `a` and `b`, by scale, and window areas to the pass's area rows.
 template <class T>
-void DemosaicingIPPOf<T>::WindowRow(Pass& pass, Sums& sums, int r, int scale, Sum* a, Sum* b) {
+void DemosaicingIPPOf<T>::WindowRows(Pass& pass, Sums& sums, int r, Sum* const* a, Sum* const* b) {
     const int p = Parity(r, pass.q);
-    const int end = width_ / 2 - p;
-    const int radius = pass.radius << scale;
-    const int h = RowHalfWidth(r, radius, height_);
-    // Sites whose windows have the row's half-width.
-    const int k0 = std::min((h + 2 - p) >> 1, end);
-    const int k1 = std::max(((width_ - 2 - h - p) >> 1) + 1, k0);
-    if (k0 < k1) {
-        sums.Row(r, h, k0, orv::RoundUpToLanes(k0, k1), a, b);
-        if (p == 1) {
-            b[end] = 0;  // on the border
-        }
+    const int n = width_ / 2;
+    int halfWidths[kMaxScales];
+    for (int scale = 0; scale < pass.scales; ++scale) {
+        halfWidths[scale] = RowHalfWidth(r, pass.radius << scale, height_);
     }
-    Sum* area = pass.area[2 * scale + p];
-    const bool newArea = pass.areaHalfWidth[scale][p] != h;
-    pass.areaHalfWidth[scale][p] = h;
-    if (newArea) {
-        std::fill(area + k0, area + k1, static_cast<Sum>(WindowArea(h)));
+    // Low frames have windows of their own.
+    const bool regular = height_ >= 2 * orv::kMaxRadius + 2;
+    if (regular) {
+        sums.Rows(r, halfWidths, pass.scales, a, b);
+        b[0][p == 0 ? 0 : n - 1] = 0;  // on the border
     }
-    const auto site = [&](int k) {
-        const int c = 2 * k + p;
-        const int siteHalfWidth = HalfWidth(r, c, radius, width_, height_);
-        sums.Site(r, c, siteHalfWidth, a + k, b + k);
+    for (int scale = 0; scale < pass.scales; ++scale) {
+        const int radius = pass.radius << scale;
+        const int h = halfWidths[scale];
+        // Sites whose windows have the row's half-width.
+        const int end = n - p;
+        const int k0 = regular ? std::min((h + 2 - p) >> 1, end) : end;
+        const int k1 = regular ? std::max(((width_ - 2 - h - p) >> 1) + 1, k0) : end;
+        Sum* area = pass.area[2 * scale + p];
+        const bool newArea = pass.areaHalfWidth[scale][p] != h;
+        pass.areaHalfWidth[scale][p] = h;
         if (newArea) {
-            area[k] = static_cast<Sum>(WindowArea(siteHalfWidth));
+            std::fill(area + k0, area + k1, static_cast<Sum>(WindowArea(h)));
         }
-    };
-    for (int k = 1 - p; k < k0; ++k) {
-        site(k);
-    }
-    for (int k = k1; k < end; ++k) {
-        site(k);
+        const auto site = [&](int k) {
+            const int c = 2 * k + p;
+            const int siteHalfWidth = HalfWidth(r, c, radius, width_, height_);
+            sums.Site(r, c, siteHalfWidth, a[scale] + k, b[scale] + k);
+            if (newArea) {
+                area[k] = static_cast<Sum>(WindowArea(siteHalfWidth));
+            }
+        };
+        for (int k = 1 - p; k < k0; ++k) {
+            site(k);
+        }
+        for (int k = k1; k < end; ++k) {
+            site(k);
+        }
     }
 }
 
 template <class T>
-template <class Feed, class Line>
-void DemosaicingIPPOf<T>::RunRow(Kind kind, Pass& pass, int r, const Feed& feed, const Line& line, uint16_t* out) {
+template <class N, class Feed>
+bool DemosaicingIPPOf<T>::PrepareRow(Pass& pass, Sums& sums, int r, const Feed& feed, uint16_t* out,
+                                     orv::BlendArgs<Sum, N>* args) {
     if (r < 1 || r >= height_ - 1) {
-        return;
+        return false;
     }
     const int reach = pass.radius << (pass.scales - 1);
     for (; pass.fed <= std::min(r + reach, height_ - 1); ++pass.fed) {
         feed(pass.fed);
     }
-    for (; pass.lined <= r + 1; ++pass.lined) {
-        line(pass.lined, pass.lines[pass.lined % kLines]);
-    }
-    const int n = width_ / 2;
-    const int p = Parity(r, pass.q);
-    Sums& sums = kind == Kind::Diagonal && (r & 1) != 0 ? oddDiagonalSums_ : pass.sums;
-    orv::BlendArgs<Sum> args;
+    Sum* a[kMaxScales];
+    Sum* b[kMaxScales];
     for (int scale = 0; scale < pass.scales; ++scale) {
-        Sum* a = sumA_[scale];
-        Sum* b = scale == 0 ? kept_.Row(pass.q, r, sumB_[0]) : sumB_[scale];
-        WindowRow(pass, sums, r, scale, a, b);
-        args.scales[scale] = {a, b, pass.area[2 * scale + p]};
+        a[scale] = sumA_[scale];
+        b[scale] = scale == 0 ? kept_.Row(pass.q, r, sumB_[0]) : sumB_[scale];
+        args->scales[scale] = {a[scale], b[scale], pass.area[2 * scale + Parity(r, pass.q)]};
     }
-    const float* here = pass.lines[r % kLines] + p;
-    const float* up = pass.lines[(r - 1) % kLines];
-    const float* down = pass.lines[(r + 1) % kLines];
-    if (kind == Kind::Diagonal) {
-        args.a1 = down + p;
-        args.a2 = up + p - 1;
-        args.b1 = down + p - 1;
-        args.b2 = up + p;
-    } else {
-        args.a1 = here;
-        args.a2 = here - 1;
-        args.b1 = down;
-        args.b2 = up;
-    }
-    args.green = greenPlane_.Row(pass.q, r);
-    args.low = minValue_;
-    args.high = maxValue_;
-    args.mask = std::numeric_limits<T>::max();
-    args.k0 = 1 - p;
-    args.k1 = orv::RoundUpToLanes(1 - p, n - p);
-    args.out = out;
-    if (kind == Kind::Green) {
-        orv::BlendRow<Sum, typename Sums::Contrast, 2, false>(&args);
-    } else if (kind == Kind::Cross) {
-        orv::BlendRow<Sum, typename Sums::Contrast, 2, true>(&args);
-    } else {
-        orv::BlendRow<Sum, typename Sums::DiagonalContrast, kDiagonalScales, true>(&args);
+    WindowRows(pass, sums, r, a, b);
+    args->green = greenPlane_.Row(pass.q, r);
+    args->low = minValue_;
+    args->high = sizeof(T) == 1 ? std::min(maxValue_, kMaxByteResult) : maxValue_;
+    args->n = orv::RoundUpToLanes(width_ / 2);
+    args->out = out;
+    return true;
+}
+
+// Green less the colour of `plane` at the sites of half q, rows up to r + 1.
+template <class T>
+void DemosaicingIPPOf<T>::MakeDifferences(Pass& pass, int r, int q, const Plane& evenRows, const Plane& oddRows) {
+    for (; pass.lined <= r + 1; ++pass.lined) {
+        const int y = pass.lined;
+        orv::DifferenceRow<Difference>(greenPlane_.Row(q, y), ((y & 1) == 0 ? evenRows : oddRows).Row(q, y),
+                                       orv::RoundUpToLanes(width_ / 2), pass.differences[y % kLines]);
     }
 }
 
@@ -326,8 +320,8 @@ void DemosaicingIPPOf<T>::FeedCross(Sums& sums, const Plane& plane, int q, int r
         const uint16_t* row = plane.Row(1 - q, r) + p;
         auto* first = sums.NextFirst();
         auto* second = sums.NextSecond();
-        orv::GradientRow<typename Sums::Gradient>(row, row - 1, plane.Row(1 - q, r + 1), plane.Row(1 - q, r - 1), 1 - p,
-                                                  orv::RoundUpToLanes(1 - p, n - p), first, second);
+        orv::GradientRow<typename Sums::Gradient>(row, row - 1, plane.Row(1 - q, r + 1), plane.Row(1 - q, r - 1),
+                                                  orv::RoundUpToLanes(n), first, second);
         first[p == 0 ? 0 : n - 1] = second[p == 0 ? 0 : n - 1] = 0;
     }
     sums.Push(border, nullptr, leaks && !border ? kept_.Leak(1 - q, r) : nullptr);
@@ -336,12 +330,16 @@ void DemosaicingIPPOf<T>::FeedCross(Sums& sums, const Plane& plane, int q, int r
 template <class T>
 void DemosaicingIPPOf<T>::CalculateGreen(int r) {
     const int q = green_.q;
-    RunRow(
-        Kind::Green, green_, r, [&](int y) { FeedCross(green_.sums, greenPlane_, q, y, true); },
-        [&](int y, float* line) {
-            orv::SampleLine(greenPlane_.Row(1 - q, y), orv::RoundUpToLanes(0, width_ / 2), line);
-        },
-        greenPlane_.Row(q, r));
+    orv::BlendArgs<Sum, uint16_t> args;
+    const auto feed = [&](int y) { FeedCross(green_.sums, greenPlane_, q, y, true); };
+    if (PrepareRow(green_, green_.sums, r, feed, greenPlane_.Row(q, r), &args)) {
+        const uint16_t* here = greenPlane_.Row(1 - q, r) + Parity(r, q);
+        args.a1 = here;
+        args.a2 = here - 1;
+        args.b1 = greenPlane_.Row(1 - q, r + 1);
+        args.b2 = greenPlane_.Row(1 - q, r - 1);
+        orv::BlendRow<Sum, typename Sums::Contrast, uint16_t, 2, false>(&args);
+    }
     FillCrossBorder(greenPlane_, q, r);
 }
 
@@ -359,8 +357,7 @@ void DemosaicingIPPOf<T>::FeedDiagonal(int r) {
         Sums& sums = odd ? oddDiagonalSums_ : evenSums;
         auto* first = sums.NextFirst();
         auto* second = sums.NextSecond();
-        orv::GradientRow<typename Sums::Gradient>(down, up - 1, up, down - 1, 1 - p, orv::RoundUpToLanes(1 - p, n - p),
-                                                  first, second);
+        orv::GradientRow<typename Sums::Gradient>(down, up - 1, up, down - 1, orv::RoundUpToLanes(n), first, second);
         first[p == 0 ? 0 : n - 1] = second[p == 0 ? 0 : n - 1] = 0;
     }
     evenSums.Push(border || odd, nullptr, nullptr);
@@ -370,26 +367,37 @@ void DemosaicingIPPOf<T>::FeedDiagonal(int r) {
 template <class T>
 void DemosaicingIPPOf<T>::CalculateRedAndBlueComponentInitial(int r) {
     const int q = diagonal_.q;
-    RunRow(
-        Kind::Diagonal, diagonal_, r, [&](int y) { FeedDiagonal(y); },
-        [&](int y, float* line) {
-            orv::DifferenceLine(greenPlane_.Row(q, y), OwnColour(y).Row(q, y), orv::RoundUpToLanes(0, width_ / 2),
-                                line);
-        },
-        OwnColour(r + 1).Row(q, r));
+    orv::BlendArgs<Sum, Difference> args;
+    Sums& sums = (r & 1) == 0 ? diagonal_.sums : oddDiagonalSums_;
+    const auto feed = [&](int y) { FeedDiagonal(y); };
+    if (PrepareRow(diagonal_, sums, r, feed, OwnColour(r + 1).Row(q, r), &args)) {
+        MakeDifferences(diagonal_, r, q, evenRowPlane_, oddRowPlane_);
+        const int p = Parity(r, q);
+        const Difference* up = diagonal_.differences[(r - 1) % kLines] + p;
+        const Difference* down = diagonal_.differences[(r + 1) % kLines] + p;
+        args.a1 = down;
+        args.a2 = up - 1;
+        args.b1 = down - 1;
+        args.b2 = up;
+        orv::BlendRow<Sum, typename Sums::DiagonalContrast, Difference, kDiagonalScales, true>(&args);
+    }
     FillDiagonalBorder(r);
 }
 
 template <class T>
 void DemosaicingIPPOf<T>::CalculateRedOrBlueComponent(Pass& pass, Plane& plane, bool leaks, int r) {
     const int q = pass.q;
-    RunRow(
-        Kind::Cross, pass, r, [&](int y) { FeedCross(pass.sums, plane, q, y, leaks); },
-        [&](int y, float* line) {
-            orv::DifferenceLine(greenPlane_.Row(1 - q, y), plane.Row(1 - q, y), orv::RoundUpToLanes(0, width_ / 2),
-                                line);
-        },
-        plane.Row(q, r));
+    orv::BlendArgs<Sum, Difference> args;
+    const auto feed = [&](int y) { FeedCross(pass.sums, plane, q, y, leaks); };
+    if (PrepareRow(pass, pass.sums, r, feed, plane.Row(q, r), &args)) {
+        MakeDifferences(pass, r, 1 - q, plane, plane);
+        const Difference* here = pass.differences[r % kLines] + Parity(r, q);
+        args.a1 = here;
+        args.a2 = here - 1;
+        args.b1 = pass.differences[(r + 1) % kLines];
+        args.b2 = pass.differences[(r - 1) % kLines];
+        orv::BlendRow<Sum, typename Sums::Contrast, Difference, 2, true>(&args);
+    }
     FillCrossBorder(plane, q, r);
 }
 

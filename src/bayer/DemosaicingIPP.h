@@ -8,6 +8,7 @@
 #define ORV_BAYER_DEMOSAICINGIPP_H
 
 #include "OrvImage.h"
+#include "bayer/DemosaicingIPPRows.h"
 #include "bayer/DemosaicingIPPSums.h"
 #include "bayer/SplitPlane.h"
 
@@ -68,6 +69,7 @@ private:
     using Plane = orv::SplitRing<uint16_t>;
     using Sums = orv::WindowSums<T>;
     using Sum = typename Sums::Sum;
+    using Difference = typename Sums::Difference;
     static constexpr int kMaxScales = 3;
     // Radii of the diagonal pass: 2 and 4 for bytes, else 1, 2 and 4.
     static constexpr int kDiagonalRadius = sizeof(T) == 1 ? 2 : 1;
@@ -86,9 +88,9 @@ private:
     static constexpr int kLines = 4;
     struct Pass {
         int q, radius, scales;
-        // Rows that the sums have got, and those made of the sites' neighbours for the blend: the last few.
+        // Rows of gradients that the sums have got, and of differences to green there are: the last few.
         int fed, lined;
-        orv::RowArray<float> lines;
+        orv::RowArray<Difference> differences;
         Sums sums;  // of all rows; in the diagonal pass of the even ones
         // Sites per window, by scale and column parity of the sites, and the half-width of the row that they are for.
         orv::RowArray<Sum> area;
@@ -111,13 +113,12 @@ private:
     // After row r of the diagonal pass: borders of rows above it, and of the uppermost and the lowest row.
     void FillDiagonalBorder(int r);
 
-    // The window pass and the blend over the interior sites of row r. `feed(y)` hands gradient row y to the sums,
-    // `line(y, to)` makes the row of the sites' neighbours that the blend reads, and `out` is where the samples go.
-    // Border sites are left with anything.
-    enum class Kind { Green, Diagonal, Cross };
-    template <class Feed, class Line>
-    void RunRow(Kind kind, Pass& pass, int r, const Feed& feed, const Line& line, uint16_t* out);
-    void WindowRow(Pass& pass, Sums& sums, int r, int scale, Sum* a, Sum* b);
+    // For an interior row r: hands it the gradients that it wants, by `feed(y)`, runs the window pass, and names all
+    // but the neighbours of the blend that writes `out`. Border sites are left with anything.
+    template <class N, class Feed>
+    bool PrepareRow(Pass& pass, Sums& sums, int r, const Feed& feed, uint16_t* out, orv::BlendArgs<Sum, N>* args);
+    void WindowRows(Pass& pass, Sums& sums, int r, Sum* const* a, Sum* const* b);
+    void MakeDifferences(Pass& pass, int r, int q, const Plane& evenRows, const Plane& oddRows);
     void FeedCross(Sums& sums, const Plane& plane, int q, int r, bool leaks);
     void FeedDiagonal(int r);
 

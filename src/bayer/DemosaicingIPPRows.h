@@ -9,9 +9,9 @@ namespace orv {
 // Gradients of a row of sites: one across a1 and a2, one across b1 and b2.
 template <class G>
 ORV_ALWAYS_INLINE void GradientRowBody(const uint16_t* a1, const uint16_t* a2, const uint16_t* b1, const uint16_t* b2,
-                                       int k0, int k1, G* first, G* second) {
+                                       int n, G* first, G* second) {
 #pragma omp simd
-    for (int k = k0; k < k1; ++k) {
+    for (int k = 0; k < n; ++k) {
         // In 16-bit lanes.
         const uint16_t highA = a1[k] > a2[k] ? a1[k] : a2[k];
         const uint16_t lowA = a1[k] > a2[k] ? a2[k] : a1[k];
@@ -22,9 +22,9 @@ ORV_ALWAYS_INLINE void GradientRowBody(const uint16_t* a1, const uint16_t* a2, c
     }
 }
 ORV_ROW_TEMPLATE((class G), (G), GradientRow,
-                 (const uint16_t* a1, const uint16_t* a2, const uint16_t* b1, const uint16_t* b2, int k0, int k1,
-                  G* first, G* second),
-                 (a1, a2, b1, b2, k0, k1, first, second))
+                 (const uint16_t* a1, const uint16_t* a2, const uint16_t* b1, const uint16_t* b2, int n, G* first,
+                  G* second),
+                 (a1, a2, b1, b2, n, first, second))
 
 // Window sums of one scale in a row, and the number of sites in each window.
 template <class S>
@@ -34,19 +34,18 @@ struct ScaleRow {
     const S* area;
 };
 
-// One row of a pass.
-template <class S>
+// One row of a pass; N is the type of a neighbour.
+template <class S, class N>
 struct BlendArgs {
     ScaleRow<S> scales[3];
     // Two neighbours of each site along a, two along b: samples, or differences of green and colour.
-    const float* a1;
-    const float* a2;
-    const float* b1;
-    const float* b2;
+    const N* a1;
+    const N* a2;
+    const N* b1;
+    const N* b2;
     const uint16_t* green;
-    int low, high;
-    int mask;  // bits of a stored sample
-    int k0, k1;
+    int low, high;  // within 16 bits for sums of bytes
+    int n;
     uint16_t* out;
 };
 
@@ -58,17 +57,22 @@ struct BlendArgs {
 //
 // `Contrast` is float for sums that need a true division. Sums of bytes are compared by products instead: unequal
 // quotients differ by more than a division rounds. The integer type must hold sum times area.
-template <class S, class Contrast, int Scales, bool Difference>
-ORV_ALWAYS_INLINE void BlendRowBody(const BlendArgs<S>* args) {
-    const BlendArgs<S> row = *args;
+template <class S, class Contrast, class N, int Scales, bool Difference>
+ORV_ALWAYS_INLINE void BlendRowBody(const BlendArgs<S, N>* args) {
+    constexpr bool kBytes = sizeof(S) == 2;
+    const BlendArgs<S, N> row = *args;
     const ScaleRow<S> s0 = row.scales[0];
     const ScaleRow<S> s1 = row.scales[1];
     const ScaleRow<S> s2 = row.scales[Scales - 1];
+    const int16_t low16 = static_cast<int16_t>(row.low);
+    const int16_t high16 = static_cast<int16_t>(row.high);
 #pragma omp simd
-    for (int k = row.k0; k < row.k1; ++k) {
+    for (int k = 0; k < row.n; ++k) {
         float a = 0.0F;
         float b = 0.0F;
-        if constexpr (sizeof(S) == 2) {
+        float alongA = 0.0F;
+        float alongB = 0.0F;
+        if constexpr (kBytes) {
             const int16_t difference0 = static_cast<int16_t>(s0.a[k] - s0.b[k]);
             const int16_t difference1 = static_cast<int16_t>(s1.a[k] - s1.b[k]);
             const int16_t d0 = static_cast<int16_t>(difference0 < 0 ? -difference0 : difference0);
@@ -80,6 +84,8 @@ ORV_ALWAYS_INLINE void BlendRowBody(const BlendArgs<S>* args) {
             const uint16_t sumB = take ? s1.b[k] : s0.b[k];
             a = sumA;
             b = sumB;
+            alongA = static_cast<int16_t>(row.a1[k] + row.a2[k]);
+            alongB = static_cast<int16_t>(row.b1[k] + row.b2[k]);
         } else {
             const float contrast0 = __builtin_fabsf(s0.a[k] - s0.b[k]) / s0.area[k];
             const float contrast1 = __builtin_fabsf(s1.a[k] - s1.b[k]) / s1.area[k];
@@ -92,44 +98,48 @@ ORV_ALWAYS_INLINE void BlendRowBody(const BlendArgs<S>* args) {
                 a = best < contrast2 ? s2.a[k] : a;
                 b = best < contrast2 ? s2.b[k] : b;
             }
+            alongA = static_cast<float>(row.a1[k] + row.a2[k]);
+            alongB = static_cast<float>(row.b1[k] + row.b2[k]);
         }
         a *= a;
         b *= b;
         const float weightA = 1.0F / Fma(a, a, 1.0F);
         const float weightB = 1.0F / Fma(b, b, 1.0F);
-        const float alongA = row.a1[k] + row.a2[k];
-        const float alongB = row.b1[k] + row.b2[k];
         const float n = Fma(weightA, alongA, alongB * weightB);
         const float d = (2.0F * weightA + weightB) + weightB;  // 2 * weightA is exact
-        // A mean of neighbours; not-a-number when both weights vanish.
-        int v = TruncateSmallToInt32(n / d + 0.5F);
-        if (Difference) {
-            v = row.green[k] - v;
-            v = v > row.high ? row.high : v > row.low ? v : row.low;
+        const float mean = n / d + 0.5F;
+        if constexpr (kBytes) {
+            // A mean of bytes or of their differences: weights of such sums do not vanish.
+            int16_t v = static_cast<int16_t>(static_cast<int32_t>(mean));
+            if (Difference) {
+                v = static_cast<int16_t>(row.green[k] - v);
+                v = v > high16 ? high16 : v > low16 ? v : low16;
+            }
+            row.out[k] = static_cast<uint16_t>(v & 255);
+        } else {
+            // Not-a-number when both weights vanish.
+            int v = TruncateSmallToInt32(mean);
+            if (Difference) {
+                v = row.green[k] - v;
+                v = v > row.high ? row.high : v > row.low ? v : row.low;
+            }
+            row.out[k] = static_cast<uint16_t>(v);
         }
-        row.out[k] = static_cast<uint16_t>(v & row.mask);
     }
 }
-ORV_ROW_TEMPLATE((class S, class Contrast, int Scales, bool Difference), (S, Contrast, Scales, Difference), BlendRow,
-                 (const BlendArgs<S>* args), (args))
+ORV_ROW_TEMPLATE((class S, class Contrast, class N, int Scales, bool Difference), (S, Contrast, N, Scales, Difference),
+                 BlendRow, (const BlendArgs<S, N>* args), (args))
 
-// Samples, or green less colour.
-ORV_ALWAYS_INLINE void SampleLineBody(const uint16_t* samples, int n, float* line) {
+// Green less colour.
+template <class N>
+ORV_ALWAYS_INLINE void DifferenceRowBody(const uint16_t* green, const uint16_t* colour, int n, N* out) {
 #pragma omp simd
     for (int k = 0; k < n; ++k) {
-        line[k] = samples[k];
+        out[k] = static_cast<N>(green[k] - colour[k]);
     }
 }
-ORV_ROW_FUNCTION(SampleLine, (const uint16_t* samples, int n, float* line), (samples, n, line))
-
-ORV_ALWAYS_INLINE void DifferenceLineBody(const uint16_t* green, const uint16_t* colour, int n, float* line) {
-#pragma omp simd
-    for (int k = 0; k < n; ++k) {
-        line[k] = static_cast<float>(green[k] - colour[k]);
-    }
-}
-ORV_ROW_FUNCTION(DifferenceLine, (const uint16_t* green, const uint16_t* colour, int n, float* line),
-                 (green, colour, n, line))
+ORV_ROW_TEMPLATE((class N), (N), DifferenceRow, (const uint16_t* green, const uint16_t* colour, int n, N* out),
+                 (green, colour, n, out))
 
 // Splits a row into its even and its odd columns.
 template <class T>

@@ -25,6 +25,7 @@ public:
     // second row counts.
     using Contrast = int16_t;
     using DiagonalContrast = int32_t;
+    using Difference = int16_t;  // of two samples
     struct Kept {
         void Create(int, int) {}
         Sum* Row(int, int, Sum* scratch) const { return scratch; }
@@ -41,8 +42,9 @@ public:
     // Ends the next row: gradients stand at both places, or are all zero. The leaks do not exist at this width.
     void Push(bool zero, const float* leakAtSites, const float* leakBetween);
 
-    // Window sums of the sites [k0, k1) of row r, all of half-width h, windows within the frame.
-    void Row(int r, int h, int k0, int k1, Sum* a, Sum* b);
+    // Window sums of the sites of row r, by scale: half-widths `h`, none above twice the one before, as they are in
+    // frames of at least 2 * kMaxRadius + 2 rows. Anything where windows reach beyond a side.
+    void Rows(int r, const int* h, int scales, Sum* const* a, Sum* const* b);
     // Window sums of the site (r, c); the window may reach beyond the right and the lower edge.
     void Site(int r, int c, int h, Sum* a, Sum* b) const;
 
@@ -59,7 +61,8 @@ private:
     RowArray<Gradient> zero_;
     const Gradient* firstRows_[kRing] = {};
     const Gradient* secondRows_[kRing] = {};
-    RowArray<Gradient> column_;  // sums over the rows of a window at even and at odd distance
+    // Sums over the rows of a window at even distance, by scale, and at odd distance.
+    RowArray<Gradient> column_;
 };
 
 // 16-bit samples: differences of single-precision integral images. Integrals above 2^24 round, so their order of
@@ -71,6 +74,7 @@ public:
     using Sum = float;
     using Contrast = float;
     using DiagonalContrast = float;
+    using Difference = float;
 
     // One plane that is never cleared between passes or frames: second sums of the smallest window at the sites of the
     // last pass over a half, zero on the border and before the first.
@@ -90,7 +94,7 @@ public:
     // between the sites; null for zeros.
     void Push(bool zero, const float* leakAtSites, const float* leakBetween);
 
-    void Row(int r, int h, int k0, int k1, Sum* a, Sum* b);
+    void Rows(int r, const int* h, int scales, Sum* const* a, Sum* const* b);
     void Site(int r, int c, int h, Sum* a, Sum* b) const;
 
 private:
@@ -113,7 +117,7 @@ private:
             return row[x >> 1];
         }
         float Window(int top, int bottom, int left, int right) const;
-        void Row(int r, int h, int p, int k0, int k1, Sum* out) const;
+        void Row(int r, int h, int p, int n, Sum* out) const;
     };
 
     int width_ = 0;
