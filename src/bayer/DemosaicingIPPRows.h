@@ -21,10 +21,10 @@ ORV_ALWAYS_INLINE void GradientRowBody(const uint16_t* a1, const uint16_t* a2, c
         second[k] = static_cast<G>(static_cast<uint16_t>(highB - lowB));
     }
 }
-ORV_ROW_TEMPLATE((class G), (G), GradientRow,
-                 (const uint16_t* a1, const uint16_t* a2, const uint16_t* b1, const uint16_t* b2, int n, G* first,
-                  G* second),
-                 (a1, a2, b1, b2, n, first, second))
+ORV_ROW_TEMPLATE_WIDE((class G), (G), GradientRow,
+                      (const uint16_t* a1, const uint16_t* a2, const uint16_t* b1, const uint16_t* b2, int n, G* first,
+                       G* second),
+                      (a1, a2, b1, b2, n, first, second))
 
 // Window sums of one scale in a row, and the number of sites in each window.
 template <class S>
@@ -127,8 +127,8 @@ ORV_ALWAYS_INLINE void BlendRowBody(const BlendArgs<S, N>* args) {
         }
     }
 }
-ORV_ROW_TEMPLATE((class S, class Contrast, class N, int Scales, bool Difference), (S, Contrast, N, Scales, Difference),
-                 BlendRow, (const BlendArgs<S, N>* args), (args))
+ORV_ROW_TEMPLATE_WIDE((class S, class Contrast, class N, int Scales, bool Difference),
+                      (S, Contrast, N, Scales, Difference), BlendRow, (const BlendArgs<S, N>* args), (args))
 
 // Green less colour.
 template <class N>
@@ -138,8 +138,8 @@ ORV_ALWAYS_INLINE void DifferenceRowBody(const uint16_t* green, const uint16_t* 
         out[k] = static_cast<N>(green[k] - colour[k]);
     }
 }
-ORV_ROW_TEMPLATE((class N), (N), DifferenceRow, (const uint16_t* green, const uint16_t* colour, int n, N* out),
-                 (green, colour, n, out))
+ORV_ROW_TEMPLATE_WIDE((class N), (N), DifferenceRow, (const uint16_t* green, const uint16_t* colour, int n, N* out),
+                      (green, colour, n, out))
 
 // Splits a row into its even and its odd columns.
 template <class T>

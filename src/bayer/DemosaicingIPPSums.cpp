@@ -69,9 +69,10 @@ ORV_ALWAYS_INLINE void BoxRowsBody(const uint16_t* const* rows, int p, uint16_t*
         out1[k] = sum1;
     }
 }
-ORV_ROW_TEMPLATE((int H0, int H1, bool Both), (H0, H1, Both), BoxRows,
-                 (const uint16_t* const* rows, int p, uint16_t* const* column, int n, uint16_t* out0, uint16_t* out1),
-                 (rows, p, column, n, out0, out1))
+ORV_ROW_TEMPLATE_WIDE((int H0, int H1, bool Both), (H0, H1, Both), BoxRows,
+                      (const uint16_t* const* rows, int p, uint16_t* const* column, int n, uint16_t* out0,
+                       uint16_t* out1),
+                      (rows, p, column, n, out0, out1))
 
 // Near the upper and the lower edge both windows have the size of the smaller one.
 auto BoxRowsOf(int h0, int h1, bool bothParities) {

@@ -140,7 +140,8 @@ protected:
     void SetUp() override { orv::SetSimdLevel(GetParam()); }
     void TearDown() override { orv::SetSimdLevel(orv::BestSimdLevel()); }
 };
-INSTANTIATE_TEST_SUITE_P(Adaptive, Level, testing::Values(orv::SimdLevel::Baseline, orv::SimdLevel::Avx2));
+INSTANTIATE_TEST_SUITE_P(Adaptive, Level,
+                         testing::Values(orv::SimdLevel::Baseline, orv::SimdLevel::Avx2, orv::SimdLevel::Avx512));
 
 TEST_P(Level, SmallestFramesEqualTheReference) {
     for (int height = 1; height <= 13; ++height) {
