@@ -129,6 +129,7 @@ void DemosaicingIPPOf<T>::CreatePlanes() {
     for (Pass* pass : {&green_, &diagonal_, &evenCross_, &oddCross_}) {
         pass->sums.Create(width_, height_);
         pass->area.Create(2 * kMaxScales, width_ / 2);
+        pass->inverseArea.Create(2 * kMaxScales, width_ / 2);
         pass->differences.Create(kLines, width_ / 2);
     }
     oddDiagonalSums_.Create(width_, height_);
@@ -270,6 +271,12 @@ void DemosaicingIPPOf<T>::WindowRows(Pass& pass, Sums& sums, int r, Sum* const* 
         for (int k = k1; k < end; ++k) {
             site(k);
         }
+        if (newArea && sizeof(T) == 2) {
+            Sum* inverse = pass.inverseArea[2 * scale + p];
+            for (int k = 1 - p; k < end; ++k) {
+                inverse[k] = 1 / area[k];
+            }
+        }
     }
 }
 
@@ -289,7 +296,8 @@ bool DemosaicingIPPOf<T>::PrepareRow(Pass& pass, Sums& sums, int r, const Feed& 
     for (int scale = 0; scale < pass.scales; ++scale) {
         a[scale] = sumA_[scale];
         b[scale] = scale == 0 ? kept_.Row(pass.q, r, sumB_[0]) : sumB_[scale];
-        args->scales[scale] = {a[scale], b[scale], pass.area[2 * scale + Parity(r, pass.q)]};
+        const int areas = 2 * scale + Parity(r, pass.q);
+        args->scales[scale] = {a[scale], b[scale], pass.area[areas], pass.inverseArea[areas]};
     }
     WindowRows(pass, sums, r, a, b);
     args->green = greenPlane_.Row(pass.q, r);

@@ -26,12 +26,27 @@ ORV_ROW_TEMPLATE_WIDE((class G), (G), GradientRow,
                        G* second),
                       (a1, a2, b1, b2, n, first, second))
 
-// Window sums of one scale in a row, and the number of sites in each window.
+// x / area, rounded as a division does, from `inverse`, the rounded 1 / area. The area is odd and below 2^20, x is a
+// whole number.
+//
+// The first quotient is off by less than 2^-22 of x / area, so `rest` is exact: a multiple of the quotient's last
+// place, fewer than 4 * area of them. The sum is off by less than 2^-45 of x / area before it is rounded. That crosses
+// no m half way between two floats: m is an odd multiple of its last place, of 25 bits, and so is m * area, of 25 bits
+// or more. x has 24 bits, so it is a multiple of that place where it is near m * area, but never equal: the two are
+// apart by one place at least, which is more than 2^-45 of m * area.
+ORV_ALWAYS_INLINE float Quotient(float x, float area, float inverse) {
+    const float quotient = x * inverse;
+    const float rest = Fma(-area, quotient, x);
+    return Fma(rest, inverse, quotient);
+}
+
+// Window sums of one scale in a row, the number of sites in each window, and for sums in single precision its inverse.
 template <class S>
 struct ScaleRow {
     const S* a;
     const S* b;
     const S* area;
+    const S* inverse;
 };
 
 // One row of a pass; N is the type of a neighbour.
@@ -55,7 +70,7 @@ struct BlendArgs {
 // `Difference`: the mean is one of differences to green, and is taken off the site's green; the sample is bound to
 // [low, high]. Sums of two neighbours are exact in single precision.
 //
-// `Contrast` is float for sums that need a true division. Sums of bytes are compared by products instead: unequal
+// `Contrast` is float for sums that need a rounded quotient. Sums of bytes are compared by products instead: unequal
 // quotients differ by more than a division rounds. The integer type must hold sum times area.
 template <class S, class Contrast, class N, int Scales, bool Difference>
 ORV_ALWAYS_INLINE void BlendRowBody(const BlendArgs<S, N>* args) {
@@ -87,14 +102,14 @@ ORV_ALWAYS_INLINE void BlendRowBody(const BlendArgs<S, N>* args) {
             alongA = static_cast<int16_t>(row.a1[k] + row.a2[k]);
             alongB = static_cast<int16_t>(row.b1[k] + row.b2[k]);
         } else {
-            const float contrast0 = __builtin_fabsf(s0.a[k] - s0.b[k]) / s0.area[k];
-            const float contrast1 = __builtin_fabsf(s1.a[k] - s1.b[k]) / s1.area[k];
+            const float contrast0 = Quotient(__builtin_fabsf(s0.a[k] - s0.b[k]), s0.area[k], s0.inverse[k]);
+            const float contrast1 = Quotient(__builtin_fabsf(s1.a[k] - s1.b[k]), s1.area[k], s1.inverse[k]);
             const bool take = contrast0 < contrast1;
             a = take ? s1.a[k] : s0.a[k];
             b = take ? s1.b[k] : s0.b[k];
             if (Scales == 3) {
                 const float best = take ? contrast1 : contrast0;
-                const float contrast2 = __builtin_fabsf(s2.a[k] - s2.b[k]) / s2.area[k];
+                const float contrast2 = Quotient(__builtin_fabsf(s2.a[k] - s2.b[k]), s2.area[k], s2.inverse[k]);
                 a = best < contrast2 ? s2.a[k] : a;
                 b = best < contrast2 ? s2.b[k] : b;
             }

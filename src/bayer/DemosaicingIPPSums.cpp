@@ -148,16 +148,27 @@ void IntegralRowsOf(const IntegralRow* rows, int n, float* totals) {
     }
 }
 
-// One row where sums round: column by column.
-void IntegralRowInOrder(const IntegralRow& row, bool sitesEven, int n) {
-    const float* atEven = sitesEven ? row.sites : row.between;
-    const float* atOdd = sitesEven ? row.between : row.sites;
+// One row where sums round: column by column, but for zeros.
+template <bool AtEven, bool AtOdd>
+void IntegralColumns(const IntegralRow& row, const float* atEven, const float* atOdd, int n) {
     float sum = 0.0F;
     for (int k = 0; k < n; ++k) {
-        sum += atEven == nullptr ? 0.0F : atEven[k];
+        if (AtEven) {
+            sum += atEven[k];
+        }
         row.nextOdd[k] = row.aboveOdd[k] + sum;
-        sum += atOdd == nullptr ? 0.0F : atOdd[k];
+        if (AtOdd) {
+            sum += atOdd[k];
+        }
         row.nextEven[k + 1] = row.aboveEven[k + 1] + sum;
+    }
+}
+
+void IntegralRowInOrder(const IntegralRow& row, bool sitesEven, int n) {
+    if (row.between == nullptr) {
+        (sitesEven ? IntegralColumns<true, false> : IntegralColumns<false, true>)(row, row.sites, row.sites, n);
+    } else {
+        IntegralColumns<true, true>(row, sitesEven ? row.sites : row.between, sitesEven ? row.between : row.sites, n);
     }
 }
 
