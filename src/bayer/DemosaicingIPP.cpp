@@ -133,7 +133,6 @@ void DemosaicingIPPOf<T>::CreatePlanes() {
         pass->differences.Create(kLines, width_ / 2);
     }
     oddDiagonalSums_.Create(width_, height_);
-    line_.Create(2, width_);
     sumA_.Create(kMaxScales, width_ / 2);
     sumB_.Create(kMaxScales, width_ / 2);
 }
@@ -483,21 +482,23 @@ void DemosaicingIPPOf<T>::StoreRow(int r) {
         return;
     }
     const int even = Parity(r, 0);
-    const auto join = [&](const Plane& plane, T* to) {
-        orv::JoinColumns<T>(plane.Row(even, r), plane.Row(1 - even, r), width_ / 2, to);
-    };
-    T* green = mosaic_[r];
-    join(greenPlane_, green);
+    orv::JoinColumns<T>(greenPlane_.Row(even, r), greenPlane_.Row(1 - even, r), width_ / 2, mosaic_[r]);
     const int rows = destination_->height;
-    const int columns = destination_->width;
-    if (r >= rows || static_cast<int64_t>(rows) * destination_->stride < 1 || columns < 1) {
+    if (r >= rows || static_cast<int64_t>(rows) * destination_->stride < 1 || destination_->width < 1) {
         return;
     }
     const bool exchange = ExchangesOrder(destination_->pixelType);
-    join(exchange ? oddRowPlane_ : evenRowPlane_, line_[0]);
-    join(exchange ? evenRowPlane_ : oddRowPlane_, line_[1]);
+    const Plane* const planes[] = {exchange ? &oddRowPlane_ : &evenRowPlane_, &greenPlane_,
+                                   exchange ? &evenRowPlane_ : &oddRowPlane_};
+    orv::PackArgs<T> args;
+    for (int i = 0; i < 3; ++i) {
+        args.even[i] = planes[i]->Row(even, r);
+        args.odd[i] = planes[i]->Row(1 - even, r);
+    }
+    args.n = destination_->width;
     const ptrdiff_t step = destination_->stride / static_cast<int>(sizeof(T));
-    orv::PackRow<T>(line_[0], green, line_[1], columns, static_cast<T*>(destination_->data) + r * step);
+    args.out = static_cast<T*>(destination_->data) + r * step;
+    orv::PackRow(&args);
 }
 
 template class DemosaicingIPPOf<uint8_t>;

@@ -146,7 +146,6 @@ private:
     Pass evenCross_;
     Pass oddCross_;
 
-    orv::RowArray<T> line_;
     orv::RowArray<Sum> sumA_;
     orv::RowArray<Sum> sumB_;
 };

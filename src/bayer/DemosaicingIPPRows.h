@@ -2,6 +2,10 @@
 #ifndef ORV_BAYER_DEMOSAICINGIPPROWS_H
 #define ORV_BAYER_DEMOSAICINGIPPROWS_H
 
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
 #include "component/Simd.h"
 
 namespace orv {
@@ -179,18 +183,106 @@ ORV_ALWAYS_INLINE void JoinColumnsBody(const uint16_t* even, const uint16_t* odd
 ORV_ROW_TEMPLATE((class T), (T), JoinColumns, (const uint16_t* even, const uint16_t* odd, int n, T* row),
                  (even, odd, n, row))
 
-// Three planes into packed pixels.
+// A row of pixels from its even and its odd columns, by channel.
 template <class T>
-ORV_ALWAYS_INLINE void PackRowBody(const T* first, const T* second, const T* third, int n, T* out) {
-#pragma omp simd
-    for (int x = 0; x < n; ++x) {
-        out[3 * x] = first[x];
-        out[3 * x + 1] = second[x];
-        out[3 * x + 2] = third[x];
+struct PackArgs {
+    const uint16_t* even[3];
+    const uint16_t* odd[3];
+    int n;
+    T* out;
+};
+
+// From pixel x on, an even one.
+template <class T>
+ORV_ALWAYS_INLINE void PackFrom(int x, const PackArgs<T>& row) {
+    for (; x < row.n; ++x) {
+        const uint16_t* const* planes = (x & 1) == 0 ? row.even : row.odd;
+        for (int i = 0; i < 3; ++i) {
+            row.out[3 * x + i] = static_cast<T>(planes[i][x >> 1]);
+        }
     }
 }
-ORV_ROW_TEMPLATE((class T), (T), PackRow, (const T* first, const T* second, const T* third, int n, T* out),
-                 (first, second, third, n, out))
+
+template <class T>
+ORV_ALWAYS_INLINE void PackRowBody(const PackArgs<T>* args) {
+    PackFrom(0, *args);
+}
+
+#if defined(__x86_64__)
+// By hand: the compiler takes three times as many shuffles.
+
+// Three rows of words taken in turn, in each 128-bit lane: the first, second and third eight words of its 24. Word j of
+// row i belongs at 3 * j + i, which is one place of eight each, so that one shuffle per row and blends do.
+struct Turns {
+    __m256i first, second, third;
+};
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE Turns TakeInTurn(__m256i a, __m256i b, __m256i c) {
+    a = _mm256_shuffle_epi8(
+        a, _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 6, 7, 12, 13, 2, 3, 8, 9, 14, 15, 4, 5, 10, 11)));
+    b = _mm256_shuffle_epi8(
+        b, _mm256_broadcastsi128_si256(_mm_setr_epi8(10, 11, 0, 1, 6, 7, 12, 13, 2, 3, 8, 9, 14, 15, 4, 5)));
+    c = _mm256_shuffle_epi8(
+        c, _mm256_broadcastsi128_si256(_mm_setr_epi8(4, 5, 10, 11, 0, 1, 6, 7, 12, 13, 2, 3, 8, 9, 14, 15)));
+    return {_mm256_blend_epi16(_mm256_blend_epi16(a, b, 0x92), c, 0x24),
+            _mm256_blend_epi16(_mm256_blend_epi16(c, a, 0x92), b, 0x24),
+            _mm256_blend_epi16(_mm256_blend_epi16(b, c, 0x92), a, 0x24)};
+}
+
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i LoadWords(const uint16_t* from) {
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
+}
+template <int Lanes>
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void StoreLanes(void* to, __m256i a, __m256i b) {
+    _mm256_storeu_si256(static_cast<__m256i*>(to), _mm256_permute2x128_si256(a, b, Lanes));
+}
+constexpr int kLowLow = 0x20;
+constexpr int kLowHigh = 0x30;
+constexpr int kHighHigh = 0x31;
+
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackRowBodyAvx2(const PackArgs<uint8_t>* args) {
+    const PackArgs<uint8_t> row = *args;
+    int x = 0;
+    for (; x + 32 <= row.n; x += 32) {
+        const int k = x / 2;
+        // Two pixels are three words.
+        const __m256i a = _mm256_or_si256(LoadWords(row.even[0] + k), _mm256_slli_epi16(LoadWords(row.even[1] + k), 8));
+        const __m256i b = _mm256_or_si256(LoadWords(row.even[2] + k), _mm256_slli_epi16(LoadWords(row.odd[0] + k), 8));
+        const __m256i c = _mm256_or_si256(LoadWords(row.odd[1] + k), _mm256_slli_epi16(LoadWords(row.odd[2] + k), 8));
+        const Turns t = TakeInTurn(a, b, c);
+        StoreLanes<kLowLow>(row.out + 3 * x, t.first, t.second);
+        StoreLanes<kLowHigh>(row.out + 3 * x + 32, t.third, t.first);
+        StoreLanes<kHighHigh>(row.out + 3 * x + 64, t.second, t.third);
+    }
+    PackFrom(x, row);
+}
+
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackRowBodyAvx2(const PackArgs<uint16_t>* args) {
+    const PackArgs<uint16_t> row = *args;
+    int x = 0;
+    for (; x + 32 <= row.n; x += 32) {
+        __m256i low[3];   // pixels 0 to 7 and 16 to 23
+        __m256i high[3];  // 8 to 15 and 24 to 31
+        for (int i = 0; i < 3; ++i) {
+            const __m256i even = LoadWords(row.even[i] + x / 2);
+            const __m256i odd = LoadWords(row.odd[i] + x / 2);
+            low[i] = _mm256_unpacklo_epi16(even, odd);
+            high[i] = _mm256_unpackhi_epi16(even, odd);
+        }
+        const Turns l = TakeInTurn(low[0], low[1], low[2]);
+        const Turns h = TakeInTurn(high[0], high[1], high[2]);
+        uint16_t* out = row.out + 3 * x;
+        StoreLanes<kLowLow>(out, l.first, l.second);
+        StoreLanes<kLowLow>(out + 16, l.third, h.first);
+        StoreLanes<kLowLow>(out + 32, h.second, h.third);
+        StoreLanes<kHighHigh>(out + 48, l.first, l.second);
+        StoreLanes<kHighHigh>(out + 64, l.third, h.first);
+        StoreLanes<kHighHigh>(out + 80, h.second, h.third);
+    }
+    PackFrom(x, row);
+}
+#endif
+ORV_ROW_FUNCTION_TUNED(PackRow, (const PackArgs<uint8_t>* args), (args))
+ORV_ROW_FUNCTION_TUNED(PackRow, (const PackArgs<uint16_t>* args), (args))
 
 }  // namespace orv
 
