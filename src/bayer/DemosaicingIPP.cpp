@@ -22,6 +22,10 @@ constexpr uint8_t kBlueFirst = 5;
 // Bounds a sample of bytes before its low byte is stored: above all that comes out, below 2^15.
 constexpr int kMaxByteResult = 1023;
 
+// Images of this size are written past the caches, which they would not fit in beside the planes at work: that spares
+// reading what is overwritten.
+constexpr int64_t kStreamedBytes = 4 << 20;
+
 int64_t RoundUpToEven(int size) { return static_cast<int64_t>(size) + (size & 1); }
 
 // Sites of the centre's checkerboard half in a window of half-width h.
@@ -498,7 +502,8 @@ void DemosaicingIPPOf<T>::StoreRow(int r) {
     args.n = destination_->width;
     const ptrdiff_t step = destination_->stride / static_cast<int>(sizeof(T));
     args.out = static_cast<T*>(destination_->data) + r * step;
-    orv::PackRow(&args);
+    args.stream = static_cast<int64_t>(rows) * destination_->stride >= kStreamedBytes;
+    orv::PackRow<T>(&args);
 }
 
 template class DemosaicingIPPOf<uint8_t>;

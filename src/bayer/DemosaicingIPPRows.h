@@ -190,6 +190,7 @@ struct PackArgs {
     const uint16_t* odd[3];
     int n;
     T* out;
+    bool stream;  // past the caches where that is possible
 };
 
 // From pixel x on, an even one.
@@ -231,58 +232,65 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE Turns TakeInTurn(__m256i a, __m256i b, __m256i
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i LoadWords(const uint16_t* from) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
 }
-template <int Lanes>
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void StoreLanes(void* to, __m256i a, __m256i b) {
-    _mm256_storeu_si256(static_cast<__m256i*>(to), _mm256_permute2x128_si256(a, b, Lanes));
-}
-constexpr int kLowLow = 0x20;
-constexpr int kLowHigh = 0x30;
-constexpr int kHighHigh = 0x31;
-
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackRowBodyAvx2(const PackArgs<uint8_t>* args) {
-    const PackArgs<uint8_t> row = *args;
-    int x = 0;
-    for (; x + 32 <= row.n; x += 32) {
-        const int k = x / 2;
-        // Two pixels are three words.
-        const __m256i a = _mm256_or_si256(LoadWords(row.even[0] + k), _mm256_slli_epi16(LoadWords(row.even[1] + k), 8));
-        const __m256i b = _mm256_or_si256(LoadWords(row.even[2] + k), _mm256_slli_epi16(LoadWords(row.odd[0] + k), 8));
-        const __m256i c = _mm256_or_si256(LoadWords(row.odd[1] + k), _mm256_slli_epi16(LoadWords(row.odd[2] + k), 8));
-        const Turns t = TakeInTurn(a, b, c);
-        StoreLanes<kLowLow>(row.out + 3 * x, t.first, t.second);
-        StoreLanes<kLowHigh>(row.out + 3 * x + 32, t.third, t.first);
-        StoreLanes<kHighHigh>(row.out + 3 * x + 64, t.second, t.third);
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void StoreWords(__m128i words, void* to, bool stream) {
+    if (stream) {
+        _mm_stream_si128(static_cast<__m128i*>(to), words);
+    } else {
+        _mm_storeu_si128(static_cast<__m128i*>(to), words);
     }
-    PackFrom(x, row);
+}
+// One lane after the other.
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void StoreTurns(const Turns& t, uint8_t* low, uint8_t* high, bool stream) {
+    StoreWords(_mm256_castsi256_si128(t.first), low, stream);
+    StoreWords(_mm256_castsi256_si128(t.second), low + 16, stream);
+    StoreWords(_mm256_castsi256_si128(t.third), low + 32, stream);
+    StoreWords(_mm256_extracti128_si256(t.first, 1), high, stream);
+    StoreWords(_mm256_extracti128_si256(t.second, 1), high + 16, stream);
+    StoreWords(_mm256_extracti128_si256(t.third, 1), high + 32, stream);
 }
 
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackRowBodyAvx2(const PackArgs<uint16_t>* args) {
-    const PackArgs<uint16_t> row = *args;
+// 32 pixels from x on.
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackPixels(const PackArgs<uint8_t>& row, int x, bool stream) {
+    // Two pixels are three words.
+    const int k = x / 2;
+    const __m256i a = _mm256_or_si256(LoadWords(row.even[0] + k), _mm256_slli_epi16(LoadWords(row.even[1] + k), 8));
+    const __m256i b = _mm256_or_si256(LoadWords(row.even[2] + k), _mm256_slli_epi16(LoadWords(row.odd[0] + k), 8));
+    const __m256i c = _mm256_or_si256(LoadWords(row.odd[1] + k), _mm256_slli_epi16(LoadWords(row.odd[2] + k), 8));
+    uint8_t* out = row.out + 3 * x;
+    StoreTurns(TakeInTurn(a, b, c), out, out + 48, stream);
+}
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackPixels(const PackArgs<uint16_t>& row, int x, bool stream) {
+    __m256i low[3];   // pixels 0 to 7 and 16 to 23
+    __m256i high[3];  // 8 to 15 and 24 to 31
+    for (int i = 0; i < 3; ++i) {
+        const __m256i even = LoadWords(row.even[i] + x / 2);
+        const __m256i odd = LoadWords(row.odd[i] + x / 2);
+        low[i] = _mm256_unpacklo_epi16(even, odd);
+        high[i] = _mm256_unpackhi_epi16(even, odd);
+    }
+    uint8_t* out = reinterpret_cast<uint8_t*>(row.out + 3 * x);
+    StoreTurns(TakeInTurn(low[0], low[1], low[2]), out, out + 96, stream);
+    StoreTurns(TakeInTurn(high[0], high[1], high[2]), out + 48, out + 144, stream);
+}
+
+template <class T>
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackRowBodyAvx2(const PackArgs<T>* args) {
+    const PackArgs<T> row = *args;
     int x = 0;
-    for (; x + 32 <= row.n; x += 32) {
-        __m256i low[3];   // pixels 0 to 7 and 16 to 23
-        __m256i high[3];  // 8 to 15 and 24 to 31
-        for (int i = 0; i < 3; ++i) {
-            const __m256i even = LoadWords(row.even[i] + x / 2);
-            const __m256i odd = LoadWords(row.odd[i] + x / 2);
-            low[i] = _mm256_unpacklo_epi16(even, odd);
-            high[i] = _mm256_unpackhi_epi16(even, odd);
+    if (row.stream && reinterpret_cast<uintptr_t>(row.out) % 16 == 0) {
+        for (; x + 32 <= row.n; x += 32) {
+            PackPixels(row, x, true);
         }
-        const Turns l = TakeInTurn(low[0], low[1], low[2]);
-        const Turns h = TakeInTurn(high[0], high[1], high[2]);
-        uint16_t* out = row.out + 3 * x;
-        StoreLanes<kLowLow>(out, l.first, l.second);
-        StoreLanes<kLowLow>(out + 16, l.third, h.first);
-        StoreLanes<kLowLow>(out + 32, h.second, h.third);
-        StoreLanes<kHighHigh>(out + 48, l.first, l.second);
-        StoreLanes<kHighHigh>(out + 64, l.third, h.first);
-        StoreLanes<kHighHigh>(out + 80, h.second, h.third);
+        _mm_sfence();
+    } else {
+        for (; x + 32 <= row.n; x += 32) {
+            PackPixels(row, x, false);
+        }
     }
     PackFrom(x, row);
 }
 #endif
-ORV_ROW_FUNCTION_TUNED(PackRow, (const PackArgs<uint8_t>* args), (args))
-ORV_ROW_FUNCTION_TUNED(PackRow, (const PackArgs<uint16_t>* args), (args))
+ORV_ROW_TEMPLATE_TUNED((class T), (T), PackRow, (const PackArgs<T>* args), (args))
 
 }  // namespace orv
 
