@@ -193,7 +193,7 @@ int DemosaicingIPPOf<T>::Calculate() {
     Start(green_, q, true, 1, 2);
     // Rows of one parity have gradients of their own; the other parity's rows count as zero.
     Start(diagonal_, q, false, kDiagonalRadius, kDiagonalScales);
-    oddDiagonalSums_.Start(q, false);
+    oddDiagonalSums_.Start(q, orv::kMaxRadius, false);
     Start(evenCross_, 1 - q, true, 1, 2);
     Start(oddCross_, 1 - q, true, 1, 2);
     // Every pass follows the one before as closely as the rows that it reads allow: see the header.
@@ -220,7 +220,7 @@ void DemosaicingIPPOf<T>::Start(Pass& pass, int q, bool bothParities, int radius
     for (auto& halfWidths : pass.areaHalfWidth) {
         halfWidths[0] = halfWidths[1] = -1;
     }
-    pass.sums.Start(q, bothParities);
+    pass.sums.Start(q, radius << (scales - 1), bothParities);
 }
 
 // One row of the mosaic: green pixels to the green plane, the others to the plane of the row's colour.

@@ -196,7 +196,7 @@ void WindowSums<uint8_t>::Create(int width, int height) {
     column_.Create(3, width / 2);
 }
 
-void WindowSums<uint8_t>::Start(int q, bool bothParities) {
+void WindowSums<uint8_t>::Start(int q, int, bool bothParities) {
     q_ = q;
     bothParities_ = bothParities;
     next_ = 0;
@@ -252,9 +252,10 @@ void WindowSums<uint16_t>::Integral::Create(int width, int frameHeight) {
     odd.Create(kRing, width / 2 + 1);
 }
 
-void WindowSums<uint16_t>::Integral::Start() {
+void WindowSums<uint16_t>::Integral::Start(int reach) {
     // Row 0 is zero. The first element of every even row stays so.
     slot = 0;
+    slots = 2 * reach + 2;
     evenRows[0] = even[0];
     oddRows[0] = odd[0];
 }
@@ -266,7 +267,7 @@ void WindowSums<uint16_t>::Integral::Repeat(int y) {
 
 void WindowSums<uint16_t>::Integral::Next(int y, float** nextEven, float** nextOdd) {
     // Slot 0 keeps the zeros of row 0.
-    slot = slot % (kRing - 1) + 1;
+    slot = slot % slots + 1;
     evenRows[(y + 1) % kRing] = *nextEven = even[slot];
     oddRows[(y + 1) % kRing] = *nextOdd = odd[slot];
 }
@@ -295,11 +296,11 @@ void WindowSums<uint16_t>::Create(int width, int height) {
     gradients_.Create(2, width / 2);
 }
 
-void WindowSums<uint16_t>::Start(int q, bool) {
+void WindowSums<uint16_t>::Start(int q, int reach, bool) {
     q_ = q;
     next_ = 0;
-    first_.Start();
-    second_.Start();
+    first_.Start(reach);
+    second_.Start(reach);
 }
 
 void WindowSums<uint16_t>::Push(bool zero, const float* leakAtSites, const float* leakBetween) {

@@ -33,8 +33,9 @@ public:
     };
 
     void Create(int width, int height);
-    // Starts a pass over half `q`. `bothParities`: rows at an odd distance count too, otherwise they are all zero.
-    void Start(int q, bool bothParities);
+    // Starts a pass over half `q` with windows of half-widths up to `reach`. `bothParities`: rows at an odd distance
+    // count too, otherwise they are all zero.
+    void Start(int q, int reach, bool bothParities);
 
     // Where the next row's gradients go, at the index of their sites.
     Gradient* NextFirst() { return first_[next_ % kRing]; }
@@ -86,7 +87,7 @@ public:
     };
 
     void Create(int width, int height);
-    void Start(int q, bool bothParities);
+    void Start(int q, int reach, bool bothParities);
 
     Gradient* NextFirst() { return gradients_[0]; }
     Gradient* NextSecond() { return gradients_[1]; }
@@ -105,10 +106,11 @@ private:
         const float* evenRows[kRing];
         const float* oddRows[kRing];
         int slot;
+        int slots;  // as few as windows need, which keeps them in the cache
         int height;
 
         void Create(int width, int frameHeight);
-        void Start();
+        void Start(int reach);
         // Row y + 1 as row y, or new.
         void Repeat(int y);
         void Next(int y, float** nextEven, float** nextOdd);
