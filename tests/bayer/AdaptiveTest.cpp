@@ -175,6 +175,16 @@ TEST(Adaptive, BoundsFollowTheBitDepthAlone) {
     }
 }
 
+TEST(Adaptive, QuotientsRoundAsDivisions) {
+    for (const float area : {1.0F, 5.0F, 13.0F, 25.0F, 41.0F}) {
+        EXPECT_EQ(orv::Quotient(0, area, 1 / area), 0);
+        for (int mantissa = 1 << 23; mantissa < 1 << 24; mantissa += 3) {
+            const auto x = static_cast<float>(mantissa);
+            ASSERT_EQ(orv::Quotient(x, area, 1 / area), x / area) << x << ' ' << area;
+        }
+    }
+}
+
 // The order of additions that the engine and the reference keep is that of cv::integral.
 TEST(Adaptive, ReferenceIntegralsAreThoseOfOpenCv) {
     const int width = 613;
