@@ -4,6 +4,7 @@
 
 #include "component/Simd.h"
 #include "truesense/PanRows.h"
+#include "truesense/StripStages.h"
 
 namespace orv {
 
@@ -110,9 +111,13 @@ ORV_ROW_TEMPLATE((class Lane, bool Odd), (Lane, Odd), ColourRimRow,
                   int16_t* colour),
                  (pan, diff, panInner, diffInner, n, colour))
 
-constexpr int kRingRows = 8;  // a row is last read 6 rows after it was made
+// Rows that the stages after the first reach up and down.
+constexpr int kPanReach = 1;
+constexpr int kSeedReach = 2;
+constexpr int kChromaReach = 2;
+constexpr int kColourReach = 1;
+constexpr int kRingRows = RingRowsFor(kPanReach, kSeedReach, kChromaReach, kColourReach);
 constexpr int kRings = 8;
-constexpr int kHalo = 6;
 
 // Samples from one finished row to the next.
 ptrdiff_t ColourStride(int W) { return (static_cast<ptrdiff_t>(W) + 63) / 32 * 32; }
@@ -143,27 +148,12 @@ public:
         }
     }
 
-    void Run(int y0, int y1) {
-        const auto within = [this, y0, y1](int y, int halo) {
-            return y >= std::max(0, y0 - halo) && y < std::min(H_, y1 + halo);
-        };
-        for (int t = std::max(0, y0 - kHalo); t < y1 + kHalo; ++t) {
-            if (within(t, kHalo)) {
-                Split(t);
-            }
-            if (within(t - 1, 5)) {
-                FillPan(t - 1);
-            }
-            if (within(t - 3, 3)) {
-                Seed(t - 3);
-            }
-            if (within(t - 5, 1)) {
-                CalculateBlueOrRedComponentFast1(t - 5);
-            }
-            if (within(t - 6, 0)) {
-                Finish(t - 6);
-            }
-        }
+    void Run(int y0, int y1) const {
+        RunStages(y0, y1, H_, StripStage{0, [this](int y) { Split(y); }},
+                  StripStage{kPanReach, [this](int y) { FillPan(y); }},
+                  StripStage{kSeedReach, [this](int y) { Seed(y); }},
+                  StripStage{kChromaReach, [this](int y) { CalculateBlueOrRedComponentFast1(y); }},
+                  StripStage{kColourReach, [this](int y) { Finish(y); }});
     }
 
 private:
