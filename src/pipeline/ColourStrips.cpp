@@ -7,12 +7,11 @@
 #endif
 
 #include "pipeline/Arithmetic.h"
+#include "truesense/PanRows.h"
 
 namespace orv {
 
 namespace {
-
-ORV_ALWAYS_INLINE int32_t Select(int32_t mask, int32_t a, int32_t b) { return (mask & a) | (~mask & b); }
 
 // Columns [1, n - 1) of one row of the mosaic, filled along the row: `chroma` red or blue, `green` the other.
 // `greenSites` has all bits at green sites.
@@ -282,9 +281,7 @@ public:
           lines_(W_, &cutter),
           color_(*frame.color, y0 / 2 - kHalo, y1 / 2 + kHalo, &cutter),
           pan_(*frame.pan, y0 / 2 - kHalo, y1 / 2 + kHalo, &cutter) {
-        for (int x = 0; x <= n_; ++x) {
-            lines_.greenSites[x] = -(x & 1);
-        }
+        FillAlternate(n_ + 1, lines_.greenSites);
     }
 
     void Run() const {

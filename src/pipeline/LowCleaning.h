@@ -6,7 +6,7 @@
 #define ORV_PIPELINE_LOWCLEANING_H
 
 #include "pipeline/KodakLikeSettings.h"
-#include "pipeline/Lines.h"
+#include "component/Lines.h"
 
 namespace orv {
 

@@ -12,7 +12,7 @@
 #define ORV_PIPELINE_PANSTRIPS_H
 
 #include "pipeline/KodakLikeSettings.h"
-#include "pipeline/Lines.h"
+#include "component/Lines.h"
 
 namespace orv {
 

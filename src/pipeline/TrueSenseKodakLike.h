@@ -12,7 +12,7 @@
 
 #include "component/WorkerScratch.h"
 #include "pipeline/KodakLikeSettings.h"
-#include "pipeline/Lines.h"
+#include "component/Lines.h"
 #include "pipeline/LowCleaning.h"
 #include "truesense/TrueSenseEngine.h"
 
