@@ -2,10 +2,6 @@
 
 #include <algorithm>
 
-#if defined(__x86_64__)
-#include <immintrin.h>
-#endif
-
 #include "component/Lines.h"
 #include "component/Simd.h"
 #include "pipeline/Arithmetic.h"
@@ -180,8 +176,7 @@ ORV_ALWAYS_INLINE void CorrectFrom(ColourLanes<Lane> in, const float* m, int i, 
             const float b = Bounded(pan, in.diff[2][column][i]);
             for (int k = 0; k < kChannels; ++k) {
                 const float* row = m + 3 * k;
-                const float t = Fma(row[2], b, Fma(row[0], r, row[1] * g));
-                out[k][2 * i + column] = static_cast<int16_t>(TruncateClamped(t, 0.0F, 4095.0F));
+                out[k][2 * i + column] = static_cast<int16_t>(Mix(r, g, b, row[0], row[1], row[2]));
             }
         }
     }
@@ -218,17 +213,9 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE Sixteen LoadSums(ColourLanes<int16_t> in, int 
     return sums;
 }
 
-// Not-a-number passes the bound; like everything below the range of int32 it converts to the least int32, which the
-// unsigned packing takes to 0.
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i CorrectSixteen(const Sixteen& s, const __m256* row) {
-    __m256i t[2];
-    for (int half = 0; half < 2; ++half) {
-        const __m256 green = _mm256_mul_ps(row[1], s.channel[1][half]);
-        const __m256 sum =
-            _mm256_fmadd_ps(row[2], s.channel[2][half], _mm256_fmadd_ps(row[0], s.channel[0][half], green));
-        t[half] = _mm256_cvttps_epi32(_mm256_min_ps(_mm256_set1_ps(4095.0F), sum));
-    }
-    return _mm256_packus_epi32(t[0], t[1]);
+    return PackTruncated(MixEight(s.channel[0][0], s.channel[1][0], s.channel[2][0], row),
+                         MixEight(s.channel[0][1], s.channel[1][1], s.channel[2][1], row), _mm256_set1_ps(4095.0F));
 }
 
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void CorrectLanes(ColourLanes<int16_t> in, const __m256* m, int i,

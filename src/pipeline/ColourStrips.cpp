@@ -2,10 +2,6 @@
 
 #include <algorithm>
 
-#if defined(__x86_64__)
-#include <immintrin.h>
-#endif
-
 #include "pipeline/Arithmetic.h"
 #include "truesense/PanRows.h"
 
@@ -128,30 +124,25 @@ ORV_ALWAYS_INLINE void DetailRowOfBody(const DetailRow& row, float maxSharpen, i
 }
 
 #if defined(__x86_64__)
-// By hand, since the compiler keeps the comparisons of a bound apart from its selections. Lines are read and written in
-// full vectors; what stands behind n does not count.
+// Lines are read and written in full vectors; what stands behind n does not count.
 
-// Truncated between 0 and `high`. Not-a-number passes the bound; like everything below the range of int32 it converts
-// to the least int32, which the unsigned packing takes to 0.
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i PackTruncated(__m256 first, __m256 second, __m256 high) {
-    const __m256i packed = _mm256_packus_epi32(_mm256_cvttps_epi32(_mm256_min_ps(high, first)),
-                                               _mm256_cvttps_epi32(_mm256_min_ps(high, second)));
-    return _mm256_permute4x64_epi64(packed, 0xD8);
+// PackTruncated in the order of the pixels.
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i PackInOrder(__m256 first, __m256 second, __m256 high) {
+    return _mm256_permute4x64_epi64(PackTruncated(first, second, high), 0xD8);
 }
 
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void MixRowBodyAvx2(const float* red, const float* green, const float* blue,
                                                       const float* matrix, int n, int16_t* out) {
-    const __m256 kr = _mm256_set1_ps(matrix[0]), kg = _mm256_set1_ps(matrix[1]), kb = _mm256_set1_ps(matrix[2]);
+    const __m256 factors[3] = {_mm256_set1_ps(matrix[0]), _mm256_set1_ps(matrix[1]), _mm256_set1_ps(matrix[2])};
     const __m256 high = _mm256_set1_ps(4095.0F);
     for (int x = 0; x < n; x += 16) {
         __m256 mixed[2];
         for (int k = 0; k < 2; ++k) {
             const int at = x + 8 * k;
-            const __m256 plain = _mm256_mul_ps(_mm256_load_ps(green + at), kg);
             mixed[k] =
-                _mm256_fmadd_ps(_mm256_load_ps(blue + at), kb, _mm256_fmadd_ps(_mm256_load_ps(red + at), kr, plain));
+                MixEight(_mm256_load_ps(red + at), _mm256_load_ps(green + at), _mm256_load_ps(blue + at), factors);
         }
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + x), PackTruncated(mixed[0], mixed[1], high));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + x), PackInOrder(mixed[0], mixed[1], high));
     }
 }
 
@@ -182,7 +173,7 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void DetailRowOfBodyAvx2(const DetailRow& row,
             value[k] = _mm256_fmadd_ps(FloatsOf(noise, k), _mm256_load_ps(in.restore + at),
                                        _mm256_mul_ps(FloatsOf(excess, k), gain));
         }
-        _mm256_store_si256(reinterpret_cast<__m256i*>(detail + x), PackTruncated(value[0], value[1], high));
+        _mm256_store_si256(reinterpret_cast<__m256i*>(detail + x), PackInOrder(value[0], value[1], high));
     }
 }
 #endif
