@@ -5,6 +5,7 @@
 #include "component/Lines.h"
 #include "component/Simd.h"
 #include "pipeline/Arithmetic.h"
+#include "truesense/DifferenceRows.h"
 #include "truesense/PanRows.h"
 
 namespace orv {
@@ -96,27 +97,6 @@ ORV_ALWAYS_INLINE void LowRowBody(BlockRow<Lane> in, int n, Lane* diff, Lane* pa
     }
 }
 ORV_ROW_TEMPLATE((class Lane), (Lane), LowRow, (BlockRow<Lane> in, int n, Lane* diff, Lane* pan), (in, n, diff, pan))
-
-// A row of the half-size mosaic completed. `own` is the one of red and blue that the row has, at the sites where
-// `ownSites` has all bits, `other` the one that the rows above and below have. On the first and last row both stand
-// for the same row, and green takes no part from it.
-template <class Lane, bool Rim>
-ORV_ALWAYS_INLINE void DifferenceRowBody(const Lane* up, const Lane* middle, const Lane* down, const Lane* ownSites,
-                                         int n, Lane* own, Lane* green, Lane* other) {
-#pragma omp simd
-    for (int i = 0; i < n; ++i) {
-        const Lane across = Half(middle[i - 1], middle[i + 1]);
-        const Lane above = Select(ownSites[i], Half(up[i - 1], up[i + 1]), up[i]);
-        const Lane below = Select(ownSites[i], Half(down[i - 1], down[i + 1]), down[i]);
-        own[i] = Select(ownSites[i], middle[i], across);
-        green[i] = Select(ownSites[i], Rim ? across : Blend(up[i], across, down[i]), middle[i]);
-        other[i] = Half(above, below);
-    }
-}
-ORV_ROW_TEMPLATE((class Lane, bool Rim), (Lane, Rim), DifferenceRow,
-                 (const Lane* up, const Lane* middle, const Lane* down, const Lane* ownSites, int n, Lane* own,
-                  Lane* green, Lane* other),
-                 (up, middle, down, ownSites, n, own, green, other))
 
 // The row of full size behind `low`, smoothed along the row: even and odd columns.
 template <class Lane>
@@ -271,7 +251,8 @@ struct StripLines {
     Lines<Lane> lowColorDiff;          // colour - pan
     Lines<Lane> filtered;              // the same without impulses
     Lines<Lane> lowPan;                // mean pan
-    Lines<Lane> low[kChannels];        // differences of red, green, blue
+    Lines<Lane> chroma, along;         // filled along rows: the one of red and blue on the row, green
+    Lines<Lane> low[kChannels];        // differences of red, green, blue; of red or blue, whichever is not in `chroma`
     Lines<Lane> smooth[kChannels][2];  // the same smoothed along the row, even and odd columns
     Lines<Lane> panSmooth[2];          // mean pan smoothed along the row, even and odd columns
     Lane* lowPanFull[4];               // mean pan at full size: even and odd columns of the two rows of blocks
@@ -288,6 +269,8 @@ struct StripLines {
         lowColorDiff = cutter->Ring<Lane>(filters ? 8 : 4, n);
         filtered = cutter->Ring<Lane>(filters ? 8 : 1, n);
         lowPan = cutter->Ring<Lane>(filters ? 8 : 2, n);
+        chroma = cutter->Ring<Lane>(4, n);
+        along = cutter->Ring<Lane>(4, n);
         const int lowRows = filters ? 4 : 1;
         for (int channel = 0; channel < kChannels; ++channel) {
             low[channel] = cutter->Ring<Lane>(lowRows, n);
@@ -409,44 +392,36 @@ private:
         LowRow<Lane>(blocks, n_, lines_.lowColorDiff[l], lines_.lowPan[l]);
     }
 
-    // The differences that the completion reads, with the missing neighbours beside the row.
+    // The differences that the completion reads, filled along the row.
     void CalculateImpulseFilter(int l) const {
-        Lane* row = lines_.lowColorDiff[l];
+        const Lane* diff = lines_.lowColorDiff[l];
         if (impulseFilter_) {
-            row = lines_.filtered[l];
+            Lane* row = lines_.filtered[l];
+            diff = row;
             std::copy(lines_.lowColorDiff[l], lines_.lowColorDiff[l] + n_, row);
             if (l >= kRadius && l < lowH_ - kRadius) {
                 ClipRow<Lane>(lines_.lowColorDiff[l - kRadius], lines_.lowColorDiff[l - 1], lines_.lowColorDiff[l],
                               lines_.lowColorDiff[l + 1], lines_.lowColorDiff[l + kRadius], kRadius, n_, row);
             }
         }
-        row[-1] = row[1];
-        row[n_] = row[last_ - 1];
+        FillAlongRow(diff, l, n_, lines_.alternate, lines_.chroma[l], lines_.along[l]);
     }
 
-    const Lines<Lane>& Differences() const { return impulseFilter_ ? lines_.filtered : lines_.lowColorDiff; }
+    // Finished differences of a row of blocks.
+    Lane* Difference(int channel, int l) const {
+        return channel == (Odd(l) ? 0 : 2) ? lines_.chroma[l] : lines_.low[channel][l];
+    }
 
     void LowColorDiffUpSample(int l) const {
-        const Lines<Lane>& diff = Differences();
-        const Lane* up = diff[Above(l)];
-        const Lane* middle = diff[l];
-        const Lane* down = diff[Below(l, lowH_)];
-        Lane* own = lines_.low[Odd(l) ? 0 : 2][l];
-        Lane* other = lines_.low[Odd(l) ? 2 : 0][l];
-        Lane* green = lines_.low[1][l];
-        const Lane* ownSites = lines_.alternate + (Odd(l) ? 0 : 1);
-        // At the end without a neighbour green has only the others, of which a corner has one.
-        const int end = Odd(l) ? last_ : 0;
-        if (l == 0 || l == lowH_ - 1) {
-            DifferenceRow<Lane, true>(up, middle, down, ownSites, n_, own, green, other);
-            green[end] = Half(up[end], middle[Odd(l) ? last_ - 1 : 1]);
-        } else {
-            DifferenceRow<Lane, false>(up, middle, down, ownSites, n_, own, green, other);
-            green[end] = Half(up[end], down[end]);
-        }
+        const int up = Above(l);
+        const int down = Below(l, lowH_);
+        const Lines<Lane>& along = lines_.along;
+        FillOtherChroma(lines_.chroma[up], lines_.chroma[down], n_, Difference(Odd(l) ? 2 : 0, l));
+        FillGreen(along[up], along[l], along[down], l, l == 0 || l == lowH_ - 1, n_, lines_.alternate,
+                  Difference(1, l));
         if (colorSmoothEnable_) {
             for (int channel = 0; channel < kChannels; ++channel) {
-                SmoothRow(lines_.low[channel][l], lines_.smooth[channel][0][l], lines_.smooth[channel][1][l]);
+                SmoothRow(Difference(channel, l), lines_.smooth[channel][0][l], lines_.smooth[channel][1][l]);
             }
         }
     }
@@ -483,7 +458,7 @@ private:
         for (int channel = 0; channel < kChannels; ++channel) {
             for (int column = 0; column < 2; ++column) {
                 const Lane*& diff = lanes.diff[channel][column];
-                diff = lines_.low[channel][y >> 1];
+                diff = Difference(channel, y >> 1);
                 if (colorSmoothEnable_) {
                     SmoothColumns(lines_.smooth[channel][column], y, lines_.full[channel][column]);
                     diff = lines_.full[channel][column];
