@@ -1,6 +1,7 @@
 // Frames one after another through one component or one direct function: each comes out as if it were the first.
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <memory>
 
 #include "OrvTrueSense.h"
@@ -188,6 +189,8 @@ TEST(TrueSenseDirect, Refusals) {
     EXPECT_EQ(0x80060007U, convert(source.Data(), whole, 9, 0, 4));
     EXPECT_EQ(0x80060008U, convert(nullptr, whole, 8, 0, 0));
     EXPECT_EQ(0x80060009U, convert(source.Data(), {0, 0, -1, 8}, 8, 0, 0));
+    // With the grid the plane would be wider than an int counts.
+    EXPECT_EQ(0x80060009U, convert(source.Data(), {0, 0, std::numeric_limits<int>::max(), 1}, 8, 3, 1));
 
     EXPECT_EQ(0x80060007U, TrueSenseToColor(nullptr, &result.record, &param, 0, false));
     EXPECT_EQ(0x80060007U, TrueSenseToColor(&source.record, nullptr, &param, 0, false));
