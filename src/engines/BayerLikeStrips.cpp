@@ -5,6 +5,7 @@
 #include "component/Lines.h"
 #include "component/Simd.h"
 #include "truesense/PanRows.h"
+#include "truesense/StripStages.h"
 
 namespace orv {
 
@@ -98,9 +99,8 @@ ORV_ALWAYS_INLINE void ColourRowBody(const Lane* between, const Lane* evenPan, c
 ORV_ROW_FUNCTION(ColourRow, (const Lane* between, const Lane* evenPan, const Lane* oddPan, int n, int16_t* colour),
                  (between, evenPan, oddPan, n, colour))
 
-constexpr int kPlaneRows = 8;  // rings of rows of the plane: a row is split 6 rows before it is finished
-constexpr int kLowRows = 4;    // rings of rows of the half-size mosaic
-constexpr int kHalo = 3;       // rows of the half-size mosaic
+constexpr int kLowRows = RingRowsFor(1, 1, 1);  // rings of rows of the half-size mosaic
+constexpr int kPlaneRows = 2 * kLowRows;        // rings of rows of the plane
 
 struct StripLines {
     Lines<Lane> panSites;    // pan samples of the mosaic
@@ -138,29 +138,26 @@ public:
 
     // Rows [first, end) of the half-size mosaic, two rows of the plane each.
     void Run(int first, int end) {
-        const auto within = [this, first, end](int y, int halo) {
-            return y >= std::max(0, first - halo) && y < std::min(h_, end + halo);
+        const auto split = [this](int l) {
+            Split(2 * l);
+            Split(2 * l + 1);
         };
-        for (int t = std::max(0, first - kHalo); t < end + kHalo; ++t) {
-            if (within(t, kHalo)) {
-                Split(2 * t);
-                Split(2 * t + 1);
+        const auto average = [this](int l) {
+            CompletePan(2 * l);
+            CompletePan(2 * l + 1);
+            Average(l);
+        };
+        const auto demosaic = [this](int l) {
+            if (l == Inner(l)) {
+                Demosaic(l);
             }
-            if (within(t - 1, 2)) {
-                CompletePan(2 * t - 1);
-                Average(t - 1);
-            }
-            if (within(t, 2)) {
-                CompletePan(2 * t);
-            }
-            if (within(t - 2, 1) && t - 2 == Inner(t - 2)) {
-                Demosaic(t - 2);
-            }
-            if (within(t - 3, 0)) {
-                Finish(2 * (t - 3));
-                Finish(2 * (t - 3) + 1);
-            }
-        }
+        };
+        const auto finish = [this](int l) {
+            Finish(2 * l);
+            Finish(2 * l + 1);
+        };
+        RunStages(first, end, h_, StripStage{0, split}, StripStage{1, average}, StripStage{1, demosaic},
+                  StripStage{1, finish});
     }
 
 private:

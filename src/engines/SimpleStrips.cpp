@@ -7,6 +7,7 @@
 #include "pipeline/Arithmetic.h"
 #include "truesense/DifferenceRows.h"
 #include "truesense/PanRows.h"
+#include "truesense/StripStages.h"
 
 namespace orv {
 
@@ -315,39 +316,26 @@ public:
     }
 
     void Run(int y0, int y1) {
-        const int l0 = y0 / 2;
-        const int l1 = y1 / 2;
+        const auto balance = [this](int l) {
+            CalculateWhiteBalance(2 * l);
+            CalculateWhiteBalance(2 * l + 1);
+        };
+        const auto makeLow = [this](int l) {
+            InterpolatePanFast(2 * l);
+            InterpolatePanFast(2 * l + 1);
+            GenerateLow(l);
+        };
+        const auto finish = [this](int l) {
+            LowPanUpSample(l);
+            ColorCorrection(2 * l);
+            ColorCorrection(2 * l + 1);
+        };
         const int filter = impulseFilter_ ? kRadius : 0;
         const int smooth = panSmoothEnable_ || colorSmoothEnable_ ? 1 : 0;
-        const auto within = [this, l0, l1](int l, int halo) {
-            return l >= std::max(0, l0 - halo) && l < std::min(lowH_, l1 + halo);
-        };
-        // Each stage follows the one before at the distance that its neighbours need.
-        const int halo = smooth + 1 + filter + 1;
-        for (int t = std::max(0, l0 - halo); t < l1 + halo; ++t) {
-            if (within(t, halo)) {
-                CalculateWhiteBalance(2 * t);
-                CalculateWhiteBalance(2 * t + 1);
-            }
-            if (within(t - 1, halo - 1)) {
-                InterpolatePanFast(2 * t - 2);
-                InterpolatePanFast(2 * t - 1);
-                GenerateLow(t - 1);
-            }
-            const int filtered = t - 1 - filter;
-            if (within(filtered, smooth + 1)) {
-                CalculateImpulseFilter(filtered);
-            }
-            if (within(filtered - 1, smooth)) {
-                LowColorDiffUpSample(filtered - 1);
-            }
-            const int finished = filtered - 1 - smooth;
-            if (within(finished, 0)) {
-                LowPanUpSample(finished);
-                ColorCorrection(2 * finished);
-                ColorCorrection(2 * finished + 1);
-            }
-        }
+        // Rows of blocks.
+        RunStages(y0 / 2, y1 / 2, lowH_, StripStage{0, balance}, StripStage{1, makeLow},
+                  StripStage{filter, [this](int l) { CalculateImpulseFilter(l); }},
+                  StripStage{1, [this](int l) { LowColorDiffUpSample(l); }}, StripStage{smooth, finish});
     }
 
 private:
