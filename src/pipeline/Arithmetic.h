@@ -19,9 +19,11 @@ ORV_ALWAYS_INLINE T Max(T a, T b) {
     return a > b ? a : b;
 }
 
-// Table entries one by one: faster than gathered ones on processors that guard against data sampling.
+// Table entries one by one: faster than gathered ones on processors that guard against data sampling. Not inlined:
+// where the compiler sees that the lines lie apart it takes vectors of places to pieces, which is slower. `entries` may
+// be `places`.
 template <class T>
-inline void LookUp(const T* table, const int16_t* places, int n, T* entries) {
+__attribute__((noinline)) void LookUp(const T* table, const int16_t* places, int n, T* entries) {
     int x = 0;
     for (; x < n - 3; x += 4) {
         const T four[4] = {table[places[x]], table[places[x + 1]], table[places[x + 2]], table[places[x + 3]]};
@@ -56,6 +58,16 @@ ORV_ALWAYS_INLINE void ClipRowBody(const T* up, const T* nearUp, const T* mid, c
 ORV_ROW_TEMPLATE((class T), (T), ClipRow,
                  (const T* up, const T* nearUp, const T* mid, const T* nearDown, const T* down, int s, int w, T* out),
                  (up, nearUp, mid, nearDown, down, s, w, out))
+
+// The gamma code of a 16.16 value. Rounding down agrees with rounding toward zero, since nothing below 0 remains.
+ORV_ALWAYS_INLINE int16_t CodeOf(int32_t value) { return static_cast<int16_t>(Clamp(value >> 16, 0, 1023)); }
+ORV_ALWAYS_INLINE void CodesOfRowBody(const int32_t* row, int n, int16_t* codes) {
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        codes[x] = CodeOf(row[x]);
+    }
+}
+ORV_ROW_FUNCTION(CodesOfRow, (const int32_t* row, int n, int16_t* codes), (row, n, codes))
 
 // How much pan changes along one direction: from a Laplacian and a gradient, wrapped at 16 bits.
 ORV_ALWAYS_INLINE int16_t Activity(int laplacian, int gradient) {
@@ -115,6 +127,14 @@ void BuildThresholdTable(float sigma, float gain, NoiseLine line, uint16_t* tabl
         table[code] =
             static_cast<uint16_t>(Max(Abs(code - Linear12toGamma10[lower]), Abs(Linear12toGamma10[upper] - code)));
     }
+}
+
+// How much of the difference from its surroundings sharpening gives to a pixel: what its edge response exceeds the
+// threshold by, nothing for not-a-number, no edge over a threshold of 0.
+ORV_ALWAYS_INLINE float SharpenGain(int edge, float threshold, float maxSharpen) {
+    float gain = static_cast<float>(edge) / threshold - 1.0F;
+    gain = gain > 0.0F ? gain : 0.0F;
+    return gain > maxSharpen ? maxSharpen : gain;
 }
 
 // Tables of the sharpener over the first Codes gamma codes. Real is the precision of the parameters.
