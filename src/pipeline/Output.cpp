@@ -3,90 +3,74 @@
 
 #include "pipeline/Arithmetic.h"
 #include "pipeline/Filters.h"
+#include "pipeline/MixRow.h"
 
 using orv::Abs;
 using orv::Clamp;
 using orv::Elements;
 using orv::Fma;
-using orv::Mix;
+using orv::LookUp;
 using orv::TruncateClamped;
 
 namespace {
 
-// Pixels that the row functions take through their local lines at a time.
-constexpr int kChunk = 256;
+// Pixels that the row functions take through local lines at a time.
+constexpr int kChunk = 512;
 
-struct Matrix {
-    float RR, RG, RB, GR, GG, GB, BR, BG, BB;
-};
-
-ORV_ALWAYS_INLINE float LinearOf(int pan, int diff, const int32_t* linearTable) {
-    return static_cast<float>(linearTable[Clamp((pan + diff) / 65536, 0, 1023)]);
-}
-
-// n pixels, at most kChunk.
-ORV_ALWAYS_INLINE void CorrectRowBody(const int* planeR, const int* planeG, const int* planeB, const int* panUp, int n,
-                                      const Matrix& matrix, const int32_t* linearTable, const unsigned char* tone,
-                                      unsigned char* rgb) {
-    const Matrix m = matrix;
-    int line[3][kChunk];
+ORV_ALWAYS_INLINE void ColorCodeRowBody(const int* pan, const int* diff, int n, int16_t* code) {
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
-        const float r = LinearOf(panUp[x], planeR[x], linearTable);
-        const float g = LinearOf(panUp[x], planeG[x], linearTable);
-        const float b = LinearOf(panUp[x], planeB[x], linearTable);
-        line[0][x] = Mix(r, g, b, m.RR, m.RG, m.RB);
-        line[1][x] = Mix(r, g, b, m.GR, m.GG, m.GB);
-        line[2][x] = Mix(r, g, b, m.BR, m.BG, m.BB);
-    }
-    for (int x = 0; x < n; ++x) {
-        rgb[3 * x] = tone[line[0][x]];
-        rgb[3 * x + 1] = tone[line[1][x]];
-        rgb[3 * x + 2] = tone[line[2][x]];
+        code[x] = orv::CodeOf(pan[x] + diff[x]);
     }
 }
-ORV_ROW_FUNCTION(CorrectRow,
-                 (const int* planeR, const int* planeG, const int* planeB, const int* panUp, int n,
-                  const Matrix& matrix, const int32_t* linearTable, const unsigned char* tone, unsigned char* rgb),
-                 (planeR, planeG, planeB, panUp, n, matrix, linearTable, tone, rgb))
+ORV_ROW_FUNCTION(ColorCodeRow, (const int* pan, const int* diff, int n, int16_t* code), (pan, diff, n, code))
 
 // Over an 8-bit tone, which is read as the gamma code of the same number.
-using SharpenTables = orv::SharpenTables<256>;
+constexpr int kTones = 256;
+using SharpenTables = orv::SharpenTables<kTones>;
 
-// Takes the noisy and the cleaned pan to tones and loads the planes of the edge filters with the cleaned one.
-ORV_ALWAYS_INLINE void ToneRowBody(short* fullPan, int* panUp, int n, const int32_t* toneOfGamma, short* edgeA,
-                                   short* edgeB, int* lowpass) {
+// Loads the planes of the edge filters with the cleaned pan as tones.
+ORV_ALWAYS_INLINE void SpreadRowBody(const short* tone, int n, int* panUp, short* edge, int* lowpass) {
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
-        const int t = toneOfGamma[Clamp(panUp[x] / 65536, 0, 1023)];
-        fullPan[x] = static_cast<short>(toneOfGamma[fullPan[x]]);
-        panUp[x] = t;
-        edgeA[x] = static_cast<short>(t);
-        edgeB[x] = static_cast<short>(t);
-        lowpass[x] = t * 65536;
+        panUp[x] = tone[x];
+        edge[x] = tone[x];
+        lowpass[x] = tone[x] * 65536;
     }
 }
-ORV_ROW_FUNCTION(ToneRow,
-                 (short* fullPan, int* panUp, int n, const int32_t* toneOfGamma, short* edgeA, short* edgeB,
-                  int* lowpass),
-                 (fullPan, panUp, n, toneOfGamma, edgeA, edgeB, lowpass))
+ORV_ROW_FUNCTION(SpreadRow, (const short* tone, int n, int* panUp, short* edge, int* lowpass),
+                 (tone, n, panUp, edge, lowpass))
+
+// Places in the tables of the sharpener.
+ORV_ALWAYS_INLINE void PlaceRowBody(const int* tone, const int* lowpass, int n, int16_t* ofTone, int16_t* ofLowpass) {
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        ofTone[x] = static_cast<int16_t>(Clamp(tone[x], 0, kTones - 1));
+        ofLowpass[x] = static_cast<int16_t>(Clamp(lowpass[x] >> 16, 0, kTones - 1));
+    }
+}
+ORV_ROW_FUNCTION(PlaceRow, (const int* tone, const int* lowpass, int n, int16_t* ofTone, int16_t* ofLowpass),
+                 (tone, lowpass, n, ofTone, ofLowpass))
+
+// What the sharpener knows of a row: planes, and entries of its tables.
+struct DetailRow {
+    const short* fullPan;  // tones of pan with its noise
+    const int* tone;       // of cleaned pan
+    const int* lowpass;    // of its surroundings, 16.16
+    const short *edgeA, *edgeB;
+    const float *threshold, *restore;
+};
 
 // n pixels, at most kChunk.
-ORV_ALWAYS_INLINE void SharpenRowBody(const short* fullPan, const int* tone, const short* edgeA, const short* edgeB,
-                                      const int* lowpass, int n, const SharpenTables& tables, float maxSharpen,
-                                      unsigned char* rgb) {
-    const float* threshold = tables.threshold;
-    const float* noiseRestore = tables.noiseRestore;
+ORV_ALWAYS_INLINE void SharpenRowBody(const DetailRow& row, int n, float maxSharpen, unsigned char* rgb) {
+    const DetailRow in = row;
     float detail[3 * kChunk];
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
-        const int t = tone[x];
-        const int lp = lowpass[x] / 65536;
-        float gain = static_cast<float>(Abs(edgeA[x]) + Abs(edgeB[x])) / threshold[Clamp(lp, 0, 255)] - 1.0F;
-        gain = gain > 0.0F ? gain : 0.0F;  // not-a-number too: no edge over a threshold of 0
-        gain = gain > maxSharpen ? maxSharpen : gain;
-        const float d =
-            Fma(static_cast<float>(fullPan[x] - t), noiseRestore[Clamp(t, 0, 255)], static_cast<float>(t - lp) * gain);
+        const int t = in.tone[x];
+        const float gain = orv::SharpenGain(Abs(in.edgeA[x]) + Abs(in.edgeB[x]), in.threshold[x], maxSharpen);
+        const float d = Fma(static_cast<float>(in.fullPan[x] - t), in.restore[x],
+                            static_cast<float>(t - in.lowpass[x] / 65536) * gain);
         detail[3 * x] = d;
         detail[3 * x + 1] = d;
         detail[3 * x + 2] = d;
@@ -96,10 +80,8 @@ ORV_ALWAYS_INLINE void SharpenRowBody(const short* fullPan, const int* tone, con
         rgb[k] = static_cast<unsigned char>(TruncateClamped(static_cast<float>(rgb[k]) + detail[k], 0.0F, 255.0F));
     }
 }
-ORV_ROW_FUNCTION(SharpenRow,
-                 (const short* fullPan, const int* tone, const short* edgeA, const short* edgeB, const int* lowpass,
-                  int n, const SharpenTables& tables, float maxSharpen, unsigned char* rgb),
-                 (fullPan, tone, edgeA, edgeB, lowpass, n, tables, maxSharpen, rgb))
+ORV_ROW_FUNCTION(SharpenRow, (const DetailRow& row, int n, float maxSharpen, unsigned char* rgb),
+                 (row, n, maxSharpen, rgb))
 
 }  // namespace
 
@@ -110,11 +92,28 @@ int Alg_ColorCorrection(int* planeR, int* planeG, int* planeB, int* panUp, int w
     for (int i = 0; i < 4096; ++i) {
         tone[i] = static_cast<unsigned char>(toneTable[i]);
     }
-    const Matrix matrix = {RR, RG, RB, GR, GG, GB, BR, BG, BB};
+    float linearTable[1024];
+    std::copy(Gamma10toLinear12, Gamma10toLinear12 + 1024, linearTable);
+    const int* const diffs[3] = {planeR, planeG, planeB};
+    const float matrix[3][3] = {{RR, RG, RB}, {GR, GG, GB}, {BR, BG, BB}};
+    int16_t code[kChunk], mixed[3][kChunk];
+    alignas(32) float linear[3][kChunk];
     const ptrdiff_t N = Elements(w, h);
     for (ptrdiff_t p = 0; p < N; p += kChunk) {
         const int n = static_cast<int>(std::min<ptrdiff_t>(kChunk, N - p));
-        CorrectRow(planeR + p, planeG + p, planeB + p, panUp + p, n, matrix, Gamma10toLinear12, tone, rgb + 3 * p);
+        for (int c = 0; c < 3; ++c) {
+            ColorCodeRow(panUp + p, diffs[c] + p, n, code);
+            LookUp(linearTable, code, n, linear[c]);
+        }
+        for (int c = 0; c < 3; ++c) {
+            orv::MixRow(linear[0], linear[1], linear[2], matrix[c], n, mixed[c]);
+        }
+        unsigned char* out = rgb + 3 * p;
+        for (int x = 0; x < n; ++x) {
+            out[3 * x] = tone[mixed[0][x]];
+            out[3 * x + 1] = tone[mixed[1][x]];
+            out[3 * x + 2] = tone[mixed[2][x]];
+        }
     }
     return 0;
 }
@@ -123,7 +122,7 @@ int Alg_Sharpness(unsigned char* rgb, short* fullPan, int* panUp, int w, int h, 
                   float highLumaNoise, float lowLumaNoise, short* toneTable, LogText_t* log) {
     SharpenTables tables;
     tables.Fill(sharpenParam, highLumaNoise, lowLumaNoise);
-    int32_t toneOfGamma[1024];
+    int16_t toneOfGamma[1024];
     for (int code = 0; code < 1024; ++code) {
         toneOfGamma[code] = toneTable[Gamma10toLinear12[code]];
     }
@@ -138,7 +137,11 @@ int Alg_Sharpness(unsigned char* rgb, short* fullPan, int* panUp, int w, int h, 
     orv::RowsThenColumns smoothing(lowpass, w, h, binomial, 5);
     for (int y = 0; y < h; ++y) {
         const ptrdiff_t at = Elements(w, y);
-        ToneRow(fullPan + at, panUp + at, w, toneOfGamma, edgeA + at, edgeB + at, lowpass + at);
+        LookUp(toneOfGamma, fullPan + at, w, fullPan + at);
+        short* tone = edgeA + at;
+        orv::CodesOfRow(panUp + at, w, tone);
+        LookUp(toneOfGamma, tone, w, tone);
+        SpreadRow(tone, w, panUp + at, edgeB + at, lowpass + at);
         smoothing.Push(y);
     }
     float cross[9] = {0, 1, 0, -1, 0, -1, 0, 1, 0};
@@ -146,9 +149,15 @@ int Alg_Sharpness(unsigned char* rgb, short* fullPan, int* panUp, int w, int h, 
     if (Alg_Convolve2D(edgeA, w, h, cross, 3, 3, log) != 0 || Alg_Convolve2D(edgeB, w, h, diagonal, 3, 3, log) != 0) {
         return -1;
     }
+    int16_t ofTone[kChunk], ofLowpass[kChunk];
+    float threshold[kChunk], restore[kChunk];
     for (ptrdiff_t p = 0; p < N; p += kChunk) {
         const int n = static_cast<int>(std::min<ptrdiff_t>(kChunk, N - p));
-        SharpenRow(fullPan + p, panUp + p, edgeA + p, edgeB + p, lowpass + p, n, tables, maxSharpen, rgb + 3 * p);
+        PlaceRow(panUp + p, lowpass + p, n, ofTone, ofLowpass);
+        LookUp(tables.threshold, ofLowpass, n, threshold);
+        LookUp(tables.noiseRestore, ofTone, n, restore);
+        const DetailRow row = {fullPan + p, panUp + p, lowpass + p, edgeA + p, edgeB + p, threshold, restore};
+        SharpenRow(row, n, maxSharpen, rgb + 3 * p);
     }
     return 0;
 }

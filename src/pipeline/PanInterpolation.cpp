@@ -3,7 +3,6 @@
 #include "pipeline/Scratch.h"
 
 using orv::Activity;
-using orv::Clamp;
 using orv::Elements;
 using orv::TruncateClamped;
 
@@ -98,7 +97,7 @@ ORV_ROW_FUNCTION(LowRow,
 ORV_ALWAYS_INLINE void LowGammaBody(const int* diff, const int* lowPan, ptrdiff_t n, short* lowGamma) {
 #pragma omp simd
     for (ptrdiff_t i = 0; i < n; ++i) {
-        lowGamma[i] = static_cast<short>(Clamp((diff[i] + lowPan[i]) / 65536, 0, 1023));
+        lowGamma[i] = orv::CodeOf(diff[i] + lowPan[i]);
     }
 }
 ORV_ROW_FUNCTION(LowGamma, (const int* diff, const int* lowPan, ptrdiff_t n, short* lowGamma),
