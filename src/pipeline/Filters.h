@@ -36,7 +36,7 @@ private:
     Stencil stencil_;
     RowHistory<T> rows_;
     int w_, h_;
-    bool exact_;
+    bool exact_, whole_;
 };
 
 // Filters along rows, then along columns by one kernel of 3 or 5 taps.

@@ -70,7 +70,7 @@ ORV_ALWAYS_INLINE void SharpenRowBody(const DetailRow& row, int n, float maxShar
         const int t = in.tone[x];
         const float gain = orv::SharpenGain(Abs(in.edgeA[x]) + Abs(in.edgeB[x]), in.threshold[x], maxSharpen);
         const float d = Fma(static_cast<float>(in.fullPan[x] - t), in.restore[x],
-                            static_cast<float>(t - in.lowpass[x] / 65536) * gain);
+                            static_cast<float>(t - orv::WholePart(in.lowpass[x])) * gain);
         detail[3 * x] = d;
         detail[3 * x + 1] = d;
         detail[3 * x + 2] = d;
