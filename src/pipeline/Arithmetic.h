@@ -59,9 +59,6 @@ ORV_ROW_TEMPLATE((class T), (T), ClipRow,
                  (const T* up, const T* nearUp, const T* mid, const T* nearDown, const T* down, int s, int w, T* out),
                  (up, nearUp, mid, nearDown, down, s, w, out))
 
-// The whole part of a 16.16 value, toward zero. The compiler would make a product of the division.
-ORV_ALWAYS_INLINE int32_t WholePart(int32_t value) { return (value + ((value >> 31) & 0xFFFF)) >> 16; }
-
 // The gamma code of a 16.16 value. Rounding down agrees with rounding toward zero, since nothing below 0 remains.
 ORV_ALWAYS_INLINE int16_t CodeOf(int32_t value) { return static_cast<int16_t>(Clamp(value >> 16, 0, 1023)); }
 ORV_ALWAYS_INLINE void CodesOfRowBody(const int32_t* row, int n, int16_t* codes) {
