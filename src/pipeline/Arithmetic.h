@@ -69,11 +69,6 @@ ORV_ALWAYS_INLINE void CodesOfRowBody(const int32_t* row, int n, int16_t* codes)
 }
 ORV_ROW_FUNCTION(CodesOfRow, (const int32_t* row, int n, int16_t* codes), (row, n, codes))
 
-// How much pan changes along one direction: from a Laplacian and a gradient, wrapped at 16 bits.
-ORV_ALWAYS_INLINE int16_t Activity(int laplacian, int gradient) {
-    return static_cast<int16_t>(Abs(laplacian) + 1 + 2 * Abs(gradient));
-}
-
 // sum / count in integers, for a count of 1 to 9: double holds both numbers, and no fraction of ninths rounds up to a
 // whole.
 ORV_ALWAYS_INLINE int32_t MeanOf(int32_t sum, int32_t count) {

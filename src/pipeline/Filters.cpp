@@ -81,47 +81,14 @@ ORV_ROW_TEMPLATE_TUNED((class T, int Taps, bool Exact), (T, Taps, Exact), SumTap
                        (const T* const* source, const float* weight, int count, int x0, int x1, T* out),
                        (source, weight, count, x0, x1, out))
 
-// The same for whole weights, in the 16 bits that are stored.
-template <int Taps>
-ORV_ALWAYS_INLINE void SumWholeTapsBody(const short* const* source, const float* weight, int x0, int x1, short* out) {
-    const short* s[Taps];
-    short k[Taps];
-    for (int t = 0; t < Taps; ++t) {
-        s[t] = source[t];
-        k[t] = static_cast<short>(weight[t]);
-    }
-#pragma omp simd
-    for (int x = x0; x < x1; ++x) {
-        short sum = 0;
-        for (int t = 0; t < Taps; ++t) {
-            sum = static_cast<short>(sum + static_cast<short>(s[t][x] * k[t]));
-        }
-        out[x] = sum;
-    }
-}
-ORV_ROW_TEMPLATE((int Taps), (Taps), SumWholeTaps,
-                 (const short* const* source, const float* weight, int x0, int x1, short* out),
-                 (source, weight, x0, x1, out))
-
 template <class T, bool Exact>
 void SumRow(const T* const* source, const Stencil& stencil, int x0, int x1, T* out) {
-    switch (stencil.count) {
-    case 2: SumTaps<T, 2, Exact>(source, stencil.weight, 2, x0, x1, out); break;
-    case 3: SumTaps<T, 3, Exact>(source, stencil.weight, 3, x0, x1, out); break;
-    default: SumTaps<T, 0, false>(source, stencil.weight, stencil.count, x0, x1, out); break;
+    if (stencil.count == 3) {
+        SumTaps<T, 3, Exact>(source, stencil.weight, 3, x0, x1, out);
+    } else {
+        SumTaps<T, 0, false>(source, stencil.weight, stencil.count, x0, x1, out);
     }
 }
-
-// False where no such function is at hand.
-bool SumWholeRow(const short* const* source, const Stencil& stencil, int x0, int x1, short* out) {
-    switch (stencil.count) {
-    case 2: SumWholeTaps<2>(source, stencil.weight, x0, x1, out); return true;
-    case 4: SumWholeTaps<4>(source, stencil.weight, x0, x1, out); return true;
-    case 6: SumWholeTaps<6>(source, stencil.weight, x0, x1, out); return true;
-    default: return false;
-    }
-}
-bool SumWholeRow(const int* const*, const Stencil&, int, int, int*) { return false; }
 
 // Whether the weights are powers of two, whose products with a sample are exact, of a sum that keeps those of any
 // samples of T within int32.
@@ -137,19 +104,6 @@ bool SumsAreExact(const Stencil& stencil) {
         sum += static_cast<double>(magnitude);
     }
     return sum <= (sizeof(T) == 2 ? 65536.0 : 1.0);
-}
-
-// Whether sums of 16-bit samples are whole and have no more than the 24 bits of a float.
-bool SumsAreWhole(const Stencil& stencil) {
-    double sum = 0.0;
-    for (int t = 0; t < stencil.count; ++t) {
-        const double magnitude = std::abs(static_cast<double>(stencil.weight[t]));
-        if (!(magnitude <= 512.0) || magnitude != std::floor(magnitude)) {
-            return false;
-        }
-        sum += magnitude;
-    }
-    return sum <= 512.0;
 }
 
 template <class T>
@@ -183,12 +137,7 @@ Stencil::Stencil(const float* kernel, int w, int h) : radiusX(w / 2), radiusY(h 
 
 template <class T>
 Convolver<T>::Convolver(T* plane, int w, int h, const Stencil& stencil, T* memory)
-    : stencil_(stencil),
-      rows_(plane, w, stencil.radiusY, memory),
-      w_(w),
-      h_(h),
-      exact_(SumsAreExact<T>(stencil)),
-      whole_(SumsAreWhole(stencil)) {}
+    : stencil_(stencil), rows_(plane, w, stencil.radiusY, memory), w_(w), h_(h), exact_(SumsAreExact<T>(stencil)) {}
 
 template <class T>
 void Convolver<T>::Push(int y) {
@@ -207,9 +156,6 @@ void Convolver<T>::Push(int y) {
     }
     const int x0 = stencil_.radiusX, x1 = w_ - stencil_.radiusX;
     T* out = rows_.InPlane(target);
-    if (whole_ && SumWholeRow(source, stencil_, x0, x1, out)) {
-        return;
-    }
     if (exact_) {
         SumRow<T, true>(source, stencil_, x0, x1, out);
     } else {
