@@ -19,6 +19,9 @@ constexpr uint8_t kBlueOnEvenRows = 3;
 constexpr uint8_t kRedFirst = 4;
 constexpr uint8_t kBlueFirst = 5;
 
+// Bounds a sample of bytes before its low byte is stored: above all that comes out, below 2^15.
+constexpr int kMaxByteResult = 1023;
+
 int64_t RoundUpToEven(int size) { return static_cast<int64_t>(size) + (size & 1); }
 
 // Sites of the centre's checkerboard half in a window of half-width h.
@@ -118,17 +121,20 @@ int DemosaicingIPPOf<T>::Init(_OrvImage* destination, const _OrvImage* source) {
 
 template <class T>
 void DemosaicingIPPOf<T>::CreatePlanes() {
+    mosaic_.Create(height_, width_);
     for (Plane* plane : {&greenPlane_, &oddRowPlane_, &evenRowPlane_}) {
-        plane->Create(height_, width_);
+        plane->Create(width_);
     }
     kept_.Create(width_, height_);
-    evenSums_.Create(width_, height_);
-    oddSums_.Create(width_, height_);
-    line_.Create(3, width_);
+    for (Pass* pass : {&green_, &diagonal_, &evenCross_, &oddCross_}) {
+        pass->sums.Create(width_, height_);
+        pass->area.Create(2 * kMaxScales, width_ / 2);
+        pass->inverseArea.Create(2 * kMaxScales, width_ / 2);
+        pass->differences.Create(kLines, width_ / 2);
+    }
+    oddDiagonalSums_.Create(width_, height_);
     sumA_.Create(kMaxScales, width_ / 2);
     sumB_.Create(kMaxScales, width_ / 2);
-    area_.Create(2 * kMaxScales, width_ / 2);
-    lines_.Create(kLines, width_ / 2);
 }
 
 template <class T>
@@ -139,17 +145,6 @@ int DemosaicingIPPOf<T>::CleanMemory() {
     return orv::kCodeOk;
 }
 
-// One row of the mosaic: green pixels to the green plane, the others to the plane of the row's colour.
-template <class T>
-void DemosaicingIPPOf<T>::SplitRow(int r, const T* line) {
-    Plane& colour = (r & 1) == 0 ? evenRowPlane_ : oddRowPlane_;
-    const int green = greenPhase_;
-    uint16_t* greenRow = greenPlane_.Row(green, r);
-    uint16_t* colourRow = colour.Row(1 - green, r);
-    const bool greenEven = Parity(r, green) == 0;
-    orv::SplitColumns<T>(line, width_ / 2, greenEven ? greenRow : colourRow, greenEven ? colourRow : greenRow);
-}
-
 template <class T>
 void DemosaicingIPPOf<T>::CopyFrame(const _OrvImage& source) {
     const auto* from = static_cast<const unsigned char*>(source.data);
@@ -158,42 +153,28 @@ void DemosaicingIPPOf<T>::CopyFrame(const _OrvImage& source) {
     // Samples of 16 bits: both strides count as elements of 2 bytes, so every second row of the upper half arrives.
     const int rowStep = block ? 1 : static_cast<int>(sizeof(T));
     const int64_t bytes = std::max(source.imageSize, 0);
-    for (int r = 0; r < height_; ++r) {
+    // Pixels that the copy does not reach keep what the plane holds.
+    for (int r = 0; r < source.height; ++r) {
         int64_t covered = 0;
         if (block) {
             covered = std::min(rowBytes, std::max<int64_t>(bytes - r * rowBytes, 0));
-        } else if (r < source.height && r % rowStep == 0) {
+        } else if (r % rowStep == 0) {
             covered = static_cast<int64_t>(source.width) * static_cast<int64_t>(sizeof(T));
         }
-        if (r == height_ - 1 && source.height != height_) {
-            covered = 0;
-        }
-        T* line = line_[0];
-        if (covered < rowBytes) {
-            // Pixels that the copy does not reach keep what the plane holds.
-            const int even = Parity(r, 0);
-            orv::JoinColumns<T>(greenPlane_.Row(even, r), greenPlane_.Row(1 - even, r), width_ / 2, line);
-        }
+        T* line = mosaic_[r];
         if (covered > 0) {
             std::memcpy(line, from + static_cast<int64_t>(r) * source.stride, static_cast<size_t>(covered));
         }
         if (source.width != width_) {
             line[width_ - 1] = width_ > 2 ? line[width_ - 3] : static_cast<T>(0);
         }
-        SplitRow(r, line);
     }
     if (source.height != height_) {
-        const int r = height_ - 1;
-        const size_t halfBytes = static_cast<size_t>(width_ / 2) * sizeof(uint16_t);
-        Plane* const planes[] = {&greenPlane_, &oddRowPlane_};
-        const int halves[] = {greenPhase_, 1 - greenPhase_};
-        for (int i = 0; i < 2; ++i) {
-            uint16_t* last = planes[i]->Row(halves[i], r);
-            if (r >= 2) {
-                std::memcpy(last, planes[i]->Row(halves[i], r - 2), halfBytes);
-            } else {
-                std::memset(last, 0, halfBytes);
-            }
+        T* last = mosaic_[height_ - 1];
+        if (height_ > 2) {
+            std::memcpy(last, mosaic_[height_ - 3], static_cast<size_t>(rowBytes));
+        } else {
+            std::memset(last, 0, static_cast<size_t>(rowBytes));
         }
     }
 }
@@ -204,109 +185,135 @@ int DemosaicingIPPOf<T>::Calculate() {
         return orv::kCodeNullPointer;
     }
     calculated_ = true;
-    CalculateGreen();
-    CalculateRedAndBlueComponentInitial(kDiagonalRadius, kDiagonalScales);
-    CalculateRedOrBlueComponent(evenRowPlane_, evenSums_, true, 1, 2);
-    CalculateRedOrBlueComponent(oddRowPlane_, oddSums_, false, 1, 2);
-    if (ExchangesOrder(destination_->pixelType)) {
-        StoreImage(oddRowPlane_, evenRowPlane_);
-    } else {
-        StoreImage(evenRowPlane_, oddRowPlane_);
+    const int q = 1 - greenPhase_;
+    Start(green_, q, true, 1, 2);
+    // Rows of one parity have gradients of their own; the other parity's rows count as zero.
+    Start(diagonal_, q, false, kDiagonalRadius, kDiagonalScales);
+    oddDiagonalSums_.Start(q, orv::kMaxRadius, false);
+    Start(evenCross_, 1 - q, true, 1, 2);
+    Start(oddCross_, 1 - q, true, 1, 2);
+    // Every pass follows the one before as closely as the rows that it reads allow: see the header.
+    for (int r = 0; r < height_ + kCrossLag; ++r) {
+        if (r < height_) {
+            SplitRow(r);
+        }
+        CalculateGreen(r - kGreenLag);
+        CalculateRedAndBlueComponentInitial(r - kDiagonalLag);
+        CalculateRedOrBlueComponent(evenCross_, evenRowPlane_, true, r - kCrossLag);
+        CalculateRedOrBlueComponent(oddCross_, oddRowPlane_, false, r - kCrossLag);
+        StoreRow(r - kCrossLag);
     }
     return orv::kCodeOk;
 }
 
-// One scale of row r: sums of all sites to `a` and `b`, window areas to the area row of the scale.
 template <class T>
-void DemosaicingIPPOf<T>::WindowRow(Sums& sums, int r, int q, int radius, int scale, Sum* a, Sum* b) {
-    const int p = Parity(r, q);
-    const int end = width_ / 2 - p;
-    const int h = RowHalfWidth(r, radius, height_);
-    // Sites whose windows have the row's half-width.
-    const int k0 = std::min((h + 2 - p) >> 1, end);
-    const int k1 = std::max(((width_ - 2 - h - p) >> 1) + 1, k0);
-    if (k0 < k1) {
-        sums.Row(r, h, k0, orv::RoundUpToLanes(k0, k1), a, b);
-        if (p == 1) {
-            b[end] = 0;  // on the border
-        }
+void DemosaicingIPPOf<T>::Start(Pass& pass, int q, bool bothParities, int radius, int scales) {
+    pass.q = q;
+    pass.radius = radius;
+    pass.scales = scales;
+    pass.fed = 0;
+    pass.lined = 0;
+    for (auto& halfWidths : pass.areaHalfWidth) {
+        halfWidths[0] = halfWidths[1] = -1;
     }
-    Sum* area = area_[2 * scale + p];
-    const bool newArea = areaHalfWidth_[scale][p] != h;
-    areaHalfWidth_[scale][p] = h;
-    if (newArea) {
-        std::fill(area + k0, area + k1, static_cast<Sum>(WindowArea(h)));
+    pass.sums.Start(q, radius << (scales - 1), bothParities);
+}
+
+// One row of the mosaic: green pixels to the green plane, the others to the plane of the row's colour.
+template <class T>
+void DemosaicingIPPOf<T>::SplitRow(int r) {
+    uint16_t* greenRow = greenPlane_.Row(greenPhase_, r);
+    uint16_t* colourRow = OwnColour(r).Row(1 - greenPhase_, r);
+    const bool greenEven = Parity(r, greenPhase_) == 0;
+    orv::SplitColumns<T>(mosaic_[r], width_ / 2, greenEven ? greenRow : colourRow, greenEven ? colourRow : greenRow);
+}
+
+// Sums of all sites of row r to `a` and `b`, by scale, and window areas to the pass's area rows.
+template <class T>
+void DemosaicingIPPOf<T>::WindowRows(Pass& pass, Sums& sums, int r, Sum* const* a, Sum* const* b) {
+    const int p = Parity(r, pass.q);
+    const int n = width_ / 2;
+    int halfWidths[kMaxScales];
+    for (int scale = 0; scale < pass.scales; ++scale) {
+        halfWidths[scale] = RowHalfWidth(r, pass.radius << scale, height_);
     }
-    const auto site = [&](int k) {
-        const int c = 2 * k + p;
-        const int siteHalfWidth = HalfWidth(r, c, radius, width_, height_);
-        sums.Site(r, c, siteHalfWidth, a + k, b + k);
+    // Low frames have windows of their own.
+    const bool regular = height_ >= 2 * orv::kMaxRadius + 2;
+    if (regular) {
+        sums.Rows(r, halfWidths, pass.scales, a, b);
+        b[0][p == 0 ? 0 : n - 1] = 0;  // on the border
+    }
+    for (int scale = 0; scale < pass.scales; ++scale) {
+        const int radius = pass.radius << scale;
+        const int h = halfWidths[scale];
+        // Sites whose windows have the row's half-width.
+        const int end = n - p;
+        const int k0 = regular ? std::min((h + 2 - p) >> 1, end) : end;
+        const int k1 = regular ? std::max(((width_ - 2 - h - p) >> 1) + 1, k0) : end;
+        Sum* area = pass.area[2 * scale + p];
+        const bool newArea = pass.areaHalfWidth[scale][p] != h;
+        pass.areaHalfWidth[scale][p] = h;
         if (newArea) {
-            area[k] = static_cast<Sum>(WindowArea(siteHalfWidth));
+            std::fill(area + k0, area + k1, static_cast<Sum>(WindowArea(h)));
         }
-    };
-    for (int k = 1 - p; k < k0; ++k) {
-        site(k);
-    }
-    for (int k = k1; k < end; ++k) {
-        site(k);
+        const auto site = [&](int k) {
+            const int c = 2 * k + p;
+            const int siteHalfWidth = HalfWidth(r, c, radius, width_, height_);
+            sums.Site(r, c, siteHalfWidth, a[scale] + k, b[scale] + k);
+            if (newArea) {
+                area[k] = static_cast<Sum>(WindowArea(siteHalfWidth));
+            }
+        };
+        for (int k = 1 - p; k < k0; ++k) {
+            site(k);
+        }
+        for (int k = k1; k < end; ++k) {
+            site(k);
+        }
+        if (newArea && sizeof(T) == 2) {
+            Sum* inverse = pass.inverseArea[2 * scale + p];
+            for (int k = 1 - p; k < end; ++k) {
+                inverse[k] = 1 / area[k];
+            }
+        }
     }
 }
 
 template <class T>
-template <class Feed, class SumsOf, class Line, class Out>
-void DemosaicingIPPOf<T>::RunPass(Pass pass, int q, int radius, int scales, const Feed& feed, const SumsOf& sumsOf,
-                                  const Line& line, const Out& out) {
-    for (auto& halfWidths : areaHalfWidth_) {
-        halfWidths[0] = halfWidths[1] = -1;
+template <class N, class Feed>
+bool DemosaicingIPPOf<T>::PrepareRow(Pass& pass, Sums& sums, int r, const Feed& feed, uint16_t* out,
+                                     orv::BlendArgs<Sum, N>* args) {
+    if (r < 1 || r >= height_ - 1) {
+        return false;
     }
-    const int reach = radius << (scales - 1);
-    const int n = width_ / 2;
-    int fed = 0;
-    int lines = 0;
-    for (int r = 1; r < height_ - 1; ++r) {
-        for (; fed <= std::min(r + reach, height_ - 1); ++fed) {
-            feed(fed);
-        }
-        for (; lines <= r + 1; ++lines) {
-            line(lines, lines_[lines % kLines]);
-        }
-        const int p = Parity(r, q);
-        orv::BlendArgs<Sum> args;
-        for (int scale = 0; scale < scales; ++scale) {
-            Sum* a = sumA_[scale];
-            Sum* b = scale == 0 ? kept_.Row(q, r, sumB_[0]) : sumB_[scale];
-            WindowRow(sumsOf(r), r, q, radius << scale, scale, a, b);
-            args.scales[scale] = {a, b, area_[2 * scale + p]};
-        }
-        const float* here = lines_[r % kLines] + p;
-        const float* up = lines_[(r - 1) % kLines];
-        const float* down = lines_[(r + 1) % kLines];
-        if (pass == Pass::Diagonal) {
-            args.a1 = down + p;
-            args.a2 = up + p - 1;
-            args.b1 = down + p - 1;
-            args.b2 = up + p;
-        } else {
-            args.a1 = here;
-            args.a2 = here - 1;
-            args.b1 = down;
-            args.b2 = up;
-        }
-        args.green = greenPlane_.Row(q, r);
-        args.low = minValue_;
-        args.high = maxValue_;
-        args.mask = std::numeric_limits<T>::max();
-        args.k0 = 1 - p;
-        args.k1 = orv::RoundUpToLanes(1 - p, n - p);
-        args.out = out(r);
-        if (pass == Pass::Green) {
-            orv::BlendRow<Sum, typename Sums::Contrast, 2, false>(&args);
-        } else if (pass == Pass::Cross) {
-            orv::BlendRow<Sum, typename Sums::Contrast, 2, true>(&args);
-        } else {
-            orv::BlendRow<Sum, typename Sums::DiagonalContrast, kDiagonalScales, true>(&args);
-        }
+    const int reach = pass.radius << (pass.scales - 1);
+    for (; pass.fed <= std::min(r + reach, height_ - 1); ++pass.fed) {
+        feed(pass.fed);
+    }
+    Sum* a[kMaxScales];
+    Sum* b[kMaxScales];
+    for (int scale = 0; scale < pass.scales; ++scale) {
+        a[scale] = sumA_[scale];
+        b[scale] = scale == 0 ? kept_.Row(pass.q, r, sumB_[0]) : sumB_[scale];
+        const int areas = 2 * scale + Parity(r, pass.q);
+        args->scales[scale] = {a[scale], b[scale], pass.area[areas], pass.inverseArea[areas]};
+    }
+    WindowRows(pass, sums, r, a, b);
+    args->green = greenPlane_.Row(pass.q, r);
+    args->low = minValue_;
+    args->high = sizeof(T) == 1 ? std::min(maxValue_, kMaxByteResult) : maxValue_;
+    args->n = orv::RoundUpToLanes(width_ / 2);
+    args->out = out;
+    return true;
+}
+
+// Green less the colour of `plane` at the sites of half q, rows up to r + 1.
+template <class T>
+void DemosaicingIPPOf<T>::MakeDifferences(Pass& pass, int r, int q, const Plane& evenRows, const Plane& oddRows) {
+    for (; pass.lined <= r + 1; ++pass.lined) {
+        const int y = pass.lined;
+        orv::DifferenceRow<Difference>(greenPlane_.Row(q, y), ((y & 1) == 0 ? evenRows : oddRows).Row(q, y),
+                                       orv::RoundUpToLanes(width_ / 2), pass.differences[y % kLines]);
     }
 }
 
@@ -320,156 +327,178 @@ void DemosaicingIPPOf<T>::FeedCross(Sums& sums, const Plane& plane, int q, int r
         const uint16_t* row = plane.Row(1 - q, r) + p;
         auto* first = sums.NextFirst();
         auto* second = sums.NextSecond();
-        orv::GradientRow<typename Sums::Gradient>(row, row - 1, plane.Row(1 - q, r + 1), plane.Row(1 - q, r - 1), 1 - p,
-                                                  orv::RoundUpToLanes(1 - p, n - p), first, second);
+        orv::GradientRow<typename Sums::Gradient>(row, row - 1, plane.Row(1 - q, r + 1), plane.Row(1 - q, r - 1),
+                                                  orv::RoundUpToLanes(n), first, second);
         first[p == 0 ? 0 : n - 1] = second[p == 0 ? 0 : n - 1] = 0;
     }
     sums.Push(border, nullptr, leaks && !border ? kept_.Leak(1 - q, r) : nullptr);
 }
 
 template <class T>
-void DemosaicingIPPOf<T>::CalculateGreen() {
-    const int q = 1 - greenPhase_;
-    evenSums_.Start(q, true);
-    RunPass(
-        Pass::Green, q, 1, 2, [&](int r) { FeedCross(evenSums_, greenPlane_, q, r, true); },
-        [&](int) -> Sums& { return evenSums_; },
-        [&](int r, float* line) {
-            orv::SampleLine(greenPlane_.Row(1 - q, r), orv::RoundUpToLanes(0, width_ / 2), line);
-        },
-        [&](int r) { return greenPlane_.Row(q, r); });
-    FillCrossBorder(greenPlane_, q);
+void DemosaicingIPPOf<T>::CalculateGreen(int r) {
+    const int q = green_.q;
+    orv::BlendArgs<Sum, uint16_t> args;
+    const auto feed = [&](int y) { FeedCross(green_.sums, greenPlane_, q, y, true); };
+    if (PrepareRow(green_, green_.sums, r, feed, greenPlane_.Row(q, r), &args)) {
+        const uint16_t* here = greenPlane_.Row(1 - q, r) + Parity(r, q);
+        args.a1 = here;
+        args.a2 = here - 1;
+        args.b1 = greenPlane_.Row(1 - q, r + 1);
+        args.b2 = greenPlane_.Row(1 - q, r - 1);
+        orv::BlendRow<Sum, typename Sums::Contrast, uint16_t, 2, false>(&args);
+    }
+    FillCrossBorder(greenPlane_, q, r);
 }
 
 template <class T>
-void DemosaicingIPPOf<T>::CalculateRedAndBlueComponentInitial(int radius, int scales) {
-    const int q = 1 - greenPhase_;
+void DemosaicingIPPOf<T>::FeedDiagonal(int r) {
+    const int q = diagonal_.q;
     const int n = width_ / 2;
-    // Rows of one parity have gradients of their own; the other parity's rows count as zero.
-    evenSums_.Start(q, false);
-    oddSums_.Start(q, false);
-    const auto ownColour = [&](int r) -> Plane& { return (r & 1) == 0 ? evenRowPlane_ : oddRowPlane_; };
-    const auto feed = [&](int r) {
-        const bool border = r == 0 || r == height_ - 1;
-        const bool odd = (r & 1) != 0;
-        if (!border) {
-            const int p = Parity(r, q);
-            const uint16_t* up = ownColour(r - 1).Row(q, r - 1) + p;
-            const uint16_t* down = ownColour(r + 1).Row(q, r + 1) + p;
-            Sums& sums = odd ? oddSums_ : evenSums_;
-            auto* first = sums.NextFirst();
-            auto* second = sums.NextSecond();
-            orv::GradientRow<typename Sums::Gradient>(down, up - 1, up, down - 1, 1 - p,
-                                                      orv::RoundUpToLanes(1 - p, n - p), first, second);
-            first[p == 0 ? 0 : n - 1] = second[p == 0 ? 0 : n - 1] = 0;
-        }
-        evenSums_.Push(border || odd, nullptr, nullptr);
-        oddSums_.Push(border || !odd, border ? nullptr : kept_.Leak(q, r), border ? nullptr : kept_.Leak(1 - q, r));
-    };
-    RunPass(
-        Pass::Diagonal, q, radius, scales, feed, [&](int r) -> Sums& { return (r & 1) != 0 ? oddSums_ : evenSums_; },
-        [&](int r, float* line) {
-            orv::DifferenceLine(greenPlane_.Row(q, r), ownColour(r).Row(q, r), orv::RoundUpToLanes(0, n), line);
-        },
-        [&](int r) { return ownColour(r + 1).Row(q, r); });
-    FillDiagonalBorder();
+    const bool border = r == 0 || r == height_ - 1;
+    const bool odd = (r & 1) != 0;
+    Sums& evenSums = diagonal_.sums;
+    if (!border) {
+        const int p = Parity(r, q);
+        const uint16_t* up = OwnColour(r - 1).Row(q, r - 1) + p;
+        const uint16_t* down = OwnColour(r + 1).Row(q, r + 1) + p;
+        Sums& sums = odd ? oddDiagonalSums_ : evenSums;
+        auto* first = sums.NextFirst();
+        auto* second = sums.NextSecond();
+        orv::GradientRow<typename Sums::Gradient>(down, up - 1, up, down - 1, orv::RoundUpToLanes(n), first, second);
+        first[p == 0 ? 0 : n - 1] = second[p == 0 ? 0 : n - 1] = 0;
+    }
+    evenSums.Push(border || odd, nullptr, nullptr);
+    oddDiagonalSums_.Push(border || !odd, border ? nullptr : kept_.Leak(q, r), border ? nullptr : kept_.Leak(1 - q, r));
 }
 
 template <class T>
-void DemosaicingIPPOf<T>::CalculateRedOrBlueComponent(Plane& plane, Sums& sums, bool leaks, int radius, int scales) {
-    const int q = greenPhase_;
-    sums.Start(q, true);
-    RunPass(
-        Pass::Cross, q, radius, scales, [&](int r) { FeedCross(sums, plane, q, r, leaks); },
-        [&](int) -> Sums& { return sums; },
-        [&](int r, float* line) {
-            orv::DifferenceLine(greenPlane_.Row(1 - q, r), plane.Row(1 - q, r), orv::RoundUpToLanes(0, width_ / 2),
-                                line);
-        },
-        [&](int r) { return plane.Row(q, r); });
-    FillCrossBorder(plane, q);
+void DemosaicingIPPOf<T>::CalculateRedAndBlueComponentInitial(int r) {
+    const int q = diagonal_.q;
+    orv::BlendArgs<Sum, Difference> args;
+    Sums& sums = (r & 1) == 0 ? diagonal_.sums : oddDiagonalSums_;
+    const auto feed = [&](int y) { FeedDiagonal(y); };
+    if (PrepareRow(diagonal_, sums, r, feed, OwnColour(r + 1).Row(q, r), &args)) {
+        MakeDifferences(diagonal_, r, q, evenRowPlane_, oddRowPlane_);
+        const int p = Parity(r, q);
+        const Difference* up = diagonal_.differences[(r - 1) % kLines] + p;
+        const Difference* down = diagonal_.differences[(r + 1) % kLines] + p;
+        args.a1 = down;
+        args.a2 = up - 1;
+        args.b1 = down - 1;
+        args.b2 = up;
+        orv::BlendRow<Sum, typename Sums::DiagonalContrast, Difference, kDiagonalScales, true>(&args);
+    }
+    FillDiagonalBorder(r);
 }
 
 template <class T>
-void DemosaicingIPPOf<T>::FillCrossBorder(Plane& plane, int q) {
+void DemosaicingIPPOf<T>::CalculateRedOrBlueComponent(Pass& pass, Plane& plane, bool leaks, int r) {
+    const int q = pass.q;
+    orv::BlendArgs<Sum, Difference> args;
+    const auto feed = [&](int y) { FeedCross(pass.sums, plane, q, y, leaks); };
+    if (PrepareRow(pass, pass.sums, r, feed, plane.Row(q, r), &args)) {
+        MakeDifferences(pass, r, 1 - q, plane, plane);
+        const Difference* here = pass.differences[r % kLines] + Parity(r, q);
+        args.a1 = here;
+        args.a2 = here - 1;
+        args.b1 = pass.differences[(r + 1) % kLines];
+        args.b2 = pass.differences[(r - 1) % kLines];
+        orv::BlendRow<Sum, typename Sums::Contrast, Difference, 2, true>(&args);
+    }
+    FillCrossBorder(plane, q, r);
+}
+
+template <class T>
+void DemosaicingIPPOf<T>::FillCrossBorder(Plane& plane, int q, int r) {
     const int bottom = height_ - 1;
     const int right = width_ - 1;
+    if (r < 0 || r > bottom) {
+        return;
+    }
     // (r, c) from the pixel inwards, twice, and the two along the border.
-    const auto fill = [&](int r, int c, int inRow, int inColumn, int alongRow, int alongColumn) {
+    const auto fill = [&](int c, int inRow, int inColumn, int alongRow, int alongColumn) {
         plane.At(r, c) =
             static_cast<uint16_t>((2 * plane.At(r + inRow, c + inColumn) + plane.At(r - alongRow, c - alongColumn) +
                                    plane.At(r + alongRow, c + alongColumn)) >>
                                   2);
     };
-    for (int c = 1; c < right; ++c) {
-        if (Parity(c, q) == 0) {
-            fill(0, c, 1, 0, 0, 1);
-        } else {
-            fill(bottom, c, -1, 0, 0, 1);
-        }
-    }
-    for (int r = 1; r < bottom; ++r) {
+    if (r > 0 && r < bottom) {
         if (Parity(r, q) == 0) {
-            fill(r, 0, 0, 1, 1, 0);
+            fill(0, 0, 1, 1, 0);
         } else {
-            fill(r, right, 0, -1, 1, 0);
+            fill(right, 0, -1, 1, 0);
         }
+        return;
+    }
+    const int inRow = r == 0 ? 1 : -1;
+    for (int c = 2 - Parity(r, q); c < right; c += 2) {
+        fill(c, inRow, 0, 0, 1);
     }
     // Two opposite corners are sites.
-    const auto corner = [&](int r, int c) {
-        plane.At(r, c) =
-            static_cast<uint16_t>((plane.At(r == 0 ? 1 : r - 1, c) + plane.At(r, c == 0 ? 1 : c - 1)) >> 1);
-    };
-    corner(0, q == 0 ? 0 : right);
-    corner(bottom, q == 0 ? right : 0);
+    const int c = Parity(r, q) == 0 ? 0 : right;
+    plane.At(r, c) = static_cast<uint16_t>((plane.At(r + inRow, c) + plane.At(r, c == 0 ? 1 : c - 1)) >> 1);
 }
 
 // The missing colour at the border's colour sites: the odd-row colour on even rows, the even-row colour on odd rows.
 template <class T>
-void DemosaicingIPPOf<T>::FillDiagonalBorder() {
+void DemosaicingIPPOf<T>::FillDiagonalBorder(int r) {
     const int bottom = height_ - 1;
     const int right = width_ - 1;
-    const int q = 1 - greenPhase_;
-    if (greenPhase_ == 1) {
-        oddRowPlane_.At(0, 0) = oddRowPlane_.At(1, 1);
-        evenRowPlane_.At(bottom, right) = evenRowPlane_.At(bottom - 1, right - 1);
-    } else {
-        oddRowPlane_.At(0, right) = oddRowPlane_.At(1, right - 1);
+    const int q = diagonal_.q;
+    if (r < 0 || r > bottom) {
+        return;
+    }
+    if (r == bottom - 1 && greenPhase_ == 0) {
         // This corner works outwards in: the corner keeps its raw sample and replaces the pixel within.
         evenRowPlane_.At(bottom, 0) = oddRowPlane_.At(bottom, 0);
         evenRowPlane_.At(bottom - 1, 1) = evenRowPlane_.At(bottom, 0);
     }
-    for (int c = 1; c < right; ++c) {
-        const int inside = Parity(c, q) == 0 ? 1 : bottom - 1;
-        Plane& plane = Parity(c, q) == 0 ? oddRowPlane_ : evenRowPlane_;
-        plane.At(Parity(c, q) == 0 ? 0 : bottom, c) =
-            static_cast<uint16_t>((plane.At(inside, c - 1) + plane.At(inside, c + 1)) >> 1);
+    if (r >= 2) {
+        const int row = r - 1;
+        const int side = Parity(row, q) == 0 ? 0 : right;
+        const int inside = side == 0 ? 1 : right - 1;
+        Plane& plane = OwnColour(r);
+        plane.At(row, side) = static_cast<uint16_t>((plane.At(row - 1, inside) + plane.At(row + 1, inside)) >> 1);
     }
-    for (int r = 1; r < bottom; ++r) {
-        const int side = Parity(r, q) == 0 ? 0 : right;
-        const int inside = Parity(r, q) == 0 ? 1 : right - 1;
-        Plane& plane = (r & 1) == 0 ? oddRowPlane_ : evenRowPlane_;
-        plane.At(r, side) = static_cast<uint16_t>((plane.At(r - 1, inside) + plane.At(r + 1, inside)) >> 1);
+    if (r > 0 && r < bottom) {
+        return;
+    }
+    Plane& plane = OwnColour(r + 1);
+    const int inRow = r == 0 ? 1 : bottom - 1;
+    for (int c = 2 - Parity(r, q); c < right; c += 2) {
+        plane.At(r, c) = static_cast<uint16_t>((plane.At(inRow, c - 1) + plane.At(inRow, c + 1)) >> 1);
+    }
+    if (r == 0 || greenPhase_ == 1) {
+        const bool left = Parity(r, q) == 0;
+        plane.At(r, left ? 0 : right) = plane.At(inRow, left ? 1 : right - 1);
     }
 }
 
+// Interleaves row r into the destination. The plane of the mosaic takes its full green, which the next frame's copy may
+// leave.
 template <class T>
-void DemosaicingIPPOf<T>::StoreImage(const Plane& first, const Plane& third) {
-    const int rows = destination_->height;
-    const int columns = destination_->width;
-    if (static_cast<int64_t>(rows) * destination_->stride < 1 || columns < 1) {
+void DemosaicingIPPOf<T>::StoreRow(int r) {
+    if (r < 0) {
         return;
     }
-    const ptrdiff_t step = destination_->stride / static_cast<int>(sizeof(T));
-    T* out = static_cast<T*>(destination_->data);
-    const Plane* const planes[] = {&first, &greenPlane_, &third};
-    for (int r = 0; r < rows; ++r) {
-        const int even = Parity(r, 0);
-        for (int i = 0; i < 3; ++i) {
-            orv::JoinColumns<T>(planes[i]->Row(even, r), planes[i]->Row(1 - even, r), width_ / 2, line_[i]);
-        }
-        orv::PackRow<T>(line_[0], line_[1], line_[2], columns, out + r * step);
+    const int even = Parity(r, 0);
+    orv::JoinColumns<T>(greenPlane_.Row(even, r), greenPlane_.Row(1 - even, r), width_ / 2, mosaic_[r]);
+    const int rows = destination_->height;
+    if (r >= rows || static_cast<int64_t>(rows) * destination_->stride < 1 || destination_->width < 1) {
+        return;
     }
+    const bool exchange = ExchangesOrder(destination_->pixelType);
+    const Plane* const planes[] = {exchange ? &oddRowPlane_ : &evenRowPlane_, &greenPlane_,
+                                   exchange ? &evenRowPlane_ : &oddRowPlane_};
+    orv::PackArgs<T> args;
+    for (int i = 0; i < 3; ++i) {
+        args.even[i] = planes[i]->Row(even, r);
+        args.odd[i] = planes[i]->Row(1 - even, r);
+    }
+    args.n = destination_->width;
+    const ptrdiff_t step = destination_->stride / static_cast<int>(sizeof(T));
+    args.out = static_cast<T*>(destination_->data) + r * step;
+    orv::PackRow<T>(&args);
 }
 
 template class DemosaicingIPPOf<uint8_t>;

@@ -8,6 +8,7 @@
 #define ORV_BAYER_DEMOSAICINGIPP_H
 
 #include "OrvImage.h"
+#include "bayer/DemosaicingIPPRows.h"
 #include "bayer/DemosaicingIPPSums.h"
 #include "bayer/SplitPlane.h"
 
@@ -64,39 +65,67 @@ protected:
     virtual bool ExchangesOrder(uint32_t destinationWord) const = 0;
 
 private:
-    // Samples of either width.
-    using Plane = orv::SplitPlane<uint16_t>;
+    // Samples of either width, as many rows as are at work.
+    using Plane = orv::SplitRing<uint16_t>;
     using Sums = orv::WindowSums<T>;
     using Sum = typename Sums::Sum;
+    using Difference = typename Sums::Difference;
     static constexpr int kMaxScales = 3;
     // Radii of the diagonal pass: 2 and 4 for bytes, else 1, 2 and 4.
     static constexpr int kDiagonalRadius = sizeof(T) == 1 ? 2 : 1;
     static constexpr int kDiagonalScales = sizeof(T) == 1 ? 2 : 3;
 
+    // All passes work on a few rows at a time, each behind the one before, so that rows stay in the cache: row r of the
+    // mosaic is split when green is at row r - kGreenLag, and so on. Green needs gradients two rows down, and those the
+    // row below. The diagonal windows reach four rows down, where green must be done with the sums that both keep. The
+    // windows of the last passes reach two rows down, and gradients there the row below.
+    static constexpr int kGreenLag = 3;
+    static constexpr int kDiagonalLag = kGreenLag + 4;
+    static constexpr int kCrossLag = kDiagonalLag + 3;
+    static_assert(kCrossLag + 2 <= orv::kRing, "the last passes read one row up");
+
+    // One pass over the sites of half `q`.
+    static constexpr int kLines = 4;
+    struct Pass {
+        int q, radius, scales;
+        // Rows of gradients that the sums have got, and of differences to green there are: the last few.
+        int fed, lined;
+        orv::RowArray<Difference> differences;
+        Sums sums;  // of all rows; in the diagonal pass of the even ones
+        // Sites per window, by scale and column parity of the sites, and the half-width of the row that they are for.
+        orv::RowArray<Sum> area;
+        orv::RowArray<Sum> inverseArea;  // only for samples of 16 bits
+        int areaHalfWidth[kMaxScales][2];
+    };
+
     void CreatePlanes();
     void CopyFrame(const _OrvImage& source);
-    void SplitRow(int r, const T* line);
+    static void Start(Pass& pass, int q, bool bothParities, int radius, int scales);
 
-    void CalculateGreen();
-    void CalculateRedAndBlueComponentInitial(int radius, int scales);
-    void CalculateRedOrBlueComponent(Plane& plane, Sums& sums, bool leaks, int radius, int scales);
-    void StoreImage(const Plane& first, const Plane& third);
+    // Row r of each step; none for rows outside the frame.
+    void SplitRow(int r);
+    void CalculateGreen(int r);
+    void CalculateRedAndBlueComponentInitial(int r);
+    void CalculateRedOrBlueComponent(Pass& pass, Plane& plane, bool leaks, int r);
+    void StoreRow(int r);
 
-    // Border sites of half `q` of `plane` from their neighbours in the other half.
-    void FillCrossBorder(Plane& plane, int q);
-    void FillDiagonalBorder();
+    // Border sites of half `q` of row r of `plane` from their neighbours in the other half.
+    void FillCrossBorder(Plane& plane, int q, int r);
+    // After row r of the diagonal pass: borders of rows above it, and of the uppermost and the lowest row.
+    void FillDiagonalBorder(int r);
 
-    // The window pass and the blend over the sites of half `q`, row by row. `feed(r)` hands gradient row r to the sums,
-    // `sumsOf(r)` names those that row r reads, `line(r, to)` makes the row of the sites' neighbours that the blend
-    // reads, and `out(r)` is where the samples go. Border sites are left with anything.
-    enum class Pass { Green, Diagonal, Cross };
-    template <class Feed, class SumsOf, class Line, class Out>
-    void RunPass(Pass pass, int q, int radius, int scales, const Feed& feed, const SumsOf& sumsOf, const Line& line,
-                 const Out& out);
-    void WindowRow(Sums& sums, int r, int q, int radius, int scale, Sum* a, Sum* b);
+    // For an interior row r: hands it the gradients that it wants, by `feed(y)`, runs the window pass, and names all
+    // but the neighbours of the blend that writes `out`. Border sites are left with anything.
+    template <class N, class Feed>
+    bool PrepareRow(Pass& pass, Sums& sums, int r, const Feed& feed, uint16_t* out, orv::BlendArgs<Sum, N>* args);
+    void WindowRows(Pass& pass, Sums& sums, int r, Sum* const* a, Sum* const* b);
+    void MakeDifferences(Pass& pass, int r, int q, const Plane& evenRows, const Plane& oddRows);
     void FeedCross(Sums& sums, const Plane& plane, int q, int r, bool leaks);
+    void FeedDiagonal(int r);
 
-    // Column parity of the sites of half `q` in row r.
+    // The plane of the colour that row r has samples of.
+    Plane& OwnColour(int r) { return (r & 1) == 0 ? evenRowPlane_ : oddRowPlane_; }
+    // Column parity of the sites of half q in row r.
     static int Parity(int r, int q) { return (r + q) & 1; }
 
     bool calculated_ = false;
@@ -104,23 +133,21 @@ private:
     int planeWidth_ = 0;
     int planeHeight_ = 0;
 
+    // The frame; after Calculate its full green.
+    orv::RowArray<T> mosaic_;
     Plane greenPlane_;
     Plane evenRowPlane_;
     Plane oddRowPlane_;
     // What stays of the first scale's second window sums, from pass to pass and frame to frame.
     typename Sums::Kept kept_;
-    Sums evenSums_;
-    Sums oddSums_;
+    Pass green_;
+    Pass diagonal_;
+    Sums oddDiagonalSums_;
+    Pass evenCross_;
+    Pass oddCross_;
 
-    orv::RowArray<T> line_;
     orv::RowArray<Sum> sumA_;
     orv::RowArray<Sum> sumB_;
-    // Sites per window, by scale and column parity of the sites.
-    orv::RowArray<Sum> area_;
-    int areaHalfWidth_[kMaxScales][2];
-    // Rows of neighbours, the last few.
-    static constexpr int kLines = 4;
-    orv::RowArray<float> lines_;
 };
 
 class DemosaicingIPP_8 final : public DemosaicingIPPOf<uint8_t> {

@@ -10,78 +10,77 @@ namespace {
 
 constexpr int kCentre = kMaxRadius;
 
-// Sums over windows of half-width H; `rows` has the gradient rows around the centre, `p` is the column parity of the
-// centre's row. Rows at an odd distance have their sites between those of the centre's row.
-template <int H, bool Both>
-ORV_ALWAYS_INLINE void BoxRowBody(const uint16_t* const* rows, int p, uint16_t* same, uint16_t* between, int k0, int k1,
-                                  uint16_t* out) {
-    constexpr int kSame = H / 2;
-    constexpr int kOdd = (H - 1) | 1;  // the farthest odd distance; unused for H 0
+// Sums over windows of half-widths H0 and H1, `rows` has the gradient rows around the centre, `p` is the column parity
+// of the centre's row. Rows at an odd distance count with `Both`, no farther than 1; their sites stand between those of
+// the centre's row. `column` takes the sums over the rows at even distance of either window, and at odd distance.
+template <int H0, int H1, bool Both>
+ORV_ALWAYS_INLINE void BoxRowsBody(const uint16_t* const* rows, int p, uint16_t* const* column, int n, uint16_t* out0,
+                                   uint16_t* out1) {
+    static_assert(H0 <= 2 && H0 <= H1 && H1 <= (Both ? 2 : 4), "sides below");
     const uint16_t* s0 = rows[kCentre];
-    const uint16_t* s1 = rows[kCentre - (H >= 2 ? 2 : 0)];
-    const uint16_t* s2 = rows[kCentre + (H >= 2 ? 2 : 0)];
-    const uint16_t* s3 = rows[kCentre - (H >= 4 ? 4 : 0)];
-    const uint16_t* s4 = rows[kCentre + (H >= 4 ? 4 : 0)];
+    const uint16_t* s1 = rows[kCentre - (H1 >= 2 ? 2 : 0)];
+    const uint16_t* s2 = rows[kCentre + (H1 >= 2 ? 2 : 0)];
+    const uint16_t* s3 = rows[kCentre - (H1 >= 4 ? 4 : 0)];
+    const uint16_t* s4 = rows[kCentre + (H1 >= 4 ? 4 : 0)];
+    const uint16_t* b0 = rows[kCentre - (Both && H1 >= 1 ? 1 : 0)];
+    const uint16_t* b1 = rows[kCentre + (Both && H1 >= 1 ? 1 : 0)];
+    uint16_t* same0 = column[0];
+    uint16_t* same1 = column[1];
+    uint16_t* between = column[2];
 #pragma omp simd
-    for (int k = k0 - kSame; k < k1 + kSame; ++k) {
-        int sum = s0[k];
-        if (H >= 2) {
-            sum += s1[k] + s2[k];
+    for (int k = 0; k < n; ++k) {
+        uint16_t sum = s0[k];
+        if (H1 >= 2) {
+            sum = static_cast<uint16_t>(sum + s1[k] + s2[k]);
         }
-        if (H >= 4) {
-            sum += s3[k] + s4[k];
+        if (H0 == 2) {
+            same0[k] = sum;
         }
-        same[k] = static_cast<uint16_t>(sum);
-    }
-    if (Both && H >= 1) {
-        const uint16_t* b0 = rows[kCentre - (H >= 1 ? 1 : 0)];
-        const uint16_t* b1 = rows[kCentre + (H >= 1 ? 1 : 0)];
-        const uint16_t* b2 = rows[kCentre - (H >= 3 ? 3 : 0)];
-        const uint16_t* b3 = rows[kCentre + (H >= 3 ? 3 : 0)];
-        const int last = k1 + (kOdd + 1) / 2 - 1 + p;
-#pragma omp simd
-        for (int k = k0 - (kOdd + 1) / 2 + p; k < last; ++k) {
-            int sum = b0[k] + b1[k];
-            if (H >= 3) {
-                sum += b2[k] + b3[k];
-            }
-            between[k] = static_cast<uint16_t>(sum);
+        if (H1 >= 4) {
+            sum = static_cast<uint16_t>(sum + s3[k] + s4[k]);
+        }
+        same1[k] = sum;
+        if (Both && H1 >= 1) {
+            between[k] = static_cast<uint16_t>(b0[k] + b1[k]);
         }
     }
+    const uint16_t* inner = H0 == 2 ? same0 : s0;
     const uint16_t* left = between + p - 1;
     const uint16_t* right = between + p;
 #pragma omp simd
-    for (int k = k0; k < k1; ++k) {
-        int sum = same[k];
-        if (H >= 2) {
-            sum += same[k - 1] + same[k + 1];
+    for (int k = 0; k < n; ++k) {
+        uint16_t sum0 = inner[k];
+        uint16_t sum1 = same1[k];
+        if (H0 >= 2) {
+            sum0 = static_cast<uint16_t>(sum0 + inner[k - 1] + inner[k + 1]);
         }
-        if (H >= 4) {
-            sum += same[k - 2] + same[k + 2];
+        if (H1 >= 2) {
+            sum1 = static_cast<uint16_t>(sum1 + same1[k - 1] + same1[k + 1]);
         }
-        if (Both && H >= 1) {
-            sum += left[k] + right[k];
+        if (H1 >= 4) {
+            sum1 = static_cast<uint16_t>(sum1 + same1[k - 2] + same1[k + 2]);
         }
-        if (Both && H >= 3) {
-            sum += left[k - 1] + right[k + 1];
+        if (Both && H1 >= 1) {
+            const uint16_t beside = static_cast<uint16_t>(left[k] + right[k]);
+            sum0 = static_cast<uint16_t>(sum0 + beside);
+            sum1 = static_cast<uint16_t>(sum1 + beside);
         }
-        out[k] = static_cast<uint16_t>(sum);
+        out0[k] = sum0;
+        out1[k] = sum1;
     }
 }
-ORV_ROW_TEMPLATE((int H, bool Both), (H, Both), BoxRow,
-                 (const uint16_t* const* rows, int p, uint16_t* same, uint16_t* between, int k0, int k1, uint16_t* out),
-                 (rows, p, same, between, k0, k1, out))
+ORV_ROW_TEMPLATE_WIDE((int H0, int H1, bool Both), (H0, H1, Both), BoxRows,
+                      (const uint16_t* const* rows, int p, uint16_t* const* column, int n, uint16_t* out0,
+                       uint16_t* out1),
+                      (rows, p, column, n, out0, out1))
 
-template <bool Both>
-void BoxRowOf(int h, const uint16_t* const* rows, int p, uint16_t* same, uint16_t* between, int k0, int k1,
-              uint16_t* out) {
-    switch (h) {
-    case 0: BoxRow<0, Both>(rows, p, same, between, k0, k1, out); break;
-    case 1: BoxRow<1, Both>(rows, p, same, between, k0, k1, out); break;
-    case 2: BoxRow<2, Both>(rows, p, same, between, k0, k1, out); break;
-    case 3: BoxRow<3, Both>(rows, p, same, between, k0, k1, out); break;
-    default: BoxRow<4, Both>(rows, p, same, between, k0, k1, out); break;
+// Near the upper and the lower edge both windows have the size of the smaller one.
+auto BoxRowsOf(int h0, int h1, bool bothParities) {
+    if (bothParities) {
+        return h0 == 0 ? BoxRows<0, 0, true> : h1 == 1 ? BoxRows<1, 1, true> : BoxRows<1, 2, true>;
     }
+    // Windows of an odd half-width end on rows and columns that count as zero.
+    return h0 <= 1 ? BoxRows<0, 0, false> : h1 <= 3 ? BoxRows<2, 2, false> : BoxRows<2, 4, false>;
 }
 
 // A row of an integral image, from the row above and the image row's values.
@@ -149,31 +148,42 @@ void IntegralRowsOf(const IntegralRow* rows, int n, float* totals) {
     }
 }
 
-// One row where sums round: column by column.
-void IntegralRowInOrder(const IntegralRow& row, bool sitesEven, int n) {
-    const float* atEven = sitesEven ? row.sites : row.between;
-    const float* atOdd = sitesEven ? row.between : row.sites;
+// One row where sums round: column by column, but for zeros.
+template <bool AtEven, bool AtOdd>
+void IntegralColumns(const IntegralRow& row, const float* atEven, const float* atOdd, int n) {
     float sum = 0.0F;
     for (int k = 0; k < n; ++k) {
-        sum += atEven == nullptr ? 0.0F : atEven[k];
+        if (AtEven) {
+            sum += atEven[k];
+        }
         row.nextOdd[k] = row.aboveOdd[k] + sum;
-        sum += atOdd == nullptr ? 0.0F : atOdd[k];
+        if (AtOdd) {
+            sum += atOdd[k];
+        }
         row.nextEven[k + 1] = row.aboveEven[k + 1] + sum;
+    }
+}
+
+void IntegralRowInOrder(const IntegralRow& row, bool sitesEven, int n) {
+    if (row.between == nullptr) {
+        (sitesEven ? IntegralColumns<true, false> : IntegralColumns<false, true>)(row, row.sites, row.sites, n);
+    } else {
+        IntegralColumns<true, true>(row, sitesEven ? row.sites : row.between, sitesEven ? row.between : row.sites, n);
     }
 }
 
 // ((bottom right - bottom left) - top right) + top left
 ORV_ALWAYS_INLINE void WindowDifferenceBody(const float* bottomRight, const float* bottomLeft, const float* topRight,
-                                            const float* topLeft, int k0, int k1, float* out) {
+                                            const float* topLeft, int n, float* out) {
 #pragma omp simd
-    for (int k = k0; k < k1; ++k) {
+    for (int k = 0; k < n; ++k) {
         out[k] = ((bottomRight[k] - bottomLeft[k]) - topRight[k]) + topLeft[k];
     }
 }
 ORV_ROW_FUNCTION(WindowDifference,
-                 (const float* bottomRight, const float* bottomLeft, const float* topRight, const float* topLeft,
-                  int k0, int k1, float* out),
-                 (bottomRight, bottomLeft, topRight, topLeft, k0, k1, out))
+                 (const float* bottomRight, const float* bottomLeft, const float* topRight, const float* topLeft, int n,
+                  float* out),
+                 (bottomRight, bottomLeft, topRight, topLeft, n, out))
 
 }  // namespace
 
@@ -183,10 +193,10 @@ void WindowSums<uint8_t>::Create(int width, int height) {
     first_.Create(kRing, width / 2);
     second_.Create(kRing, width / 2);
     zero_.Create(1, width / 2);
-    column_.Create(2, width / 2);
+    column_.Create(3, width / 2);
 }
 
-void WindowSums<uint8_t>::Start(int q, bool bothParities) {
+void WindowSums<uint8_t>::Start(int q, int, bool bothParities) {
     q_ = q;
     bothParities_ = bothParities;
     next_ = 0;
@@ -200,18 +210,20 @@ void WindowSums<uint8_t>::Push(bool zero, const float*, const float*) {
     secondRows_[slot] = zero ? zero_[0] : second_[slot];
 }
 
-void WindowSums<uint8_t>::Row(int r, int h, int k0, int k1, Sum* a, Sum* b) {
+void WindowSums<uint8_t>::Rows(int r, const int* h, int, Sum* const* a, Sum* const* b) {
     const int p = (r + q_) & 1;
-    const auto box = bothParities_ ? BoxRowOf<true> : BoxRowOf<false>;
+    const int n = RoundUpToLanes(width_ / 2);
+    const auto box = BoxRowsOf(h[0], h[1], bothParities_);
+    Gradient* const column[] = {column_[0], column_[1], column_[2]};
     const Gradient* rows[2 * kMaxRadius + 1] = {};
     const auto collect = [&](const Gradient* const* ring) {
-        for (int d = -h; d <= h; ++d) {
+        for (int d = -h[1]; d <= h[1]; ++d) {
             rows[kCentre + d] = ring[(r + d) % kRing];
         }
         return rows;
     };
-    box(h, collect(firstRows_), p, column_[0], column_[1], k0, k1, a);
-    box(h, collect(secondRows_), p, column_[0], column_[1], k0, k1, b);
+    box(collect(firstRows_), p, column, n, a[0], a[1]);
+    box(collect(secondRows_), p, column, n, b[0], b[1]);
 }
 
 WindowSums<uint8_t>::Sum WindowSums<uint8_t>::Total(const Gradient* const* rows, int r, int c, int h) const {
@@ -240,9 +252,10 @@ void WindowSums<uint16_t>::Integral::Create(int width, int frameHeight) {
     odd.Create(kRing, width / 2 + 1);
 }
 
-void WindowSums<uint16_t>::Integral::Start() {
+void WindowSums<uint16_t>::Integral::Start(int reach) {
     // Row 0 is zero. The first element of every even row stays so.
     slot = 0;
+    slots = 2 * reach + 2;
     evenRows[0] = even[0];
     oddRows[0] = odd[0];
 }
@@ -254,7 +267,7 @@ void WindowSums<uint16_t>::Integral::Repeat(int y) {
 
 void WindowSums<uint16_t>::Integral::Next(int y, float** nextEven, float** nextOdd) {
     // Slot 0 keeps the zeros of row 0.
-    slot = slot % (kRing - 1) + 1;
+    slot = slot % slots + 1;
     evenRows[(y + 1) % kRing] = *nextEven = even[slot];
     oddRows[(y + 1) % kRing] = *nextOdd = odd[slot];
 }
@@ -263,7 +276,7 @@ float WindowSums<uint16_t>::Integral::Window(int top, int bottom, int left, int 
     return ((At(bottom, right) - At(bottom, left)) - At(top, right)) + At(top, left);
 }
 
-void WindowSums<uint16_t>::Integral::Row(int r, int h, int p, int k0, int k1, Sum* out) const {
+void WindowSums<uint16_t>::Integral::Row(int r, int h, int p, int n, Sum* out) const {
     // Columns c - h and c + h + 1 of the sites c = 2 * k + p have opposite parities.
     const float* const* rightRows = ((p + h) & 1) == 0 ? oddRows : evenRows;
     const float* const* leftRows = ((p + h) & 1) == 0 ? evenRows : oddRows;
@@ -272,7 +285,7 @@ void WindowSums<uint16_t>::Integral::Row(int r, int h, int p, int k0, int k1, Su
     const int top = (r - h) % kRing;
     const int bottom = std::min(r + h + 1, height) % kRing;
     WindowDifference(rightRows[bottom] + right, leftRows[bottom] + left, rightRows[top] + right, leftRows[top] + left,
-                     k0, k1, out);
+                     n, out);
 }
 
 void WindowSums<uint16_t>::Create(int width, int height) {
@@ -283,11 +296,11 @@ void WindowSums<uint16_t>::Create(int width, int height) {
     gradients_.Create(2, width / 2);
 }
 
-void WindowSums<uint16_t>::Start(int q, bool) {
+void WindowSums<uint16_t>::Start(int q, int reach, bool) {
     q_ = q;
     next_ = 0;
-    first_.Start();
-    second_.Start();
+    first_.Start(reach);
+    second_.Start(reach);
 }
 
 void WindowSums<uint16_t>::Push(bool zero, const float* leakAtSites, const float* leakBetween) {
@@ -319,10 +332,13 @@ void WindowSums<uint16_t>::Push(bool zero, const float* leakAtSites, const float
     }
 }
 
-void WindowSums<uint16_t>::Row(int r, int h, int k0, int k1, Sum* a, Sum* b) {
+void WindowSums<uint16_t>::Rows(int r, const int* h, int scales, Sum* const* a, Sum* const* b) {
     const int p = (r + q_) & 1;
-    first_.Row(r, h, p, k0, k1, a);
-    second_.Row(r, h, p, k0, k1, b);
+    const int n = RoundUpToLanes(width_ / 2);
+    for (int scale = 0; scale < scales; ++scale) {
+        first_.Row(r, h[scale], p, n, a[scale]);
+        second_.Row(r, h[scale], p, n, b[scale]);
+    }
 }
 
 void WindowSums<uint16_t>::Site(int r, int c, int h, Sum* a, Sum* b) const {

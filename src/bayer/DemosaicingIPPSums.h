@@ -10,8 +10,7 @@
 namespace orv {
 
 constexpr int kMaxRadius = 4;
-// Rows within reach, a power of two above 2 * kMaxRadius + 1.
-constexpr int kRing = 16;
+static_assert(kRing > 2 * kMaxRadius + 1, "rows within reach of a window, and one more");
 
 template <class T>
 class WindowSums;
@@ -26,6 +25,7 @@ public:
     // second row counts.
     using Contrast = int16_t;
     using DiagonalContrast = int32_t;
+    using Difference = int16_t;  // of two samples
     struct Kept {
         void Create(int, int) {}
         Sum* Row(int, int, Sum* scratch) const { return scratch; }
@@ -33,8 +33,9 @@ public:
     };
 
     void Create(int width, int height);
-    // Starts a pass over half `q`. `bothParities`: rows at an odd distance count too, otherwise they are all zero.
-    void Start(int q, bool bothParities);
+    // Starts a pass over half `q` with windows of half-widths up to `reach`. `bothParities`: rows at an odd distance
+    // count too, otherwise they are all zero.
+    void Start(int q, int reach, bool bothParities);
 
     // Where the next row's gradients go, at the index of their sites.
     Gradient* NextFirst() { return first_[next_ % kRing]; }
@@ -42,8 +43,9 @@ public:
     // Ends the next row: gradients stand at both places, or are all zero. The leaks do not exist at this width.
     void Push(bool zero, const float* leakAtSites, const float* leakBetween);
 
-    // Window sums of the sites [k0, k1) of row r, all of half-width h, windows within the frame.
-    void Row(int r, int h, int k0, int k1, Sum* a, Sum* b);
+    // Window sums of the sites of row r, by scale: half-widths `h`, none above twice the one before, as they are in
+    // frames of at least 2 * kMaxRadius + 2 rows. Anything where windows reach beyond a side.
+    void Rows(int r, const int* h, int scales, Sum* const* a, Sum* const* b);
     // Window sums of the site (r, c); the window may reach beyond the right and the lower edge.
     void Site(int r, int c, int h, Sum* a, Sum* b) const;
 
@@ -60,7 +62,8 @@ private:
     RowArray<Gradient> zero_;
     const Gradient* firstRows_[kRing] = {};
     const Gradient* secondRows_[kRing] = {};
-    RowArray<Gradient> column_;  // sums over the rows of a window at even and at odd distance
+    // Sums over the rows of a window at even distance, by scale, and at odd distance.
+    RowArray<Gradient> column_;
 };
 
 // 16-bit samples: differences of single-precision integral images. Integrals above 2^24 round, so their order of
@@ -72,6 +75,7 @@ public:
     using Sum = float;
     using Contrast = float;
     using DiagonalContrast = float;
+    using Difference = float;
 
     // One plane that is never cleared between passes or frames: second sums of the smallest window at the sites of the
     // last pass over a half, zero on the border and before the first.
@@ -83,7 +87,7 @@ public:
     };
 
     void Create(int width, int height);
-    void Start(int q, bool bothParities);
+    void Start(int q, int reach, bool bothParities);
 
     Gradient* NextFirst() { return gradients_[0]; }
     Gradient* NextSecond() { return gradients_[1]; }
@@ -91,7 +95,7 @@ public:
     // between the sites; null for zeros.
     void Push(bool zero, const float* leakAtSites, const float* leakBetween);
 
-    void Row(int r, int h, int k0, int k1, Sum* a, Sum* b);
+    void Rows(int r, const int* h, int scales, Sum* const* a, Sum* const* b);
     void Site(int r, int c, int h, Sum* a, Sum* b) const;
 
 private:
@@ -102,10 +106,11 @@ private:
         const float* evenRows[kRing];
         const float* oddRows[kRing];
         int slot;
+        int slots;  // as few as windows need, which keeps them in the cache
         int height;
 
         void Create(int width, int frameHeight);
-        void Start();
+        void Start(int reach);
         // Row y + 1 as row y, or new.
         void Repeat(int y);
         void Next(int y, float** nextEven, float** nextOdd);
@@ -114,7 +119,7 @@ private:
             return row[x >> 1];
         }
         float Window(int top, int bottom, int left, int right) const;
-        void Row(int r, int h, int p, int k0, int k1, Sum* out) const;
+        void Row(int r, int h, int p, int n, Sum* out) const;
     };
 
     int width_ = 0;

@@ -9,13 +9,12 @@
 
 namespace orv {
 
-// Row functions work in steps of this many elements from their first one on, into the padding of the rows, so that they
-// need no remainder loop. What they leave there is never used.
-constexpr int kLanes = 16;
-inline int RoundUpToLanes(int k0, int k1) { return k0 + (k1 - k0 + kLanes - 1) / kLanes * kLanes; }
+// Row functions work from element 0 in steps of this many elements, into the padding of the rows, so that they are
+// aligned and need no remainder loop. What they leave there is never used.
+constexpr int kLanes = 32;
+inline int RoundUpToLanes(int n) { return (n + kLanes - 1) / kLanes * kLanes; }
 
-// Rows of one length, 64-byte aligned and with at least 64 bytes of padding, zero when new. Not at multiples of a large
-// power of two, so that the same column of many rows fits in the cache.
+// Rows of one length, 64-byte aligned and with at least 64 bytes of padding before and after, zero when new.
 template <class T>
 class RowArray {
 public:
@@ -23,18 +22,22 @@ public:
     void Create(int rows, int columns) {
         constexpr int kLine = 64 / static_cast<int>(sizeof(T));
         const int type = sizeof(T) == 1 ? CV_8U : sizeof(T) == 2 ? CV_16U : CV_32F;
-        if (columns > std::numeric_limits<int>::max() - 2 * kLine) {
+        if (columns > std::numeric_limits<int>::max() - 2 * (kLanes + kLine)) {
             CV_Error(cv::Error::StsNoMem, "row too long");
         }
-        const int step = (columns + kLine - 1) / kLine * kLine + kLine;
-        if (rows == mat_.rows && columns == columns_) {
+        // An odd number of lines, so that the same column of many rows fits in the cache.
+        const int lines = (RoundUpToLanes(columns) + kLine - 1) / kLine + 1;
+        const int step = (lines | 1) * kLine;
+        if (rows == rows_ && columns == columns_) {
             return;
         }
         mat_.release();
-        mat_.create(rows, step, type);
+        rows_ = 0;
+        mat_.create(rows + 1, step, type);
         mat_.setTo(0);
-        data_ = reinterpret_cast<T*>(mat_.data);
+        data_ = reinterpret_cast<T*>(mat_.data) + kLine;
         step_ = step;
+        rows_ = rows;
         columns_ = columns;
     }
     T* operator[](int r) { return data_ + static_cast<ptrdiff_t>(r) * step_; }
@@ -42,6 +45,7 @@ public:
 
 private:
     cv::Mat mat_;
+    int rows_ = 0;
     int columns_ = 0;
     T* data_ = nullptr;
     ptrdiff_t step_ = 0;
@@ -56,15 +60,27 @@ public:
         half_[0].Create(rows, columns / 2);
         half_[1].Create(rows, columns / 2);
     }
-    RowArray<T>& Half(int q) { return half_[q]; }
-    const RowArray<T>& Half(int q) const { return half_[q]; }
     T* Row(int q, int r) { return half_[q][r]; }
     const T* Row(int q, int r) const { return half_[q][r]; }
-    T& At(int r, int c) { return half_[(r + c) & 1][r][c >> 1]; }
-    const T& At(int r, int c) const { return half_[(r + c) & 1][r][c >> 1]; }
 
 private:
     RowArray<T> half_[2];
+};
+
+// Rows that are in use at a time, a power of two.
+constexpr int kRing = 16;
+
+// The last rows of a SplitPlane: row r takes the place of row r - kRing.
+template <class T>
+class SplitRing {
+public:
+    void Create(int columns) { rows_.Create(kRing, columns); }
+    T* Row(int q, int r) { return rows_.Row(q, r & (kRing - 1)); }
+    const T* Row(int q, int r) const { return rows_.Row(q, r & (kRing - 1)); }
+    T& At(int r, int c) { return Row((r + c) & 1, r)[c >> 1]; }
+
+private:
+    SplitPlane<T> rows_;
 };
 
 }  // namespace orv

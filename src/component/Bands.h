@@ -47,19 +47,19 @@ void ForEachBandWithWorker(int rows, int workers, const Fn& fn) {
         return;
     }
     const int step = BandRows(rows, TeamSize((rows + 3) / 4));
-    const int bands = (rows + step - 1) / step;
+    const int bands = (rows - 1) / step + 1;
     const int team = TeamSize(bands < workers ? bands : workers);
     if (team <= 1) {
         for (int place = 0; place < bands; ++place) {
             const int y = BandAt(place, bands) * step;
-            fn(0, y, y + step < rows ? y + step : rows);
+            fn(0, y, rows - y > step ? y + step : rows);
         }
         return;
     }
 #pragma omp parallel for num_threads(team) schedule(dynamic, 1)
     for (int place = 0; place < bands; ++place) {
         const int y = BandAt(place, bands) * step;
-        fn(WorkerIndex(), y, y + step < rows ? y + step : rows);
+        fn(WorkerIndex(), y, rows - y > step ? y + step : rows);
     }
 }
 

@@ -6,7 +6,12 @@ namespace orv {
 
 SimdLevel BestSimdLevel() {
 #if defined(__x86_64__)
-    if (__builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0) {
+    const bool avx2 = __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0;
+    if (avx2 && __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512bw") != 0 &&
+        __builtin_cpu_supports("avx512dq") != 0 && __builtin_cpu_supports("avx512vl") != 0) {
+        return SimdLevel::Avx512;
+    }
+    if (avx2) {
         return SimdLevel::Avx2;
     }
 #endif

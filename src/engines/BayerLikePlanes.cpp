@@ -4,18 +4,25 @@
 #include <opencv2/imgproc.hpp>
 
 #include "component/Bands.h"
+#include "component/PixelTypes.h"
 
 namespace orv {
 
-bool BayerLikePlanes::Reconstruct(int16_t* mosaic, int W, int H, const ColourRowSink& sink) {
+void BayerLikePlanes::Create(int16_t* mosaic, int W, int H, int workers) {
+    pan_ = cv::Mat(H, W, CV_16SC1, mosaic);
+    mosaic_.create(H, W, CV_16SC1);
+    low_.create(H / 2, W / 2, CV_16SC1);
+    lowDiff_.create(H / 2, W / 2, CV_16SC3);
+    fullDiff_.create(H, W, CV_16SC3);
+    rows_.create(3 * workers, W, CV_32SC1);
+}
+
+int BayerLikePlanes::Reconstruct(int16_t* mosaic, int W, int H, const ColourRowSink& sink) {
     const int workers = MaxWorkers(H, 0);
+    int failure = kCodeNoMemory;
     try {
-        pan_ = cv::Mat(H, W, CV_16SC1, mosaic);
-        mosaic_.create(H, W, CV_16SC1);
-        low_.create(H / 2, W / 2, CV_16SC1);
-        lowDiff_.create(H / 2, W / 2, CV_16SC3);
-        fullDiff_.create(H, W, CV_16SC3);
-        rows_.create(3 * workers, W, CV_32SC1);
+        Create(mosaic, W, H, workers);
+        failure = kCodeOpenCv;
         ForEachBand(H, [this](int y0, int y1) {
             for (int y = y0; y < y1; ++y) {
                 CompleteRow(y);
@@ -27,14 +34,14 @@ bool BayerLikePlanes::Reconstruct(int16_t* mosaic, int W, int H, const ColourRow
         });
         Widen();
     } catch (const cv::Exception&) {
-        return false;
+        return failure;
     }
     ForEachBandWithWorker(H, workers, [&](int worker, int y0, int y1) {
         for (int y = y0; y < y1; ++y) {
             Finish(sink, worker, y);
         }
     });
-    return true;
+    return kCodeOk;
 }
 
 // Pan at a colour site. Only pan sites are read, which no band writes.

@@ -19,10 +19,12 @@ class BayerLikePlanes {
 public:
     // Reconstructs the mosaic of `W` by `H` samples, multiples of 4, and hands all rows to `sink`; pan completes the
     // mosaic in its place. Sums are 32-bit, stored samples signed 16-bit; OpenCV's subtractions and additions saturate.
-    // False when an OpenCV call threw, memory included; then nothing has reached the sink.
-    bool Reconstruct(int16_t* mosaic, int W, int H, const ColourRowSink& sink);
+    // Returns 0, 9 when memory for the planes ran out, or 1 when a later OpenCV call threw; but for 0 nothing has
+    // reached the sink.
+    int Reconstruct(int16_t* mosaic, int W, int H, const ColourRowSink& sink);
 
 private:
+    void Create(int16_t* mosaic, int W, int H, int workers);
     int16_t PanAt(int y, int x) const;
     void CompleteRow(int y);
     void FillBlocks(int y);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "component/Lines.h"
 #include "component/Simd.h"
 #include "truesense/PanRows.h"
 
@@ -11,9 +12,6 @@ namespace {
 
 // Lanes of 16 bits throughout: samples and means have 12 bits, differences 13 with their sign.
 using Lane = int16_t;
-
-// `a` where the mask has all bits, `b` where it has none.
-ORV_ALWAYS_INLINE Lane Select(Lane mask, Lane a, Lane b) { return static_cast<Lane>((mask & a) | (~mask & b)); }
 
 ORV_ALWAYS_INLINE Lane RoundedHalf(int a, int b) { return static_cast<Lane>(static_cast<Lane>(a + b + 1) >> 1); }
 
@@ -100,36 +98,42 @@ ORV_ALWAYS_INLINE void ColourRowBody(const Lane* between, const Lane* evenPan, c
 ORV_ROW_FUNCTION(ColourRow, (const Lane* between, const Lane* evenPan, const Lane* oddPan, int n, int16_t* colour),
                  (between, evenPan, oddPan, n, colour))
 
-// Samples from one finished row to the next.
-ptrdiff_t ColourStride(int W) { return (static_cast<ptrdiff_t>(W) + 31) / 32 * 32; }
-
 constexpr int kPlaneRows = 8;  // rings of rows of the plane: a row is split 6 rows before it is finished
 constexpr int kLowRows = 4;    // rings of rows of the half-size mosaic
-constexpr int kLaneRows = 4 * kPlaneRows + 4 * kLowRows + 2;
-constexpr int kHalo = 3;  // rows of the half-size mosaic
+constexpr int kHalo = 3;       // rows of the half-size mosaic
+
+struct StripLines {
+    Lines<Lane> panSites;    // pan samples of the mosaic
+    Lines<Lane> colour;      // colour samples of the mosaic
+    Lines<Lane> pan;         // pan at their sites
+    Lines<Lane> diff;        // pan - colour there
+    Lines<Lane> low;         // half-size mosaic of colour - pan
+    Lines<Lane> lowDiff[3];  // demosaiced: red, green, blue
+    Lane* alternate;         // 0, -1, 0, -1 ...
+    Lane* between;           // a row of one colour, doubled down
+    int16_t* rows[3];        // red, green, blue of a finished row
+
+    StripLines(int W, LineCutter* cutter) {
+        const int n = W / 2;
+        for (Lines<Lane>* ring : {&panSites, &colour, &pan, &diff}) {
+            *ring = cutter->Ring<Lane>(kPlaneRows, n);
+        }
+        for (Lines<Lane>* ring : {&low, &lowDiff[0], &lowDiff[1], &lowDiff[2]}) {
+            *ring = cutter->Ring<Lane>(kLowRows, n);
+        }
+        alternate = cutter->Line<Lane>(n + 1);
+        between = cutter->Line<Lane>(n);
+        for (int16_t*& row : rows) {
+            row = cutter->Line<int16_t>(W);
+        }
+    }
+};
 
 class Strip {
 public:
-    Strip(const int16_t* mosaic, int W, int H, void* scratch, const ColourRowSink& sink)
-        : mosaic_(mosaic), W_(W), H_(H), n_(W / 2), h_(H / 2), sink_(sink) {
-        const ptrdiff_t stride = LaneStride(W);
-        Lane* next = static_cast<Lane*>(scratch) + kLanePad;
-        for (LineRing<Lane, kPlaneRows>* ring : {&panSites_, &colour_, &pan_, &diff_}) {
-            *ring = {next, stride};
-            next += kPlaneRows * stride;
-        }
-        for (LineRing<Lane, kLowRows>* ring : {&low_, &lowDiff_[0], &lowDiff_[1], &lowDiff_[2]}) {
-            *ring = {next, stride};
-            next += kLowRows * stride;
-        }
-        alternate_ = next;
-        between_ = next + stride;
-        for (int channel = 0; channel < 3; ++channel) {
-            rows_[channel] = next + 2 * stride - kLanePad + channel * ColourStride(W);
-        }
-        for (int i = 0; i <= n_; ++i) {
-            alternate_[i] = static_cast<Lane>(-(i & 1));
-        }
+    Strip(const int16_t* mosaic, int W, int H, LineCutter cutter, const ColourRowSink& sink)
+        : mosaic_(mosaic), W_(W), H_(H), n_(W / 2), h_(H / 2), sink_(sink), lines_(W, &cutter) {
+        FillAlternate(n_ + 1, lines_.alternate);
     }
 
     // Rows [first, end) of the half-size mosaic, two rows of the plane each.
@@ -165,8 +169,8 @@ private:
     int Inner(int y) const { return std::min(std::max(y, 1), h_ - 2); }
 
     void Split(int y) const {
-        Lane* pan = panSites_[y];
-        Lane* colour = colour_[y];
+        Lane* pan = lines_.panSites[y];
+        Lane* colour = lines_.colour[y];
         SplitRow<Lane>(mosaic_ + static_cast<ptrdiff_t>(y) * W_, n_, Odd(y) ? colour : pan, Odd(y) ? pan : colour);
     }
 
@@ -174,23 +178,24 @@ private:
         const int above = y == 0 ? 1 : y - 1;
         const int below = y == H_ - 1 ? y - 1 : y + 1;
         CompletePanRow<PanTies::Vertical, Lane>(
-            {panSites_[above], panSites_[y], panSites_[below], y, y == 0 || y == H_ - 1}, colour_[y], n_, pan_[y],
-            diff_[y]);
+            {lines_.panSites[above], lines_.panSites[y], lines_.panSites[below], y, y == 0 || y == H_ - 1},
+            lines_.colour[y], n_, lines_.pan[y], lines_.diff[y]);
     }
 
     void Average(int y) const {
         if (Odd(y)) {
-            RedRow(diff_[2 * y], diff_[2 * y + 1], alternate_, n_, low_[y]);
+            RedRow(lines_.diff[2 * y], lines_.diff[2 * y + 1], lines_.alternate, n_, lines_.low[y]);
         } else {
-            BlueRow(diff_[2 * y], diff_[2 * y + 1], n_, low_[y]);
+            BlueRow(lines_.diff[2 * y], lines_.diff[2 * y + 1], n_, lines_.low[y]);
         }
     }
 
     void Demosaic(int y) const {
-        Lane* own = lowDiff_[Odd(y) ? 0 : 2][y];
-        Lane* other = lowDiff_[Odd(y) ? 2 : 0][y];
-        DemosaicRow(low_[y - 1], low_[y], low_[y + 1], alternate_ + (y & 1), n_, lowDiff_[1][y], own, other);
-        for (const LineRing<Lane, kLowRows>& ring : lowDiff_) {
+        Lane* own = lines_.lowDiff[Odd(y) ? 0 : 2][y];
+        Lane* other = lines_.lowDiff[Odd(y) ? 2 : 0][y];
+        DemosaicRow(lines_.low[y - 1], lines_.low[y], lines_.low[y + 1], lines_.alternate + (y & 1), n_,
+                    lines_.lowDiff[1][y], own, other);
+        for (const Lines<Lane>& ring : lines_.lowDiff) {
             Lane* row = ring[y];
             row[0] = row[1];
             row[n_ - 1] = row[n_ - 2];
@@ -200,15 +205,15 @@ private:
     void Finish(int y) const {
         const int near = y >> 1;
         const int far = Odd(y) ? std::min(near + 1, h_ - 1) : std::max(near - 1, 0);
-        const Lane* evenPan = Odd(y) ? pan_[y] : panSites_[y];
-        const Lane* oddPan = Odd(y) ? panSites_[y] : pan_[y];
+        const Lane* evenPan = Odd(y) ? lines_.pan[y] : lines_.panSites[y];
+        const Lane* oddPan = Odd(y) ? lines_.panSites[y] : lines_.pan[y];
         for (int channel = 0; channel < 3; ++channel) {
-            BetweenRows(lowDiff_[channel][Inner(near)], lowDiff_[channel][Inner(far)], n_, between_);
-            between_[-1] = between_[0];
-            between_[n_] = between_[n_ - 1];
-            ColourRow(between_, evenPan, oddPan, n_, rows_[channel]);
+            BetweenRows(lines_.lowDiff[channel][Inner(near)], lines_.lowDiff[channel][Inner(far)], n_, lines_.between);
+            lines_.between[-1] = lines_.between[0];
+            lines_.between[n_] = lines_.between[n_ - 1];
+            ColourRow(lines_.between, evenPan, oddPan, n_, lines_.rows[channel]);
         }
-        sink_.Row(y, rows_[0], rows_[1], rows_[2]);
+        sink_.Row(y, lines_.rows[0], lines_.rows[1], lines_.rows[2]);
     }
 
     const int16_t* mosaic_;
@@ -216,26 +221,20 @@ private:
     int n_;  // lanes per row
     int h_;  // rows of the half-size mosaic
     const ColourRowSink& sink_;
-    LineRing<Lane, kPlaneRows> panSites_;  // pan samples of the mosaic
-    LineRing<Lane, kPlaneRows> colour_;    // colour samples of the mosaic
-    LineRing<Lane, kPlaneRows> pan_;       // pan at their sites
-    LineRing<Lane, kPlaneRows> diff_;      // pan - colour there
-    LineRing<Lane, kLowRows> low_;         // half-size mosaic of colour - pan
-    LineRing<Lane, kLowRows> lowDiff_[3];  // demosaiced: red, green, blue
-    Lane* alternate_;                      // 0, -1, 0, -1 ...
-    Lane* between_;                        // a row of one colour, doubled down
-    int16_t* rows_[3];                     // red, green, blue of a finished row
+    const StripLines lines_;
 };
 
 }  // namespace
 
 size_t BayerLikeScratchBytes(int W) {
-    return static_cast<size_t>(LaneStride(W) * kLaneRows + ColourStride(W) * 3) * sizeof(int16_t);
+    LineCutter cutter(nullptr);
+    const StripLines lines(W, &cutter);
+    return cutter.Bytes();
 }
 
 void ReconstructBayerLikeStrip(const int16_t* mosaic, int W, int H, int y0, int y1, void* scratch,
                                const ColourRowSink& sink) {
-    Strip(mosaic, W, H, scratch, sink).Run(y0 / 2, y1 / 2);
+    Strip(mosaic, W, H, LineCutter(scratch), sink).Run(y0 / 2, y1 / 2);
 }
 
 }  // namespace orv

@@ -2,18 +2,14 @@
 
 #include <algorithm>
 
+#include "component/Lines.h"
 #include "component/Simd.h"
 #include "truesense/PanRows.h"
+#include "truesense/StripStages.h"
 
 namespace orv {
 
 namespace {
-
-// `a` where the mask has all bits, `b` where it has none.
-template <class Lane>
-ORV_ALWAYS_INLINE Lane Select(Lane mask, Lane a, Lane b) {
-    return static_cast<Lane>((mask & a) | (~mask & b));
-}
 
 // The difference that is left of `mean` when the colour pan - mean has been stored in 16 bits.
 ORV_ALWAYS_INLINE int16_t Settle(int16_t, int16_t mean) { return mean; }
@@ -110,60 +106,55 @@ ORV_ROW_TEMPLATE((class Lane, bool Odd), (Lane, Odd), ColourRimRow,
                   int16_t* colour),
                  (pan, diff, panInner, diffInner, n, colour))
 
-constexpr int kRingRows = 8;  // a row is last read 6 rows after it was made
-constexpr int kRings = 8;
-constexpr int kHalo = 6;
-
-// Samples from one finished row to the next.
-ptrdiff_t ColourStride(int W) { return (static_cast<ptrdiff_t>(W) + 63) / 32 * 32; }
+// Rows that the stages after the first reach up and down.
+constexpr int kPanReach = 1;
+constexpr int kSeedReach = 2;
+constexpr int kChromaReach = 2;
+constexpr int kColourReach = 1;
+constexpr int kRingRows = RingRowsFor(kPanReach, kSeedReach, kChromaReach, kColourReach);
 
 template <class Lane>
-using Ring = LineRing<Lane, kRingRows>;
+struct StripLines {
+    Lines<Lane> panSites;  // pan samples of the mosaic
+    Lines<Lane> colour;    // colour samples of the mosaic
+    // At colour sites:
+    Lines<Lane> pan;       // pan
+    Lines<Lane> diff;      // differences of the mosaic's colours
+    Lines<Lane> green;     // differences of green
+    Lines<Lane> diagonal;  // of the other of red and blue at red and blue sites
+    Lines<Lane> own;       // of blue on rows 0 and 1 of the cell, of red on rows 2 and 3
+    Lines<Lane> other;     // of the other one
+    Lane* alternate;       // 0, -1, 0, -1 ...
+    Lane* across;          // directions at the pan sites of a row
+    int16_t* rows[3];      // red, green, blue of a finished row
+
+    StripLines(int W, LineCutter* cutter) {
+        const int n = W / 2;
+        for (Lines<Lane>* ring : {&panSites, &colour, &pan, &diff, &green, &diagonal, &own, &other}) {
+            *ring = cutter->Ring<Lane>(kRingRows, n);
+        }
+        alternate = cutter->Line<Lane>(n + 1);
+        across = cutter->Line<Lane>(n);
+        for (int16_t*& row : rows) {
+            row = cutter->Line<int16_t>(W);
+        }
+    }
+};
 
 template <class Lane>
 class Strip {
 public:
-    Strip(const int16_t* mosaic, int W, int H, void* scratch, const ColourRowSink& sink)
-        : mosaic_(mosaic), W_(W), H_(H), n_(W / 2), last_(n_ - 1), sink_(sink) {
-        const ptrdiff_t stride = LaneStride(W);
-        Lane* next = static_cast<Lane*>(scratch) + kLanePad;
-        for (Ring<Lane>* ring : {&panSites_, &colour_, &pan_, &diff_, &green_, &diagonal_, &own_, &other_}) {
-            *ring = {next, stride};
-            next += kRingRows * stride;
-        }
-        alternate_ = next;
-        across_ = next + stride;
-        int16_t* colours = reinterpret_cast<int16_t*>(next + 2 * stride - kLanePad);
-        for (int16_t*& row : rows_) {
-            row = colours;
-            colours += ColourStride(W);
-        }
-        for (int i = 0; i <= n_; ++i) {
-            alternate_[i] = static_cast<Lane>(-(i & 1));
-        }
+    Strip(const int16_t* mosaic, int W, int H, LineCutter cutter, const ColourRowSink& sink)
+        : mosaic_(mosaic), W_(W), H_(H), n_(W / 2), last_(n_ - 1), sink_(sink), lines_(W, &cutter) {
+        FillAlternate(n_ + 1, lines_.alternate);
     }
 
-    void Run(int y0, int y1) {
-        const auto within = [this, y0, y1](int y, int halo) {
-            return y >= std::max(0, y0 - halo) && y < std::min(H_, y1 + halo);
-        };
-        for (int t = std::max(0, y0 - kHalo); t < y1 + kHalo; ++t) {
-            if (within(t, kHalo)) {
-                Split(t);
-            }
-            if (within(t - 1, 5)) {
-                FillPan(t - 1);
-            }
-            if (within(t - 3, 3)) {
-                Seed(t - 3);
-            }
-            if (within(t - 5, 1)) {
-                CalculateBlueOrRedComponentFast1(t - 5);
-            }
-            if (within(t - 6, 0)) {
-                Finish(t - 6);
-            }
-        }
+    void Run(int y0, int y1) const {
+        RunStages(y0, y1, H_, StripStage{0, [this](int y) { Split(y); }},
+                  StripStage{kPanReach, [this](int y) { FillPan(y); }},
+                  StripStage{kSeedReach, [this](int y) { Seed(y); }},
+                  StripStage{kChromaReach, [this](int y) { CalculateBlueOrRedComponentFast1(y); }},
+                  StripStage{kColourReach, [this](int y) { Finish(y); }});
     }
 
 private:
@@ -173,7 +164,7 @@ private:
     int Above(int y, int distance) const { return y < distance ? y + distance : y - distance; }
     int Below(int y, int distance) const { return y + distance >= H_ ? y - distance : y + distance; }
     // Mask of the green sites of row `y`: odd lanes on blue rows, even lanes on red rows.
-    const Lane* GreenSites(int y) const { return alternate_ + ((y >> 1) & 1); }
+    const Lane* GreenSites(int y) const { return lines_.alternate + ((y >> 1) & 1); }
 
     // Sets the lanes beside the row, the missing neighbours on the half-size mosaic.
     void Pad(Lane* row) const {
@@ -182,37 +173,38 @@ private:
     }
 
     void Split(int y) const {
-        Lane* pan = panSites_[y];
-        Lane* colour = colour_[y];
+        Lane* pan = lines_.panSites[y];
+        Lane* colour = lines_.colour[y];
         SplitRow<Lane>(mosaic_ + static_cast<ptrdiff_t>(y) * W_, n_, Odd(y) ? colour : pan, Odd(y) ? pan : colour);
         Pad(pan);
     }
 
     void FillPan(int y) const {
-        Lane* pan = pan_[y];
-        Lane* diff = diff_[y];
-        const PanNeighbours<Lane> sites = {panSites_[Above(y, 1)], panSites_[y], panSites_[Below(y, 1)], y, Rim(y)};
-        CompletePanRow<PanTies::Vertical>(sites, colour_[y], n_, pan, diff);
+        Lane* pan = lines_.pan[y];
+        Lane* diff = lines_.diff[y];
+        const PanNeighbours<Lane> sites = {lines_.panSites[Above(y, 1)], lines_.panSites[y],
+                                           lines_.panSites[Below(y, 1)], y, Rim(y)};
+        CompletePanRow<PanTies::Vertical>(sites, lines_.colour[y], n_, pan, diff);
         Pad(pan);
         Pad(diff);
     }
 
     void Seed(int y) const {
-        const Lane* up = diff_[Above(y, 2)];
-        const Lane* down = diff_[Below(y, 2)];
-        const Lane* middle = diff_[y];
-        const Lane* pan = pan_[y];
-        Lane* green = green_[y];
-        Lane* diagonal = diagonal_[y];
+        const Lane* up = lines_.diff[Above(y, 2)];
+        const Lane* down = lines_.diff[Below(y, 2)];
+        const Lane* middle = lines_.diff[y];
+        const Lane* pan = lines_.pan[y];
+        Lane* green = lines_.green[y];
+        Lane* diagonal = lines_.diagonal[y];
         SeedRow<Lane>(up, middle, down, pan, GreenSites(y), n_, green, diagonal);
         // In two corners the green site between the missing neighbours counts twice, and the one diagonal neighbour
         // that is left counts half.
         if (y < 2) {
-            const Lane near = y == 0 ? diff_[1][1] : diff_[2][0];
+            const Lane near = y == 0 ? lines_.diff[1][1] : lines_.diff[2][0];
             green[0] = Settle(pan[0], Quarter(down[0], middle[1], near, near));
             diagonal[0] = Settle(pan[0], Half(down[1], Lane{0}));
         } else if (y >= H_ - 2) {
-            const Lane near = y == H_ - 2 ? diff_[H_ - 3][last_] : diff_[H_ - 2][last_ - 1];
+            const Lane near = y == H_ - 2 ? lines_.diff[H_ - 3][last_] : lines_.diff[H_ - 2][last_ - 1];
             green[last_] = Settle(pan[last_], Quarter(up[last_], middle[last_ - 1], near, near));
             diagonal[last_] = Settle(pan[last_], Half(up[last_ - 1], Lane{0}));
         }
@@ -223,54 +215,54 @@ private:
     void CalculateBlueOrRedComponentFast1(int y) const {
         const int above = Above(y, 2);
         const int below = Below(y, 2);
-        const Lane* pan = pan_[y];
-        Lane* own = own_[y];
-        Lane* other = other_[y];
-        ChromaRow<Lane>(diff_[above], diff_[below], diagonal_[above], diagonal_[below], diff_[y], diagonal_[y], pan,
-                        GreenSites(y), n_, own, other);
+        const Lane* pan = lines_.pan[y];
+        Lane* own = lines_.own[y];
+        Lane* other = lines_.other[y];
+        ChromaRow<Lane>(lines_.diff[above], lines_.diff[below], lines_.diagonal[above], lines_.diagonal[below],
+                        lines_.diff[y], lines_.diagonal[y], pan, GreenSites(y), n_, own, other);
         if (y < 2) {
             // Both corner sites use the neighbours of the upper one.
-            own[last_] = Settle(pan[last_], Half(diff_[0][last_ - 1], diagonal_[2][last_]));
-            other[last_] = Settle(pan[last_], Half(diagonal_[0][last_ - 1], diff_[2][last_]));
+            own[last_] = Settle(pan[last_], Half(lines_.diff[0][last_ - 1], lines_.diagonal[2][last_]));
+            other[last_] = Settle(pan[last_], Half(lines_.diagonal[0][last_ - 1], lines_.diff[2][last_]));
         } else if (y >= H_ - 2) {
             // The lower corner site has the difference of a pan site, 0, for its upper neighbour.
             const bool upper = y == H_ - 2;
-            own[0] = Settle(pan[0], Half(upper ? diagonal_[H_ - 3][0] : Lane{0}, diff_[H_ - 1][1]));
-            other[0] = Settle(pan[0], Half(upper ? diff_[H_ - 3][0] : Lane{0}, diagonal_[H_ - 1][1]));
+            own[0] = Settle(pan[0], Half(upper ? lines_.diagonal[H_ - 3][0] : Lane{0}, lines_.diff[H_ - 1][1]));
+            other[0] = Settle(pan[0], Half(upper ? lines_.diff[H_ - 3][0] : Lane{0}, lines_.diagonal[H_ - 1][1]));
         }
         Pad(own);
         Pad(other);
     }
 
     // Row `y` of red or of blue; the rows of a cell exchange the two.
-    Lane* RedOrBlue(int y, bool blue) const { return (((y >> 1) & 1) == 0) == blue ? own_[y] : other_[y]; }
-    Lane* Difference(int y, int channel) const { return channel == 1 ? green_[y] : RedOrBlue(y, channel == 2); }
+    Lane* RedOrBlue(int y, bool blue) const { return (((y >> 1) & 1) == 0) == blue ? lines_.own[y] : lines_.other[y]; }
+    Lane* Difference(int y, int channel) const { return channel == 1 ? lines_.green[y] : RedOrBlue(y, channel == 2); }
 
     template <bool OddRow>
     void CalculateComponentFast(int y, int channel) const {
         const int above = Above(y, 1);
         const int below = Below(y, 1);
-        const Lane* pan = pan_[y];
+        const Lane* pan = lines_.pan[y];
         const Lane* diff = Difference(y, channel);
         const Lane* diffUp = Difference(above, channel);
         const Lane* diffDown = Difference(below, channel);
-        int16_t* colour = rows_[channel];
+        int16_t* colour = lines_.rows[channel];
         if (Rim(y)) {
-            ColourRimRow<Lane, OddRow>(pan, diff, pan_[above], diffUp, n_, colour);
+            ColourRimRow<Lane, OddRow>(pan, diff, lines_.pan[above], diffUp, n_, colour);
         } else {
-            ColourRow<Lane, OddRow>(across_, panSites_[y], pan, diff, diffUp, diffDown, n_, colour);
+            ColourRow<Lane, OddRow>(lines_.across, lines_.panSites[y], pan, diff, diffUp, diffDown, n_, colour);
         }
         const int end = OddRow ? last_ : 0;
         const Lane beside = static_cast<Lane>(pan[end] - diff[end]);
         colour[OddRow ? W_ - 1 : 0] =
-            static_cast<int16_t>(Quarter(beside, beside, static_cast<Lane>(pan_[above][end] - diffUp[end]),
-                                         static_cast<Lane>(pan_[below][end] - diffDown[end])));
+            static_cast<int16_t>(Quarter(beside, beside, static_cast<Lane>(lines_.pan[above][end] - diffUp[end]),
+                                         static_cast<Lane>(lines_.pan[below][end] - diffDown[end])));
     }
 
     void Finish(int y) const {
-        const Lane* left = pan_[y] - (Odd(y) ? 0 : 1);
+        const Lane* left = lines_.pan[y] - (Odd(y) ? 0 : 1);
         if (!Rim(y)) {
-            DirectionRow<Lane>(left, left + 1, pan_[y - 1], pan_[y + 1], n_, across_);
+            DirectionRow<Lane>(left, left + 1, lines_.pan[y - 1], lines_.pan[y + 1], n_, lines_.across);
         }
         for (int channel = 0; channel < 3; ++channel) {
             if (Odd(y)) {
@@ -279,7 +271,7 @@ private:
                 CalculateComponentFast<false>(y, channel);
             }
         }
-        sink_.Row(y, rows_[0], rows_[1], rows_[2]);
+        sink_.Row(y, lines_.rows[0], lines_.rows[1], lines_.rows[2]);
     }
 
     const int16_t* mosaic_;
@@ -287,33 +279,23 @@ private:
     int n_;     // lanes per row
     int last_;  // the last of them
     const ColourRowSink& sink_;
-    Ring<Lane> panSites_;  // pan samples of the mosaic
-    Ring<Lane> colour_;    // colour samples of the mosaic
-    // At colour sites:
-    Ring<Lane> pan_;       // pan
-    Ring<Lane> diff_;      // differences of the mosaic's colours
-    Ring<Lane> green_;     // differences of green
-    Ring<Lane> diagonal_;  // of the other of red and blue at red and blue sites
-    Ring<Lane> own_;       // of blue on rows 0 and 1 of the cell, of red on rows 2 and 3
-    Ring<Lane> other_;     // of the other one
-    Lane* alternate_;      // 0, -1, 0, -1 ...
-    Lane* across_;         // directions at the pan sites of a row
-    int16_t* rows_[3];     // red, green, blue of a finished row
+    const StripLines<Lane> lines_;
 };
 
 }  // namespace
 
 size_t StripScratchBytes(int W) {
-    return static_cast<size_t>(LaneStride(W)) * (kRings * kRingRows + 2) * sizeof(int32_t) +
-           static_cast<size_t>(ColourStride(W)) * 3 * sizeof(int16_t);
+    LineCutter cutter(nullptr);
+    const StripLines<int32_t> lines(W, &cutter);
+    return cutter.Bytes();
 }
 
 void ReconstructStrip(const int16_t* mosaic, int W, int H, int y0, int y1, bool narrow, void* scratch,
                       const ColourRowSink& sink) {
     if (narrow) {
-        Strip<int16_t>(mosaic, W, H, scratch, sink).Run(y0, y1);
+        Strip<int16_t>(mosaic, W, H, LineCutter(scratch), sink).Run(y0, y1);
     } else {
-        Strip<int32_t>(mosaic, W, H, scratch, sink).Run(y0, y1);
+        Strip<int32_t>(mosaic, W, H, LineCutter(scratch), sink).Run(y0, y1);
     }
 }
 

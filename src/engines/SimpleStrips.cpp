@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-#if defined(__x86_64__)
-#include <immintrin.h>
-#endif
-
+#include "component/Lines.h"
 #include "component/Simd.h"
+#include "pipeline/Arithmetic.h"
+#include "pipeline/Avx2.h"
+#include "truesense/DifferenceRows.h"
 #include "truesense/PanRows.h"
 
 namespace orv {
@@ -27,21 +27,6 @@ ORV_ALWAYS_INLINE Lane HalfUp(Lane a, Lane b) {
 template <class Lane>
 ORV_ALWAYS_INLINE Lane Blend(Lane near, Lane centre, Lane far) {
     return Quarter(near, centre, centre, far);
-}
-
-// `a` where the mask has all bits, `b` where it has none.
-template <class Lane>
-ORV_ALWAYS_INLINE Lane Select(Lane mask, Lane a, Lane b) {
-    return static_cast<Lane>((mask & a) | (~mask & b));
-}
-
-template <class Lane>
-ORV_ALWAYS_INLINE Lane Least(Lane a, Lane b) {
-    return a < b ? a : b;
-}
-template <class Lane>
-ORV_ALWAYS_INLINE Lane Largest(Lane a, Lane b) {
-    return a < b ? b : a;
 }
 
 // A white balance gain: value * gain + half, toward zero, within the bounds.
@@ -114,49 +99,6 @@ ORV_ALWAYS_INLINE void LowRowBody(BlockRow<Lane> in, int n, Lane* diff, Lane* pa
 }
 ORV_ROW_TEMPLATE((class Lane), (Lane), LowRow, (BlockRow<Lane> in, int n, Lane* diff, Lane* pan), (in, n, diff, pan))
 
-// `rows` are the five rows around the filtered one; lanes 2 to n - 3.
-template <class Lane>
-ORV_ALWAYS_INLINE void ImpulseRowBody(const Lane* const* rows, int radius, int n, Lane* out) {
-    const Lane* top = rows[0];
-    const Lane* up = rows[1];
-    const Lane* own = rows[2];
-    const Lane* down = rows[3];
-    const Lane* bottom = rows[4];
-#pragma omp simd
-    for (int i = radius; i < n - radius; ++i) {
-        const int left = i - radius;
-        const int right = i + radius;
-        const Lane low = Least(Least(Least(top[left], top[right]), Least(own[left], own[right])),
-                               Least(Least(bottom[left], bottom[right]), Least(up[i], down[i])));
-        const Lane high = Largest(Largest(Largest(top[left], top[right]), Largest(own[left], own[right])),
-                                  Largest(Largest(bottom[left], bottom[right]), Largest(up[i], down[i])));
-        out[i] = Least(Largest(own[i], low), high);
-    }
-}
-ORV_ROW_TEMPLATE((class Lane), (Lane), ImpulseRow, (const Lane* const* rows, int radius, int n, Lane* out),
-                 (rows, radius, n, out))
-
-// A row of the half-size mosaic completed. `own` is the one of red and blue that the row has, at the sites where
-// `ownSites` has all bits, `other` the one that the rows above and below have. On the first and last row both stand
-// for the same row, and green takes no part from it.
-template <class Lane, bool Rim>
-ORV_ALWAYS_INLINE void DifferenceRowBody(const Lane* up, const Lane* middle, const Lane* down, const Lane* ownSites,
-                                         int n, Lane* own, Lane* green, Lane* other) {
-#pragma omp simd
-    for (int i = 0; i < n; ++i) {
-        const Lane across = Half(middle[i - 1], middle[i + 1]);
-        const Lane above = Select(ownSites[i], Half(up[i - 1], up[i + 1]), up[i]);
-        const Lane below = Select(ownSites[i], Half(down[i - 1], down[i + 1]), down[i]);
-        own[i] = Select(ownSites[i], middle[i], across);
-        green[i] = Select(ownSites[i], Rim ? across : Blend(up[i], across, down[i]), middle[i]);
-        other[i] = Half(above, below);
-    }
-}
-ORV_ROW_TEMPLATE((class Lane, bool Rim), (Lane, Rim), DifferenceRow,
-                 (const Lane* up, const Lane* middle, const Lane* down, const Lane* ownSites, int n, Lane* own,
-                  Lane* green, Lane* other),
-                 (up, middle, down, ownSites, n, own, green, other))
-
 // The row of full size behind `low`, smoothed along the row: even and odd columns.
 template <class Lane>
 ORV_ALWAYS_INLINE void SmoothAcrossBody(const Lane* low, int n, Lane* even, Lane* odd) {
@@ -215,8 +157,7 @@ ORV_ALWAYS_INLINE void CorrectFrom(ColourLanes<Lane> in, const float* m, int i, 
             const float b = Bounded(pan, in.diff[2][column][i]);
             for (int k = 0; k < kChannels; ++k) {
                 const float* row = m + 3 * k;
-                const float t = Fma(row[2], b, Fma(row[0], r, row[1] * g));
-                out[k][2 * i + column] = static_cast<int16_t>(TruncateClamped(t, 0.0F, 4095.0F));
+                out[k][2 * i + column] = static_cast<int16_t>(Mix(r, g, b, row[0], row[1], row[2]));
             }
         }
     }
@@ -253,17 +194,9 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE Sixteen LoadSums(ColourLanes<int16_t> in, int 
     return sums;
 }
 
-// Not-a-number passes the bound; like everything below the range of int32 it converts to the least int32, which the
-// unsigned packing takes to 0.
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i CorrectSixteen(const Sixteen& s, const __m256* row) {
-    __m256i t[2];
-    for (int half = 0; half < 2; ++half) {
-        const __m256 green = _mm256_mul_ps(row[1], s.channel[1][half]);
-        const __m256 sum =
-            _mm256_fmadd_ps(row[2], s.channel[2][half], _mm256_fmadd_ps(row[0], s.channel[0][half], green));
-        t[half] = _mm256_cvttps_epi32(_mm256_min_ps(_mm256_set1_ps(4095.0F), sum));
-    }
-    return _mm256_packus_epi32(t[0], t[1]);
+    return PackTruncated(MixEight(s.channel[0][0], s.channel[1][0], s.channel[2][0], row),
+                         MixEight(s.channel[0][1], s.channel[1][1], s.channel[2][1], row), _mm256_set1_ps(4095.0F));
 }
 
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void CorrectLanes(ColourLanes<int16_t> in, const __m256* m, int i,
@@ -309,58 +242,72 @@ ORV_ROW_TEMPLATE_TUNED((class Lane), (Lane), CorrectRow,
 
 constexpr int kRadius = 2;  // of the impulse filter
 
-// Samples from one finished row to the next.
-ptrdiff_t ColourStride(int W) { return (static_cast<ptrdiff_t>(W) + 63) / 32 * 32; }
+template <class Lane>
+struct StripLines {
+    // Of sites:
+    Lines<Lane> panSites;  // pan samples of the mosaic
+    Lines<Lane> colour;    // colour samples of the mosaic
+    Lines<Lane> pan;       // pan at colour sites
+    // Of blocks:
+    Lines<Lane> lowColorDiff;          // colour - pan
+    Lines<Lane> filtered;              // the same without impulses
+    Lines<Lane> lowPan;                // mean pan
+    Lines<Lane> chroma, along;         // filled along rows: the one of red and blue on the row, green
+    Lines<Lane> low[kChannels];        // differences of red, green, blue; of red or blue, whichever is not in `chroma`
+    Lines<Lane> smooth[kChannels][2];  // the same smoothed along the row, even and odd columns
+    Lines<Lane> panSmooth[2];          // mean pan smoothed along the row, even and odd columns
+    Lane* lowPanFull[4];               // mean pan at full size: even and odd columns of the two rows of blocks
+    Lane* full[kChannels][2];          // smoothed differences of a row, even and odd columns
+    Lane* alternate;                   // 0, -1, 0, -1 ...
+    int16_t* rows[kChannels];          // red, green, blue of a finished row
 
-// `Filters` is true where the impulse filter or a smoothing pass may run; both want longer rings.
-template <class Lane, bool Filters>
-class SimpleStrip {
-    // By how far back a row is last read. The first three are of sites, the others of blocks.
-    static constexpr int kPanSiteRows = Filters ? 16 : 8;
-    static constexpr int kColourRows = 4;
-    static constexpr int kPanRows = Filters ? 16 : 4;
-    static constexpr int kDiffRows = Filters ? 8 : 4;
-    static constexpr int kMeanRows = Filters ? 8 : 2;
-    static constexpr int kLowRows = Filters ? 4 : 1;
-    using DiffRing = LineRing<Lane, kDiffRows>;
-    using LowRing = LineRing<Lane, kLowRows>;
-
-public:
-    static constexpr int kScratchRows = kPanSiteRows + kColourRows + kPanRows + 2 * kDiffRows + kMeanRows +
-                                        (3 * kChannels + 2) * kLowRows + 2 * kChannels + 5;
-
-    SimpleStrip(const int16_t* mosaic, int W, int H, const SimpleSettings& settings, void* scratch,
-                const ColourRowSink& sink)
-        : mosaic_(mosaic), W_(W), H_(H), n_(W / 2), last_(n_ - 1), lowH_(H / 2), settings_(settings), sink_(sink) {
-        stride_ = LaneStride(W);
-        next_ = static_cast<Lane*>(scratch) + kLanePad;
-        Take(&panSites_);
-        Take(&colour_);
-        Take(&pan_);
-        Take(&lowColorDiff_);
-        Take(&filtered_);
-        Take(&lowPan_);
+    // The impulse filter and the smoothing passes, which `filters` provides for, want longer rings.
+    StripLines(int W, bool filters, LineCutter* cutter) {
+        const int n = W / 2;
+        panSites = cutter->Ring<Lane>(filters ? 16 : 8, n);
+        colour = cutter->Ring<Lane>(4, n);
+        pan = cutter->Ring<Lane>(filters ? 16 : 4, n);
+        lowColorDiff = cutter->Ring<Lane>(filters ? 8 : 4, n);
+        filtered = cutter->Ring<Lane>(filters ? 8 : 1, n);
+        lowPan = cutter->Ring<Lane>(filters ? 8 : 2, n);
+        chroma = cutter->Ring<Lane>(4, n);
+        along = cutter->Ring<Lane>(4, n);
+        const int lowRows = filters ? 4 : 1;
         for (int channel = 0; channel < kChannels; ++channel) {
-            Take(&low_[channel]);
+            low[channel] = cutter->Ring<Lane>(lowRows, n);
             for (int column = 0; column < 2; ++column) {
-                Take(&smooth_[channel][column]);
-                full_[channel][column] = TakeRows(1);
+                smooth[channel][column] = cutter->Ring<Lane>(lowRows, n);
+                full[channel][column] = cutter->Line<Lane>(n);
             }
         }
-        Take(&panSmooth_[0]);
-        Take(&panSmooth_[1]);
-        for (Lane*& row : lowPanFull_) {
-            row = TakeRows(1);
+        panSmooth[0] = cutter->Ring<Lane>(lowRows, n);
+        panSmooth[1] = cutter->Ring<Lane>(lowRows, n);
+        for (Lane*& row : lowPanFull) {
+            row = cutter->Line<Lane>(n);
         }
-        alternate_ = TakeRows(1);
-        int16_t* colours = reinterpret_cast<int16_t*>(next_ - kLanePad);
-        for (int16_t*& row : rows_) {
-            row = colours;
-            colours += ColourStride(W);
+        alternate = cutter->Line<Lane>(n + 1);
+        for (int16_t*& row : rows) {
+            row = cutter->Line<int16_t>(W);
         }
-        for (int i = 0; i <= n_; ++i) {
-            alternate_[i] = static_cast<Lane>(-(i & 1));
-        }
+    }
+};
+
+// `Filters` is true where the impulse filter or a smoothing pass may run.
+template <class Lane, bool Filters>
+class SimpleStrip {
+public:
+    SimpleStrip(const int16_t* mosaic, int W, int H, const SimpleSettings& settings, LineCutter cutter,
+                const ColourRowSink& sink)
+        : mosaic_(mosaic),
+          W_(W),
+          H_(H),
+          n_(W / 2),
+          last_(n_ - 1),
+          lowH_(H / 2),
+          settings_(settings),
+          sink_(sink),
+          lines_(W, Filters, &cutter) {
+        FillAlternate(n_ + 1, lines_.alternate);
         unitPan_ = settings.panGain == 1.0;
         unitColour_ = settings.redGain == 1.0 && settings.greenGain == 1.0 && settings.blueGain == 1.0;
         impulseFilter_ = Filters && settings.impulseFilter;
@@ -405,15 +352,6 @@ public:
     }
 
 private:
-    Lane* TakeRows(int rows) {
-        Lane* first = next_;
-        next_ += rows * stride_;
-        return first;
-    }
-    template <int Rows>
-    void Take(LineRing<Lane, Rows>* ring) {
-        *ring = {TakeRows(Rows), stride_};
-    }
     bool Odd(int y) const { return (y & 1) != 0; }
     // The neighbour rows; the one on the other side where one is missing.
     int Above(int y) const { return y == 0 ? 1 : y - 1; }
@@ -423,8 +361,8 @@ private:
     int BelowOrOwn(int l) const { return l + 1 == lowH_ ? l : l + 1; }
 
     void CalculateWhiteBalance(int y) const {
-        Lane* pan = panSites_[y];
-        Lane* colour = colour_[y];
+        Lane* pan = lines_.panSites[y];
+        Lane* colour = lines_.colour[y];
         SplitRow<Lane>(mosaic_ + static_cast<ptrdiff_t>(y) * W_, n_, Odd(y) ? colour : pan, Odd(y) ? pan : colour);
         if (!unitPan_) {
             const Gain gain = Gain::Make(settings_.panGain);
@@ -442,56 +380,49 @@ private:
 
     void InterpolatePanFast(int y) const {
         const bool rim = y == 0 || y == H_ - 1;
-        const PanNeighbours<Lane> sites = {panSites_[Above(y)], panSites_[y], panSites_[Below(y, H_)], y, rim};
-        CompletePanRow<PanTies::OddRows>(sites, n_, pan_[y]);
+        const PanNeighbours<Lane> sites = {lines_.panSites[Above(y)], lines_.panSites[y], lines_.panSites[Below(y, H_)],
+                                           y, rim};
+        CompletePanRow<PanTies::OddRows>(sites, n_, lines_.pan[y]);
     }
 
     void GenerateLow(int l) const {
         const int y = 2 * l;
-        const BlockRow<Lane> blocks = {
-            {panSites_[y], panSites_[y + 1]}, {colour_[y], colour_[y + 1]}, {pan_[y], pan_[y + 1]}};
-        LowRow<Lane>(blocks, n_, lowColorDiff_[l], lowPan_[l]);
+        const BlockRow<Lane> blocks = {{lines_.panSites[y], lines_.panSites[y + 1]},
+                                       {lines_.colour[y], lines_.colour[y + 1]},
+                                       {lines_.pan[y], lines_.pan[y + 1]}};
+        LowRow<Lane>(blocks, n_, lines_.lowColorDiff[l], lines_.lowPan[l]);
     }
 
-    // The differences that the completion reads, with the missing neighbours beside the row.
+    // The differences that the completion reads, filled along the row.
     void CalculateImpulseFilter(int l) const {
-        Lane* row = lowColorDiff_[l];
+        const Lane* diff = lines_.lowColorDiff[l];
         if (impulseFilter_) {
-            row = filtered_[l];
-            std::copy(lowColorDiff_[l], lowColorDiff_[l] + n_, row);
+            Lane* row = lines_.filtered[l];
+            diff = row;
+            std::copy(lines_.lowColorDiff[l], lines_.lowColorDiff[l] + n_, row);
             if (l >= kRadius && l < lowH_ - kRadius) {
-                const Lane* const rows[] = {lowColorDiff_[l - kRadius], lowColorDiff_[l - 1], lowColorDiff_[l],
-                                            lowColorDiff_[l + 1], lowColorDiff_[l + kRadius]};
-                ImpulseRow<Lane>(rows, kRadius, n_, row);
+                ClipRow<Lane>(lines_.lowColorDiff[l - kRadius], lines_.lowColorDiff[l - 1], lines_.lowColorDiff[l],
+                              lines_.lowColorDiff[l + 1], lines_.lowColorDiff[l + kRadius], kRadius, n_, row);
             }
         }
-        row[-1] = row[1];
-        row[n_] = row[last_ - 1];
+        FillAlongRow(diff, l, n_, lines_.alternate, lines_.chroma[l], lines_.along[l]);
     }
 
-    const DiffRing& Differences() const { return impulseFilter_ ? filtered_ : lowColorDiff_; }
+    // Finished differences of a row of blocks.
+    Lane* Difference(int channel, int l) const {
+        return channel == (Odd(l) ? 0 : 2) ? lines_.chroma[l] : lines_.low[channel][l];
+    }
 
     void LowColorDiffUpSample(int l) const {
-        const DiffRing& diff = Differences();
-        const Lane* up = diff[Above(l)];
-        const Lane* middle = diff[l];
-        const Lane* down = diff[Below(l, lowH_)];
-        Lane* own = low_[Odd(l) ? 0 : 2][l];
-        Lane* other = low_[Odd(l) ? 2 : 0][l];
-        Lane* green = low_[1][l];
-        const Lane* ownSites = alternate_ + (Odd(l) ? 0 : 1);
-        // At the end without a neighbour green has only the others, of which a corner has one.
-        const int end = Odd(l) ? last_ : 0;
-        if (l == 0 || l == lowH_ - 1) {
-            DifferenceRow<Lane, true>(up, middle, down, ownSites, n_, own, green, other);
-            green[end] = Half(up[end], middle[Odd(l) ? last_ - 1 : 1]);
-        } else {
-            DifferenceRow<Lane, false>(up, middle, down, ownSites, n_, own, green, other);
-            green[end] = Half(up[end], down[end]);
-        }
+        const int up = Above(l);
+        const int down = Below(l, lowH_);
+        const Lines<Lane>& along = lines_.along;
+        FillOtherChroma(lines_.chroma[up], lines_.chroma[down], n_, Difference(Odd(l) ? 2 : 0, l));
+        FillGreen(along[up], along[l], along[down], l, l == 0 || l == lowH_ - 1, n_, lines_.alternate,
+                  Difference(1, l));
         if (colorSmoothEnable_) {
             for (int channel = 0; channel < kChannels; ++channel) {
-                SmoothRow(low_[channel][l], smooth_[channel][0][l], smooth_[channel][1][l]);
+                SmoothRow(Difference(channel, l), lines_.smooth[channel][0][l], lines_.smooth[channel][1][l]);
             }
         }
     }
@@ -502,41 +433,41 @@ private:
         low[n_] = low[last_];
         SmoothAcross<Lane>(low, n_, even, odd);
     }
-    void SmoothColumns(const LowRing& across, int y, Lane* out) const {
+    void SmoothColumns(const Lines<Lane>& across, int y, Lane* out) const {
         const int l = y >> 1;
         SmoothAlong<Lane>(across[l], across[Odd(y) ? BelowOrOwn(l) : AboveOrOwn(l)], n_, out);
     }
 
     // Nothing reads the result.
     void LowPanUpSample(int l) const {
-        Replicate<Lane>(lowPan_[l], n_, lowPanFull_[0], lowPanFull_[1]);
-        Replicate<Lane>(lowPan_[l], n_, lowPanFull_[2], lowPanFull_[3]);
+        Replicate<Lane>(lines_.lowPan[l], n_, lines_.lowPanFull[0], lines_.lowPanFull[1]);
+        Replicate<Lane>(lines_.lowPan[l], n_, lines_.lowPanFull[2], lines_.lowPanFull[3]);
         if (panSmoothEnable_) {
             for (const int row : {AboveOrOwn(l), l, BelowOrOwn(l)}) {
-                SmoothRow(lowPan_[row], panSmooth_[0][row], panSmooth_[1][row]);
+                SmoothRow(lines_.lowPan[row], lines_.panSmooth[0][row], lines_.panSmooth[1][row]);
             }
             for (int i = 0; i < 4; ++i) {
-                SmoothColumns(panSmooth_[i & 1], 2 * l + i / 2, lowPanFull_[i]);
+                SmoothColumns(lines_.panSmooth[i & 1], 2 * l + i / 2, lines_.lowPanFull[i]);
             }
         }
     }
 
     void ColorCorrection(int y) const {
         ColourLanes<Lane> lanes;
-        lanes.pan[0] = Odd(y) ? pan_[y] : panSites_[y];
-        lanes.pan[1] = Odd(y) ? panSites_[y] : pan_[y];
+        lanes.pan[0] = Odd(y) ? lines_.pan[y] : lines_.panSites[y];
+        lanes.pan[1] = Odd(y) ? lines_.panSites[y] : lines_.pan[y];
         for (int channel = 0; channel < kChannels; ++channel) {
             for (int column = 0; column < 2; ++column) {
                 const Lane*& diff = lanes.diff[channel][column];
-                diff = low_[channel][y >> 1];
+                diff = Difference(channel, y >> 1);
                 if (colorSmoothEnable_) {
-                    SmoothColumns(smooth_[channel][column], y, full_[channel][column]);
-                    diff = full_[channel][column];
+                    SmoothColumns(lines_.smooth[channel][column], y, lines_.full[channel][column]);
+                    diff = lines_.full[channel][column];
                 }
             }
         }
-        CorrectRow<Lane>(lanes, settings_.matrix, n_, rows_);
-        sink_.Row(y, rows_[0], rows_[1], rows_[2]);
+        CorrectRow<Lane>(lanes, settings_.matrix, n_, lines_.rows);
+        sink_.Row(y, lines_.rows[0], lines_.rows[1], lines_.rows[2]);
     }
 
     const int16_t* mosaic_;
@@ -548,21 +479,7 @@ private:
     const ColourRowSink& sink_;
     bool unitPan_, unitColour_;  // gains
     bool impulseFilter_, panSmoothEnable_, colorSmoothEnable_;
-    ptrdiff_t stride_;
-    Lane* next_;
-    LineRing<Lane, kPanSiteRows> panSites_;  // pan samples of the mosaic
-    LineRing<Lane, kColourRows> colour_;     // colour samples of the mosaic
-    LineRing<Lane, kPanRows> pan_;           // pan at colour sites
-    DiffRing lowColorDiff_;                  // colour - pan of the blocks
-    DiffRing filtered_;                      // the same without impulses
-    LineRing<Lane, kMeanRows> lowPan_;       // mean pan of the blocks
-    LowRing low_[kChannels];                 // differences of red, green, blue
-    LowRing smooth_[kChannels][2];           // the same smoothed along the row, even and odd columns
-    LowRing panSmooth_[2];                   // mean pan smoothed along the row, even and odd columns
-    Lane* lowPanFull_[4];                    // mean pan at full size: even and odd columns of the two rows of blocks
-    Lane* full_[kChannels][2];               // smoothed differences of a row, even and odd columns
-    Lane* alternate_;                        // 0, -1, 0, -1 ...
-    int16_t* rows_[kChannels];               // red, green, blue of a finished row
+    const StripLines<Lane> lines_;
 };
 
 // True when a gain brings every sample to 12 bits.
@@ -573,19 +490,20 @@ bool AllClamp(const SimpleSettings& settings) {
 }  // namespace
 
 size_t SimpleScratchBytes(int W) {
-    return static_cast<size_t>(LaneStride(W)) * SimpleStrip<int32_t, true>::kScratchRows * sizeof(int32_t) +
-           static_cast<size_t>(ColourStride(W)) * kChannels * sizeof(int16_t);
+    LineCutter cutter(nullptr);
+    const StripLines<int32_t> lines(W, true, &cutter);
+    return cutter.Bytes();
 }
 
 void ReconstructSimpleStrip(const int16_t* mosaic, int W, int H, int y0, int y1, bool narrow,
                             const SimpleSettings& settings, void* scratch, const ColourRowSink& sink) {
     const bool filters = settings.impulseFilter || settings.panSmoothEnable || settings.colorSmoothEnable;
     if (!narrow && !AllClamp(settings)) {
-        SimpleStrip<int32_t, true>(mosaic, W, H, settings, scratch, sink).Run(y0, y1);
+        SimpleStrip<int32_t, true>(mosaic, W, H, settings, LineCutter(scratch), sink).Run(y0, y1);
     } else if (filters) {
-        SimpleStrip<int16_t, true>(mosaic, W, H, settings, scratch, sink).Run(y0, y1);
+        SimpleStrip<int16_t, true>(mosaic, W, H, settings, LineCutter(scratch), sink).Run(y0, y1);
     } else {
-        SimpleStrip<int16_t, false>(mosaic, W, H, settings, scratch, sink).Run(y0, y1);
+        SimpleStrip<int16_t, false>(mosaic, W, H, settings, LineCutter(scratch), sink).Run(y0, y1);
     }
 }
 

@@ -19,7 +19,7 @@ public:
 
 protected:
     bool Reserve(const orv::EngineFrame& frame) override;
-    // 1 when OpenCV threw.
+    // 1 when OpenCV threw, 9 when that was for want of planes.
     int Reconstruct(const orv::EngineFrame& frame, const orv::ColourRowSink& sink) override;
 
 private:

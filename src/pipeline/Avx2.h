@@ -42,12 +42,21 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i MeanOfEight(__m256i sum, __m256i count
     return _mm256_sign_epi32(_mm256_srlv_epi32(high, _mm256_permutevar8x32_epi32(shifts, count)), sum);
 }
 
-// Truncated between 0 and `high`. Not-a-number passes the bound; like everything below the range of int32 it converts
-// to the least int32, which the unsigned packing takes to 0.
+// The sum of Mix for eight pixels; `k` has the factors of red, green and blue.
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256 MixEight(__m256 r, __m256 g, __m256 b, const __m256* k) {
+    return _mm256_fmadd_ps(b, k[2], _mm256_fmadd_ps(r, k[0], _mm256_mul_ps(g, k[1])));
+}
+
+// Truncated between 0 and `high`, packed within the halves of the vectors. Not-a-number passes the bound; like
+// everything below the range of int32 it converts to the least int32, which the unsigned packing takes to 0. By hand,
+// since the compiler keeps the comparisons of a bound apart from its selections.
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i PackTruncated(__m256 first, __m256 second, __m256 high) {
-    const __m256i packed = _mm256_packus_epi32(_mm256_cvttps_epi32(_mm256_min_ps(high, first)),
-                                               _mm256_cvttps_epi32(_mm256_min_ps(high, second)));
-    return _mm256_permute4x64_epi64(packed, 0xD8);
+    return _mm256_packus_epi32(_mm256_cvttps_epi32(_mm256_min_ps(high, first)),
+                               _mm256_cvttps_epi32(_mm256_min_ps(high, second)));
+}
+// The same in the order of the pixels.
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i PackInOrder(__m256 first, __m256 second, __m256 high) {
+    return _mm256_permute4x64_epi64(PackTruncated(first, second, high), 0xD8);
 }
 
 }  // namespace orv

@@ -5,47 +5,12 @@
 #include "pipeline/Arithmetic.h"
 #include "pipeline/Avx2.h"
 #include "pipeline/MixRow.h"
+#include "truesense/DifferenceRows.h"
+#include "truesense/PanRows.h"
 
 namespace orv {
 
 namespace {
-
-ORV_ALWAYS_INLINE int32_t Select(int32_t mask, int32_t a, int32_t b) { return (mask & a) | (~mask & b); }
-
-// Columns [1, n - 1) of one row of the mosaic, filled along the row: `chroma` red or blue, `green` the other.
-// `greenSites` has all bits at green sites.
-ORV_ALWAYS_INLINE void FillAlongBody(const int32_t* mosaic, const int32_t* greenSites, int n, int32_t* chroma,
-                                     int32_t* green) {
-#pragma omp simd
-    for (int x = 1; x < n - 1; ++x) {
-        const int32_t mean = (mosaic[x - 1] + mosaic[x + 1]) >> 1;
-        chroma[x] = Select(greenSites[x], mean, mosaic[x]);
-        green[x] = Select(greenSites[x], mosaic[x], mean);
-    }
-}
-ORV_ROW_FUNCTION(FillAlong, (const int32_t* mosaic, const int32_t* greenSites, int n, int32_t* chroma, int32_t* green),
-                 (mosaic, greenSites, n, chroma, green))
-
-// Green of one row: sites without green smoothed with the green sites above and below.
-ORV_ALWAYS_INLINE void SmoothGreenBody(const int32_t* up, const int32_t* along, const int32_t* down,
-                                       const int32_t* greenSites, int n, int32_t* green) {
-#pragma omp simd
-    for (int x = 0; x < n; ++x) {
-        green[x] = Select(greenSites[x], along[x], (up[x] + 2 * along[x] + down[x]) >> 2);
-    }
-}
-ORV_ROW_FUNCTION(SmoothGreen,
-                 (const int32_t* up, const int32_t* along, const int32_t* down, const int32_t* greenSites, int n,
-                  int32_t* green),
-                 (up, along, down, greenSites, n, green))
-
-ORV_ALWAYS_INLINE void MeanRowBody(const int32_t* up, const int32_t* down, int n, int32_t* mean) {
-#pragma omp simd
-    for (int x = 0; x < n; ++x) {
-        mean[x] = (up[x] + down[x]) >> 1;
-    }
-}
-ORV_ROW_FUNCTION(MeanRow, (const int32_t* up, const int32_t* down, int n, int32_t* mean), (up, down, n, mean))
 
 ORV_ALWAYS_INLINE int32_t Smooth(int32_t near, int32_t far) { return (3 * near + far) >> 2; }
 
@@ -115,8 +80,7 @@ ORV_ALWAYS_INLINE void DetailRowOfBody(const DetailRow& row, float maxSharpen, i
 }
 
 #if defined(__x86_64__)
-// By hand, since the compiler keeps the comparisons of a bound apart from its selections. Lines are read and written in
-// full vectors; what stands behind n does not count.
+// Lines are read and written in full vectors; what stands behind n does not count.
 
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256 FloatsOf(__m256i words, int half) {
     return _mm256_cvtepi32_ps(WidenHalf(words, half));
@@ -140,7 +104,7 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void DetailRowOfBodyAvx2(const DetailRow& row,
             value[k] = _mm256_fmadd_ps(FloatsOf(noise, k), _mm256_load_ps(in.restore + at),
                                        _mm256_mul_ps(FloatsOf(excess, k), gain));
         }
-        _mm256_store_si256(reinterpret_cast<__m256i*>(detail + x), PackTruncated(value[0], value[1], high));
+        _mm256_store_si256(reinterpret_cast<__m256i*>(detail + x), PackInOrder(value[0], value[1], high));
     }
 }
 #endif
@@ -191,7 +155,7 @@ enum { kRed, kGreen, kBlue, kColors };
 
 struct ColourLines {
     Lines<int32_t> chroma, green;     // the mosaic filled along rows
-    int32_t* greenSites;              // 0, -1, 0, -1 ...
+    int32_t* alternate;               // 0, -1, 0, -1 ...
     int32_t* low;                     // one half-size row of a colour
     Lines<int32_t> doubled[kColors];  // rows of double width
     Lines<int32_t> doubledPan;
@@ -203,7 +167,7 @@ struct ColourLines {
         const int n = W / 2;
         chroma = cutter->Ring<int32_t>(4, n);
         green = cutter->Ring<int32_t>(4, n);
-        greenSites = cutter->Line<int32_t>(n + 1);
+        alternate = cutter->Line<int32_t>(n + 1);
         low = cutter->Line<int32_t>(n);
         for (Lines<int32_t>& ring : doubled) {
             ring = cutter->Ring<int32_t>(2, W);
@@ -235,9 +199,7 @@ public:
           lines_(W_, &cutter),
           color_(*frame.color, y0 / 2 - kHalo, y1 / 2 + kHalo, &cutter),
           pan_(*frame.pan, y0 / 2 - kHalo, y1 / 2 + kHalo, &cutter) {
-        for (int x = 0; x <= n_; ++x) {
-            lines_.greenSites[x] = -(x & 1);
-        }
+        FillAlternate(n_ + 1, lines_.alternate);
     }
 
     void Run() const {
@@ -255,7 +217,7 @@ public:
             if (within(t, kHalo)) {
                 DoublePan(t);
                 if (!settings_.mono) {
-                    FillAlongRow(t);
+                    FillAlongRow(color_[t], t, n_, lines_.alternate, lines_.chroma[t], lines_.green[t]);
                 }
             }
             if (within(t - 1, 1) && !settings_.mono) {
@@ -289,23 +251,6 @@ private:
         DoubleRow(row, n_, out);
     }
 
-    const int32_t* GreenSites(int i) const { return lines_.greenSites + (i & 1); }
-
-    void FillAlongRow(int i) const {
-        const int32_t* mosaic = color_[i];
-        int32_t* chroma = lines_.chroma[i];
-        int32_t* green = lines_.green[i];
-        FillAlong(mosaic, GreenSites(i), n_, chroma, green);
-        // One end has a site of chroma, the other one takes it from beside. Green without a neighbour on either side is
-        // left to the fill along columns.
-        const int last = n_ - 1;
-        const bool odd = (i & 1) != 0;
-        chroma[0] = mosaic[odd ? 1 : 0];
-        chroma[last] = mosaic[odd ? last : last - 1];
-        green[0] = mosaic[0];
-        green[last] = mosaic[last];
-    }
-
     // Neighbour rows; the one on the other side where one is missing.
     int Above(int i) const { return i == 0 ? 1 : i - 1; }
     int Below(int i) const { return i == rows_ - 1 ? i - 1 : i + 1; }
@@ -314,26 +259,11 @@ private:
         const bool odd = (i & 1) != 0;
         int32_t* row = lines_.low;
         Double(lines_.chroma[i], lines_.doubled[odd ? kRed : kBlue][i]);
-        MeanRow(lines_.chroma[Above(i)], lines_.chroma[Below(i)], n_, row);
+        FillOtherChroma<int32_t>(lines_.chroma[Above(i)], lines_.chroma[Below(i)], n_, row);
         Double(row, lines_.doubled[odd ? kBlue : kRed][i]);
-        FillGreen(i, row);
+        FillGreen<int32_t>(lines_.green[Above(i)], lines_.green[i], lines_.green[Below(i)], i, i == 0 || i == rows_ - 1,
+                           n_, lines_.alternate, row);
         Double(row, lines_.doubled[kGreen][i]);
-    }
-    void FillGreen(int i, int32_t* row) const {
-        const bool rim = i == 0 || i == rows_ - 1;
-        const int32_t* along = lines_.green[i];
-        const int32_t* up = rim ? along : lines_.green[i - 1];
-        const int32_t* down = rim ? along : lines_.green[i + 1];
-        SmoothGreen(up, along, down, GreenSites(i), n_, row);
-        // The end with neighbours above and below only; in the corners one of them is missing.
-        const int end = (i & 1) == 0 ? 0 : n_ - 1;
-        if (i == 0) {
-            row[end] = (color_[0][1] + color_[1][0]) >> 1;
-        } else if (i == rows_ - 1) {
-            row[end] = (color_[i][end - 1] + color_[i - 1][end]) >> 1;
-        } else {
-            row[end] = (color_[i - 1][end] + color_[i + 1][end]) >> 1;
-        }
     }
 
     // The rows of double width about row y of the frame.

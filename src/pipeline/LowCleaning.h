@@ -5,8 +5,8 @@
 #ifndef ORV_PIPELINE_LOWCLEANING_H
 #define ORV_PIPELINE_LOWCLEANING_H
 
+#include "component/Lines.h"
 #include "pipeline/KodakLikeSettings.h"
-#include "pipeline/Lines.h"
 
 namespace orv {
 

@@ -19,20 +19,18 @@ ORV_ALWAYS_INLINE void MixRowBody(const float* red, const float* green, const fl
 }
 
 #if defined(__x86_64__)
-// By hand, since the compiler keeps the comparisons of a bound apart from its selections.
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void MixRowBodyAvx2(const float* red, const float* green, const float* blue,
                                                       const float* matrix, int n, int16_t* out) {
-    const __m256 kr = _mm256_set1_ps(matrix[0]), kg = _mm256_set1_ps(matrix[1]), kb = _mm256_set1_ps(matrix[2]);
+    const __m256 factors[3] = {_mm256_set1_ps(matrix[0]), _mm256_set1_ps(matrix[1]), _mm256_set1_ps(matrix[2])};
     const __m256 high = _mm256_set1_ps(4095.0F);
     for (int x = 0; x < n; x += 16) {
         __m256 mixed[2];
         for (int k = 0; k < 2; ++k) {
             const int at = x + 8 * k;
-            const __m256 plain = _mm256_mul_ps(_mm256_load_ps(green + at), kg);
             mixed[k] =
-                _mm256_fmadd_ps(_mm256_load_ps(blue + at), kb, _mm256_fmadd_ps(_mm256_load_ps(red + at), kr, plain));
+                MixEight(_mm256_load_ps(red + at), _mm256_load_ps(green + at), _mm256_load_ps(blue + at), factors);
         }
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + x), PackTruncated(mixed[0], mixed[1], high));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + x), PackInOrder(mixed[0], mixed[1], high));
     }
 }
 #endif

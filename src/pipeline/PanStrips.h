@@ -11,8 +11,8 @@
 #ifndef ORV_PIPELINE_PANSTRIPS_H
 #define ORV_PIPELINE_PANSTRIPS_H
 
+#include "component/Lines.h"
 #include "pipeline/KodakLikeSettings.h"
-#include "pipeline/Lines.h"
 
 namespace orv {
 

@@ -10,9 +10,9 @@
 #ifndef ORV_PIPELINE_TRUESENSEKODAKLIKE_H
 #define ORV_PIPELINE_TRUESENSEKODAKLIKE_H
 
+#include "component/Lines.h"
 #include "component/WorkerScratch.h"
 #include "pipeline/KodakLikeSettings.h"
-#include "pipeline/Lines.h"
 #include "pipeline/LowCleaning.h"
 #include "truesense/TrueSenseEngine.h"
 

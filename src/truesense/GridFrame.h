@@ -30,8 +30,8 @@ struct GridGeometry {
 
     // Sizes saturate rather than overflow; `Valid` tells whether the plane can exist.
     static GridGeometry Make(const _OrvRect& rect, unsigned char grid);
-    // False for a negative region or an empty plane.
-    bool Valid() const { return w >= 0 && h >= 0 && W > 0 && H > 0; }
+    // False for a negative region, an empty plane, and a region that the saturated plane does not hold.
+    bool Valid() const { return w >= 0 && h >= 0 && W > 0 && H > 0 && endX - gridX == w && endY - gridY == h; }
     // True when the region has less than one period, so that the extension meets sites that no sample reaches.
     bool Small() const { return w < 4 || h < 4; }
 };

@@ -13,18 +13,19 @@
 
 namespace orv {
 
-constexpr int kLanePad = 32;  // lanes before and after a row
+// `a` where the mask has all bits, `b` where it has none.
+template <class Lane>
+ORV_ALWAYS_INLINE Lane Select(Lane mask, Lane a, Lane b) {
+    return static_cast<Lane>((mask & a) | (~mask & b));
+}
 
-// Lanes from one row of a plane of `W` columns to the next, pads included; a multiple of a cache line.
-constexpr ptrdiff_t LaneStride(int W) { return (static_cast<ptrdiff_t>(W) / 2 + 2 * kLanePad + 31) / 32 * 32; }
-
-// The last `Rows` rows of a strip, a power of two.
-template <class Lane, int Rows>
-struct LineRing {
-    Lane* base = nullptr;
-    ptrdiff_t stride = 0;
-    Lane* operator[](int y) const { return base + (y & (Rows - 1)) * stride; }
-};
+// The mask of every other lane: 0, -1, 0, -1 ...
+template <class Lane>
+void FillAlternate(int n, Lane* mask) {
+    for (int i = 0; i < n; ++i) {
+        mask[i] = static_cast<Lane>(-(i & 1));
+    }
+}
 
 // The casts keep the sums in lanes of their width.
 template <class Lane>

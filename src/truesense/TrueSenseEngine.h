@@ -73,7 +73,7 @@ protected:
     // ran out.
     virtual bool Reserve(const EngineFrame& frame) = 0;
     // Makes the rows from gridY to endY, any values with Matrix::OfOutput and of 12 bits else. May change the
-    // mosaic. Returns 0 or 1; on 1 nothing must have reached the sink.
+    // mosaic. Returns 0, 1 or 9; but for 0 nothing must have reached the sink.
     virtual int Reconstruct(const EngineFrame& frame, const ColourRowSink& sink) = 0;
 
 private:

@@ -140,7 +140,8 @@ protected:
     void SetUp() override { orv::SetSimdLevel(GetParam()); }
     void TearDown() override { orv::SetSimdLevel(orv::BestSimdLevel()); }
 };
-INSTANTIATE_TEST_SUITE_P(Adaptive, Level, testing::Values(orv::SimdLevel::Baseline, orv::SimdLevel::Avx2));
+INSTANTIATE_TEST_SUITE_P(Adaptive, Level,
+                         testing::Values(orv::SimdLevel::Baseline, orv::SimdLevel::Avx2, orv::SimdLevel::Avx512));
 
 TEST_P(Level, SmallestFramesEqualTheReference) {
     for (int height = 1; height <= 13; ++height) {
@@ -171,6 +172,16 @@ TEST(Adaptive, BoundsFollowTheBitDepthAlone) {
     for (const int bitDepth : {0, 4, 7, 10, 16, 31}) {
         ASSERT_NO_FATAL_FAILURE(CheckSize<uint8_t>(20, 16, OrvPixelBayerGR8, bitDepth, 255));
         ASSERT_NO_FATAL_FAILURE(CheckSize<uint16_t>(20, 16, OrvPixelBayerGR10, bitDepth, 65535));
+    }
+}
+
+TEST(Adaptive, QuotientsRoundAsDivisions) {
+    for (const float area : {1.0F, 5.0F, 13.0F, 25.0F, 41.0F}) {
+        EXPECT_EQ(orv::Quotient(0, area, 1 / area), 0);
+        for (int mantissa = 1 << 23; mantissa < 1 << 24; mantissa += 3) {
+            const auto x = static_cast<float>(mantissa);
+            ASSERT_EQ(orv::Quotient(x, area, 1 / area), x / area) << x << ' ' << area;
+        }
     }
 }
 

@@ -35,7 +35,7 @@ ORV_ALWAYS_INLINE void TruncateBody(const Float* in, int n, int32_t* out) {
         out[i] = orv::TruncateToInt32(in[i]);
     }
 }
-ORV_ROW_TEMPLATE((class Float), (Float), Truncate, (const Float* in, int n, int32_t* out), (in, n, out))
+ORV_ROW_TEMPLATE_WIDE((class Float), (Float), Truncate, (const Float* in, int n, int32_t* out), (in, n, out))
 
 ORV_ALWAYS_INLINE void TruncateBoundedBody(const double* in, int n, int32_t* out) {
 #pragma omp simd
@@ -120,6 +120,6 @@ TEST_P(EveryLevel, BoundedTruncationIsTruncationThenClamp) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Simd, EveryLevel, testing::Values(SimdLevel::Baseline, SimdLevel::Avx2));
+INSTANTIATE_TEST_SUITE_P(Simd, EveryLevel, testing::Values(SimdLevel::Baseline, SimdLevel::Avx2, SimdLevel::Avx512));
 
 }  // namespace

@@ -25,7 +25,7 @@ using Planes = std::vector<std::vector<int>>;
 Planes Expected(std::vector<int16_t> mosaic, int W, int H) {
     const orvtest::PlaneSink sink(W, H);
     orv::BayerLikePlanes planes;
-    EXPECT_TRUE(planes.Reconstruct(mosaic.data(), W, H, sink));
+    EXPECT_EQ(0, planes.Reconstruct(mosaic.data(), W, H, sink));
     return sink.planes;
 }
 

@@ -1,6 +1,6 @@
 // Rows of a plane, or a ring of the last few of them, behind one index: row functions cannot tell which.
-#ifndef ORV_PIPELINE_LINES_H
-#define ORV_PIPELINE_LINES_H
+#ifndef ORV_COMPONENT_LINES_H
+#define ORV_COMPONENT_LINES_H
 
 #include <cstddef>
 #include <cstdint>
