@@ -5,6 +5,7 @@
 #include "component/Lines.h"
 #include "component/Simd.h"
 #include "pipeline/Arithmetic.h"
+#include "pipeline/Avx2.h"
 #include "truesense/DifferenceRows.h"
 #include "truesense/PanRows.h"
 #include "truesense/StripStages.h"

@@ -5,10 +5,6 @@
 
 #include <cmath>
 
-#if defined(__x86_64__)
-#include <immintrin.h>
-#endif
-
 #include "component/Simd.h"
 #include "pipeline/Tables.h"
 
@@ -23,9 +19,11 @@ ORV_ALWAYS_INLINE T Max(T a, T b) {
     return a > b ? a : b;
 }
 
-// Table entries one by one: faster than gathered ones on processors that guard against data sampling.
+// Table entries one by one: faster than gathered ones on processors that guard against data sampling. Not inlined:
+// where the compiler sees that the lines lie apart it takes vectors of places to pieces, which is slower. `entries` may
+// be `places`.
 template <class T>
-inline void LookUp(const T* table, const int16_t* places, int n, T* entries) {
+__attribute__((noinline)) void LookUp(const T* table, const int16_t* places, int n, T* entries) {
     int x = 0;
     for (; x < n - 3; x += 4) {
         const T four[4] = {table[places[x]], table[places[x + 1]], table[places[x + 2]], table[places[x + 3]]};
@@ -61,10 +59,15 @@ ORV_ROW_TEMPLATE((class T), (T), ClipRow,
                  (const T* up, const T* nearUp, const T* mid, const T* nearDown, const T* down, int s, int w, T* out),
                  (up, nearUp, mid, nearDown, down, s, w, out))
 
-// How much pan changes along one direction: from a Laplacian and a gradient, wrapped at 16 bits.
-ORV_ALWAYS_INLINE int16_t Activity(int laplacian, int gradient) {
-    return static_cast<int16_t>(Abs(laplacian) + 1 + 2 * Abs(gradient));
+// The gamma code of a 16.16 value. Rounding down agrees with rounding toward zero, since nothing below 0 remains.
+ORV_ALWAYS_INLINE int16_t CodeOf(int32_t value) { return static_cast<int16_t>(Clamp(value >> 16, 0, 1023)); }
+ORV_ALWAYS_INLINE void CodesOfRowBody(const int32_t* row, int n, int16_t* codes) {
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        codes[x] = CodeOf(row[x]);
+    }
 }
+ORV_ROW_FUNCTION(CodesOfRow, (const int32_t* row, int n, int16_t* codes), (row, n, codes))
 
 // sum / count in integers, for a count of 1 to 9: double holds both numbers, and no fraction of ninths rounds up to a
 // whole.
@@ -76,22 +79,6 @@ ORV_ALWAYS_INLINE int32_t MeanOf(int32_t sum, int32_t count) {
 ORV_ALWAYS_INLINE int Mix(float r, float g, float b, float kr, float kg, float kb) {
     return TruncateClamped(Fma(b, kb, Fma(r, kr, g * kg)), 0.0F, 4095.0F);
 }
-
-#if defined(__x86_64__)
-// By hand, since the compiler keeps the comparisons of a bound apart from its selections.
-
-// The sum of Mix for eight pixels; `k` has the factors of red, green and blue.
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256 MixEight(__m256 r, __m256 g, __m256 b, const __m256* k) {
-    return _mm256_fmadd_ps(b, k[2], _mm256_fmadd_ps(r, k[0], _mm256_mul_ps(g, k[1])));
-}
-
-// Truncated between 0 and `high`, packed within the halves of the vectors. Not-a-number passes the bound; like
-// everything below the range of int32 it converts to the least int32, which the unsigned packing takes to 0.
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i PackTruncated(__m256 first, __m256 second, __m256 high) {
-    return _mm256_packus_epi32(_mm256_cvttps_epi32(_mm256_min_ps(high, first)),
-                               _mm256_cvttps_epi32(_mm256_min_ps(high, second)));
-}
-#endif
 
 // The noise variance of a linear signal: slope * signal + intercept.
 struct NoiseLine {
@@ -135,6 +122,14 @@ void BuildThresholdTable(float sigma, float gain, NoiseLine line, uint16_t* tabl
         table[code] =
             static_cast<uint16_t>(Max(Abs(code - Linear12toGamma10[lower]), Abs(Linear12toGamma10[upper] - code)));
     }
+}
+
+// How much of the difference from its surroundings sharpening gives to a pixel: what its edge response exceeds the
+// threshold by, nothing for not-a-number, no edge over a threshold of 0.
+ORV_ALWAYS_INLINE float SharpenGain(int edge, float threshold, float maxSharpen) {
+    float gain = static_cast<float>(edge) / threshold - 1.0F;
+    gain = gain > 0.0F ? gain : 0.0F;
+    return gain > maxSharpen ? maxSharpen : gain;
 }
 
 // Tables of the sharpener over the first Codes gamma codes. Real is the precision of the parameters.

@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "pipeline/Arithmetic.h"
+#include "pipeline/Avx2.h"
+#include "pipeline/MixRow.h"
 #include "truesense/DifferenceRows.h"
 #include "truesense/PanRows.h"
 
@@ -45,25 +47,15 @@ ORV_ALWAYS_INLINE void ColorCodesBody(RowPair pan, RowPair red, RowPair green, R
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
         const int32_t p = Smooth(pan.near[x], pan.far[x]);
-        codeR[x] = static_cast<int16_t>(Clamp((p + Smooth(red.near[x], red.far[x])) >> 16, 0, 1023));
-        codeG[x] = static_cast<int16_t>(Clamp((p + Smooth(green.near[x], green.far[x])) >> 16, 0, 1023));
-        codeB[x] = static_cast<int16_t>(Clamp((p + Smooth(blue.near[x], blue.far[x])) >> 16, 0, 1023));
+        codeR[x] = CodeOf(p + Smooth(red.near[x], red.far[x]));
+        codeG[x] = CodeOf(p + Smooth(green.near[x], green.far[x]));
+        codeB[x] = CodeOf(p + Smooth(blue.near[x], blue.far[x]));
     }
 }
 ORV_ROW_FUNCTION(ColorCodes,
                  (RowPair pan, RowPair red, RowPair green, RowPair blue, int n, int16_t* codeR, int16_t* codeG,
                   int16_t* codeB),
                  (pan, red, green, blue, n, codeR, codeG, codeB))
-
-// One colour of n pixels, at most kChunk, from its row of the matrix.
-ORV_ALWAYS_INLINE void MixRowBody(const float* red, const float* green, const float* blue, const float* matrix, int n,
-                                  int16_t* out) {
-    const float kr = matrix[0], kg = matrix[1], kb = matrix[2];
-#pragma omp simd
-    for (int x = 0; x < n; ++x) {
-        out[x] = static_cast<int16_t>(Mix(red[x], green[x], blue[x], kr, kg, kb));
-    }
-}
 
 // The detail of n pixels, at most kChunk, as gamma codes: from what the sharpener knows of them and their entries of
 // its two tables.
@@ -80,9 +72,7 @@ ORV_ALWAYS_INLINE void DetailRowOfBody(const DetailRow& row, float maxSharpen, i
     const DetailRow in = row;
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
-        float gain = static_cast<float>(in.edge[x]) / in.threshold[x] - 1.0F;
-        gain = gain > 0.0F ? gain : 0.0F;  // not-a-number too: no edge over a threshold of 0
-        gain = gain > maxSharpen ? maxSharpen : gain;
+        const float gain = SharpenGain(in.edge[x], in.threshold[x], maxSharpen);
         const float value = Fma(static_cast<float>(in.fullPan[x] - in.code[x]), in.restore[x],
                                 static_cast<float>(in.code[x] - in.lowpass[x]) * gain);
         detail[x] = static_cast<int16_t>(TruncateClamped(value, 0.0F, 1023.0F));
@@ -92,33 +82,8 @@ ORV_ALWAYS_INLINE void DetailRowOfBody(const DetailRow& row, float maxSharpen, i
 #if defined(__x86_64__)
 // Lines are read and written in full vectors; what stands behind n does not count.
 
-// PackTruncated in the order of the pixels.
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i PackInOrder(__m256 first, __m256 second, __m256 high) {
-    return _mm256_permute4x64_epi64(PackTruncated(first, second, high), 0xD8);
-}
-
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void MixRowBodyAvx2(const float* red, const float* green, const float* blue,
-                                                      const float* matrix, int n, int16_t* out) {
-    const __m256 factors[3] = {_mm256_set1_ps(matrix[0]), _mm256_set1_ps(matrix[1]), _mm256_set1_ps(matrix[2])};
-    const __m256 high = _mm256_set1_ps(4095.0F);
-    for (int x = 0; x < n; x += 16) {
-        __m256 mixed[2];
-        for (int k = 0; k < 2; ++k) {
-            const int at = x + 8 * k;
-            mixed[k] =
-                MixEight(_mm256_load_ps(red + at), _mm256_load_ps(green + at), _mm256_load_ps(blue + at), factors);
-        }
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + x), PackInOrder(mixed[0], mixed[1], high));
-    }
-}
-
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i Words(const int16_t* line) {
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(line));
-}
-
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256 FloatsOf(__m256i words, int half) {
-    const __m128i eight = half == 0 ? _mm256_castsi256_si128(words) : _mm256_extracti128_si256(words, 1);
-    return _mm256_cvtepi32_ps(_mm256_cvtepi16_epi32(eight));
+    return _mm256_cvtepi32_ps(WidenHalf(words, half));
 }
 
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void DetailRowOfBodyAvx2(const DetailRow& row, float maxSharpen, int n,
@@ -144,10 +109,6 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void DetailRowOfBodyAvx2(const DetailRow& row,
 }
 #endif
 
-ORV_ROW_FUNCTION_TUNED(MixRow,
-                       (const float* red, const float* green, const float* blue, const float* matrix, int n,
-                        int16_t* out),
-                       (red, green, blue, matrix, n, out))
 ORV_ROW_FUNCTION_TUNED(DetailRowOf, (const DetailRow& row, float maxSharpen, int n, int16_t* detail),
                        (row, maxSharpen, n, detail))
 

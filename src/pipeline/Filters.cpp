@@ -36,10 +36,10 @@ int ImpulseFilter(T* data, int w, int h, int spacing, LogText_t* log) {
 }
 
 // Columns [x0, x1) of one row; tap t reads source[t][x]. Taps is the count, 0 when it is not known in advance.
-// With Exact every product is exact, so that a fused step and a plain one agree, and no sum leaves the range of int32
-// but for the 2^31 that the largest samples are rounded to.
-template <class T, int Taps, bool Exact>
-ORV_ALWAYS_INLINE void SumTapsBody(const T* const* source, const float* weight, int count, int x0, int x1, T* out) {
+// With Exact every product is exact, so that Fused makes no difference, and no sum leaves the range of int32 but for
+// the 2^31 that the largest samples are rounded to.
+template <class T, int Taps, bool Exact, bool Fused>
+ORV_ALWAYS_INLINE void SumTapsOf(const T* const* source, const float* weight, int count, int x0, int x1, T* out) {
     if (Taps == 0) {
         for (int x = x0; x < x1; ++x) {
             float sum = 0.0F;
@@ -58,27 +58,35 @@ ORV_ALWAYS_INLINE void SumTapsBody(const T* const* source, const float* weight, 
     }
 #pragma omp simd
     for (int x = x0; x < x1; ++x) {
-        float sum = 0.0F;
-        for (int t = 0; t < Taps; ++t) {
+        float sum = static_cast<float>(s[0][x]) * k[0];
+        for (int t = 1; t < Taps; ++t) {
             const float v = static_cast<float>(s[t][x]);
-            sum = Exact ? v * k[t] + sum : Fma(v, k[t], sum);
+            sum = Fused ? Fma(v, k[t], sum) : v * k[t] + sum;
         }
         out[x] = static_cast<T>(Exact ? TruncateFromAbove(sum) : TruncateToInt32(sum));
     }
 }
-ORV_ROW_TEMPLATE((class T, int Taps, bool Exact), (T, Taps, Exact), SumTaps,
-                 (const T* const* source, const float* weight, int count, int x0, int x1, T* out),
-                 (source, weight, count, x0, x1, out))
+template <class T, int Taps, bool Exact>
+ORV_ALWAYS_INLINE void SumTapsBody(const T* const* source, const float* weight, int count, int x0, int x1, T* out) {
+    SumTapsOf<T, Taps, Exact, !Exact>(source, weight, count, x0, x1, out);
+}
+#if defined(__x86_64__)
+template <class T, int Taps, bool Exact>
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void SumTapsBodyAvx2(const T* const* source, const float* weight, int count, int x0,
+                                                       int x1, T* out) {
+    SumTapsOf<T, Taps, Exact, true>(source, weight, count, x0, x1, out);
+}
+#endif
+ORV_ROW_TEMPLATE_TUNED((class T, int Taps, bool Exact), (T, Taps, Exact), SumTaps,
+                       (const T* const* source, const float* weight, int count, int x0, int x1, T* out),
+                       (source, weight, count, x0, x1, out))
 
 template <class T, bool Exact>
-void SumRow(const T* const* source, const Stencil& stencil, int w, T* out) {
-    const int x0 = stencil.radiusX, x1 = w - stencil.radiusX;
-    switch (stencil.count) {
-    case 2: SumTaps<T, 2, Exact>(source, stencil.weight, 2, x0, x1, out); break;
-    case 3: SumTaps<T, 3, Exact>(source, stencil.weight, 3, x0, x1, out); break;
-    case 4: SumTaps<T, 4, Exact>(source, stencil.weight, 4, x0, x1, out); break;
-    case 6: SumTaps<T, 6, Exact>(source, stencil.weight, 6, x0, x1, out); break;
-    default: SumTaps<T, 0, false>(source, stencil.weight, stencil.count, x0, x1, out); break;
+void SumRow(const T* const* source, const Stencil& stencil, int x0, int x1, T* out) {
+    if (stencil.count == 3) {
+        SumTaps<T, 3, Exact>(source, stencil.weight, 3, x0, x1, out);
+    } else {
+        SumTaps<T, 0, false>(source, stencil.weight, stencil.count, x0, x1, out);
     }
 }
 
@@ -146,10 +154,12 @@ void Convolver<T>::Push(int y) {
         const int dy = stencil_.dy[t];
         source[t] = (dy <= 0 ? rows_.Kept(target + dy) : rows_.InPlane(target + dy)) + stencil_.dx[t];
     }
+    const int x0 = stencil_.radiusX, x1 = w_ - stencil_.radiusX;
+    T* out = rows_.InPlane(target);
     if (exact_) {
-        SumRow<T, true>(source, stencil_, w_, rows_.InPlane(target));
+        SumRow<T, true>(source, stencil_, x0, x1, out);
     } else {
-        SumRow<T, false>(source, stencil_, w_, rows_.InPlane(target));
+        SumRow<T, false>(source, stencil_, x0, x1, out);
     }
 }
 

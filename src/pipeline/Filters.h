@@ -39,7 +39,7 @@ private:
     bool exact_;
 };
 
-// Filters along rows, then along columns by one kernel of 3 or 5 taps.
+// Filters along rows, then along columns by one kernel.
 class RowsThenColumns {
 public:
     // Borrows scratch as one pass would; w by h elements must fit.

@@ -3,11 +3,8 @@
 #include <algorithm>
 #include <type_traits>
 
-#if defined(__x86_64__)
-#include <immintrin.h>
-#endif
-
 #include "pipeline/Arithmetic.h"
+#include "pipeline/Avx2.h"
 
 namespace orv {
 
@@ -103,35 +100,6 @@ ORV_ALWAYS_INLINE void SigmaRowBody(const int32_t* up, const int32_t* mid, const
 // By hand for the sake of the mean, which the compiler takes from quotients of double: products with reciprocals give
 // the same and leave the divider alone. Rows are read and written in full vectors; what stands behind the last column
 // is written again as the end of the row, or between two rows.
-
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i Words(const int16_t* at) {
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
-}
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i Longs(const int32_t* at) {
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
-}
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i Widen(const int16_t* at) {
-    return _mm256_cvtepi16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(at)));
-}
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i WidenHalf(__m256i words, int half) {
-    return _mm256_cvtepi16_epi32(half == 0 ? _mm256_castsi256_si128(words) : _mm256_extracti128_si256(words, 1));
-}
-
-// sum / count for counts of 1 to 9, and 0 for a count of 1. The reciprocals are 2^32 / count rounded up, 2^33 / 9 for
-// 9, by the low three bits of the count. A reciprocal is too large by less than e / count units with e = 2, 4, 2, 3 for
-// counts of 3, 5, 6, 7 and 1 for 9: the quotient of a sum below 2^32 / e comes out exact, and count - 1 differences of
-// 2046 codes in 16.16 stay below that.
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i MeanOfEight(__m256i sum, __m256i count) {
-    const __m256i reciprocals = _mm256_setr_epi32(1 << 29, 954437177, static_cast<int32_t>(1U << 31), 1431655766,
-                                                  1 << 30, 858993460, 715827883, 613566757);
-    const __m256i shifts = _mm256_setr_epi32(0, 1, 0, 0, 0, 0, 0, 0);
-    const __m256i reciprocal = _mm256_permutevar8x32_epi32(reciprocals, count);
-    const __m256i magnitude = _mm256_abs_epi32(sum);
-    const __m256i even = _mm256_mul_epu32(magnitude, reciprocal);
-    const __m256i odd = _mm256_mul_epu32(_mm256_srli_epi64(magnitude, 32), _mm256_srli_epi64(reciprocal, 32));
-    const __m256i high = _mm256_blend_epi32(_mm256_srli_epi64(even, 32), odd, 0xAA);
-    return _mm256_sign_epi32(_mm256_srlv_epi32(high, _mm256_permutevar8x32_epi32(shifts, count)), sum);
-}
 
 template <int Fraction>
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void FirstSigmaRowBodyAvx2(const int16_t* up, const int16_t* mid, const int16_t* down,

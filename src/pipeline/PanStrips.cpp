@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "pipeline/Arithmetic.h"
+#include "pipeline/PanBlend.h"
 
 namespace orv {
 
@@ -32,67 +33,18 @@ void SplitBalancedRow(const int16_t* row, int n, int panColumn, const int16_t* p
     }
 }
 
-ORV_ALWAYS_INLINE int16_t MeanDown(int16_t a, int16_t b) { return static_cast<int16_t>((a & b) + ((a ^ b) >> 1)); }
-
-// Blend of the predictions along the two directions, each weighted by the activity across the other. Sums wrap.
-ORV_ALWAYS_INLINE int16_t Blend(int16_t predA, int16_t predB, int16_t a, int16_t b) {
-    const auto weighted = static_cast<int32_t>(static_cast<uint32_t>(predA * b) + static_cast<uint32_t>(predB * a));
-    return static_cast<int16_t>(
-        TruncateClamped(static_cast<float>(weighted) / static_cast<float>(a + b), 0.0F, 4095.0F));
-}
-
-ORV_ALWAYS_INLINE int16_t Laplacian(int16_t s, int16_t t, int16_t sBefore, int16_t tBefore, int16_t sAfter,
-                                    int16_t tAfter) {
-    return static_cast<int16_t>(2 * s + 2 * t - sBefore - tBefore - sAfter - tAfter);
-}
-
-ORV_ALWAYS_INLINE int16_t Gradient(int16_t s, int16_t t) { return static_cast<int16_t>(s - t); }
-
-// Three rows about a row of cells.
-struct Rows3 {
-    const int16_t* up;
-    const int16_t* mid;
-    const int16_t* down;
+// Whole predictions, blended in single precision. Sums wrap.
+struct Blending {
+    static ORV_ALWAYS_INLINE int16_t Own(int16_t sample) { return sample; }
+    static ORV_ALWAYS_INLINE int16_t Predict(int16_t a, int16_t b) {
+        return static_cast<int16_t>((a & b) + ((a ^ b) >> 1));
+    }
+    static ORV_ALWAYS_INLINE int16_t Blend(int16_t predA, int16_t predB, int16_t a, int16_t b) {
+        const auto weighted = static_cast<int32_t>(static_cast<uint32_t>(predA * b) + static_cast<uint32_t>(predB * a));
+        return static_cast<int16_t>(
+            TruncateClamped(static_cast<float>(weighted) / static_cast<float>(a + b), 0.0F, 4095.0F));
+    }
 };
-
-// Columns [1, n - 1) of the colour sites of even rows: A predicts along the row, B along the column.
-ORV_ALWAYS_INLINE void BlendEvenRowBody(Rows3 A, Rows3 B, int n, int16_t* pan) {
-#pragma omp simd
-    for (int x = 1; x < n - 1; ++x) {
-        const int16_t gradA = Gradient(A.mid[x], A.mid[x + 1]);
-        const int16_t gradB = Gradient(B.mid[x], B.up[x]);
-        const int16_t lapA = Laplacian(A.mid[x], A.mid[x + 1], A.up[x], A.up[x + 1], A.down[x], A.down[x + 1]);
-        const int16_t lapB = Laplacian(B.mid[x], B.up[x], B.mid[x - 1], B.up[x - 1], B.mid[x + 1], B.up[x + 1]);
-        pan[x] = Blend(MeanDown(A.mid[x], A.mid[x + 1]), MeanDown(B.mid[x], B.up[x]), Activity(lapB, gradA),
-                       Activity(lapA, gradB));
-    }
-}
-ORV_ROW_FUNCTION(BlendEvenRow, (Rows3 A, Rows3 B, int n, int16_t* pan), (A, B, n, pan))
-
-// The same for odd rows: A predicts along the column, B along the row.
-ORV_ALWAYS_INLINE void BlendOddRowBody(Rows3 A, Rows3 B, int n, int16_t* pan) {
-#pragma omp simd
-    for (int x = 1; x < n - 1; ++x) {
-        const int16_t gradA = Gradient(A.mid[x], A.down[x]);
-        const int16_t gradB = Gradient(B.mid[x], B.mid[x - 1]);
-        const int16_t lapA = Laplacian(A.mid[x], A.down[x], A.mid[x - 1], A.down[x - 1], A.mid[x + 1], A.down[x + 1]);
-        const int16_t lapB = Laplacian(B.mid[x], B.mid[x - 1], B.up[x], B.up[x - 1], B.down[x], B.down[x - 1]);
-        pan[x] = Blend(MeanDown(A.mid[x], A.down[x]), MeanDown(B.mid[x], B.mid[x - 1]), Activity(lapB, gradA),
-                       Activity(lapA, gradB));
-    }
-}
-ORV_ROW_FUNCTION(BlendOddRow, (Rows3 A, Rows3 B, int n, int16_t* pan), (A, B, n, pan))
-
-// Cells of the outer ring, where the samples of the cell stand in for prediction, gradient and Laplacian.
-ORV_ALWAYS_INLINE int16_t BlendRim(int16_t a, int16_t b) { return Blend(a, b, Activity(b, a), Activity(a, b)); }
-
-ORV_ALWAYS_INLINE void BlendRimRowBody(const int16_t* A, const int16_t* B, int n, int16_t* pan) {
-#pragma omp simd
-    for (int x = 0; x < n; ++x) {
-        pan[x] = BlendRim(A[x], B[x]);
-    }
-}
-ORV_ROW_FUNCTION(BlendRimRow, (const int16_t* A, const int16_t* B, int n, int16_t* pan), (A, B, n, pan))
 
 constexpr int kChunk = 256;  // cells that a row function takes through its local lines at a time
 
@@ -277,16 +229,16 @@ private:
         const int16_t* a = measuredA_[i];
         const int16_t* b = measuredB_[i];
         if (Rim(i)) {
-            BlendRimRow(a, b, n_, lines_.panEven);
-            BlendRimRow(a, b, n_, lines_.panOdd);
+            BlendRimRow<Blending>(a, b, n_, lines_.panEven);
+            BlendRimRow<Blending>(a, b, n_, lines_.panOdd);
             return;
         }
         const Rows3 A = {measuredA_[i - 1], a, measuredA_[i + 1]};
         const Rows3 B = {measuredB_[i - 1], b, measuredB_[i + 1]};
-        BlendEvenRow(A, B, n_, lines_.panEven);
-        BlendOddRow(A, B, n_, lines_.panOdd);
+        BlendEvenRow<Blending>(A, B, n_, lines_.panEven);
+        BlendOddRow<Blending>(A, B, n_, lines_.panOdd);
         for (const int end : {0, n_ - 1}) {
-            lines_.panEven[end] = lines_.panOdd[end] = BlendRim(a[end], b[end]);
+            lines_.panEven[end] = lines_.panOdd[end] = BlendRim<Blending>(a[end], b[end]);
         }
     }
 

@@ -54,6 +54,15 @@ int Expand(int* low, int qw, int qh, const float* kernel, int* full, LogText_t* 
     return 0;
 }
 
+// The samples of one row under the masks of their columns' parities.
+ORV_ALWAYS_INLINE void KeepColumnsBody(const int* row, int even, int odd, int n, int* out) {
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        out[x] = row[x] & ((x & 1) == 0 ? even : odd);
+    }
+}
+ORV_ROW_FUNCTION(KeepColumns, (const int* row, int even, int odd, int n, int* out), (row, even, odd, n, out))
+
 // The samples of one colour alone, zero between, summed over their surroundings.
 int GatherColor(const int* mosaic, int qw, int qh, const int32_t (&table)[2][2], int color, const float* kernel,
                 int* low, LogText_t* log) {
@@ -63,9 +72,8 @@ int GatherColor(const int* mosaic, int qw, int qh, const int32_t (&table)[2][2],
     RowsThenColumns sums(low, qw, qh, kernel, 3);
     for (int i = 0; i < qh; ++i) {
         const ptrdiff_t at = Elements(qw, i);
-        for (int x = 0; x < qw; ++x) {
-            low[at + x] = table[i & 1][x & 1] == color ? mosaic[at + x] : 0;
-        }
+        const auto mask = [&](int column) { return table[i & 1][column] == color ? -1 : 0; };
+        KeepColumns(mosaic + at, mask(0), mask(1), qw, low + at);
         sums.Push(i);
     }
     return 0;

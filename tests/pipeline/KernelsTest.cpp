@@ -150,6 +150,41 @@ TEST_P(KernelLevels, SigmaFilterFollowsTheFormula) {
     }
 }
 
+// Sums at and beside multiples of every count, over the range of int.
+TEST_P(KernelLevels, SigmaFilterDividesExactly) {
+    struct Case {
+        int count, sum;
+    };
+    std::vector<Case> cases;
+    for (int count = 2; count <= 9; ++count) {
+        for (int64_t quotient = 1; quotient * count < (int64_t{1} << 31); quotient = quotient * 5 / 4 + 1) {
+            for (const int64_t rest : {-1, 0, count - 1}) {
+                const int64_t sum = std::min<int64_t>(quotient * count + rest, std::numeric_limits<int>::max() - 65536);
+                cases.push_back({count, static_cast<int>(sum)});
+                cases.push_back({count, static_cast<int>(-sum)});
+            }
+        }
+    }
+    // Blocks of 3 by 3 about a centre of 0, whose neighbours bring the sum or lie too far away.
+    const int w = 3 * static_cast<int>(cases.size());
+    Scratch scratch(static_cast<size_t>(w) * 3 * 4);
+    Log log;
+    Ints plane(static_cast<size_t>(w) * 3, std::numeric_limits<int>::max()), reference(plane.size(), 0);
+    std::vector<unsigned short> thresholds(plane.size(), 0x7FFF);
+    for (size_t k = 0; k < cases.size(); ++k) {
+        const auto at = [&](int i) -> int& { return plane[static_cast<size_t>(i / 3 * w) + 3 * k + i % 3]; };
+        at(4) = 0;
+        for (int i = 0; i < cases[k].count - 1; ++i) {
+            at(i < 4 ? i : i + 1) = i == 0 ? cases[k].sum : 0;
+        }
+    }
+    ASSERT_EQ(Alg_IterativeSigmaFilter(plane.data(), reference.data(), w, 3, 1, thresholds.data(), log), 0);
+    for (size_t k = 0; k < cases.size(); ++k) {
+        ASSERT_EQ(plane[static_cast<size_t>(w) + 3 * k + 1], cases[k].sum / cases[k].count)
+            << cases[k].sum << " / " << cases[k].count;
+    }
+}
+
 TEST(SigmaFilter, ComparesStrictlyAndDividesTowardZero) {
     Scratch scratch(9 * 4);
     Log log;

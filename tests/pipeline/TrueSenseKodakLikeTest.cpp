@@ -4,6 +4,7 @@
 #include <omp.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <memory>
 #include <numeric>
@@ -76,6 +77,34 @@ TEST(TrueSenseKodakLike, FrontEndStepsAreLeftOutWhereTheyChangeNothing) {
     EXPECT_EQ(Grey(1000), Convert(Flat(2000), param));
 }
 
+TEST(TrueSenseKodakLike, FrontEndRoundsOnceAndReadsSigned) {
+    const auto with = [](double color, double pan, long darkFloor) {
+        auto param = Plain();
+        param.redGain = param.greenGain = param.blueGain = color;
+        param.panGain = pan;
+        param.darkFloor = darkFloor;
+        return param;
+    };
+    // 11 times the gain lies just beside a half, which the rounded product would hit.
+    const double below = std::nextafter(0.5 / 11, 0.0), above = std::nextafter(0.5 / 11, 1.0);
+    EXPECT_EQ(Grey(0), Convert(Flat(11), with(below, below, 0)));
+    EXPECT_EQ(Grey(1), Convert(Flat(11), with(above, above, 0)));
+    // 0xFFFF is -1.
+    EXPECT_EQ(Grey(9), Convert(Flat(0xFFFF), with(1, 1, -10)));
+    EXPECT_EQ(Grey(0), Convert(Flat(0xFFFF), with(1, 1, 10)));
+    // A colour sample of 8000 counts as 4095 after any factor, and as itself without one.
+    auto frame = Flat(4000);
+    for (size_t p = 0; p < frame.size(); ++p) {
+        if (p / kSize % 2 == 0 && p % 2 == 1) {
+            frame[p] = 8000;
+        } else if (p / kSize % 2 == 1 && p % 2 == 0) {
+            frame[p] = 0;
+        }
+    }
+    EXPECT_EQ(Grey(4000), Convert(frame, with(1, 1, 0)));
+    EXPECT_EQ(Grey(2048), Convert(frame, with(std::nextafter(1.0, 2.0), 1, 0)));
+}
+
 TEST(TrueSenseKodakLike, NoRecordMeansBothFilters) {
     tagTrueSenseParam defaults;
     TrueSense_DefaultValues(&defaults);
@@ -133,6 +162,39 @@ TEST(TrueSenseKodakLike, SharpeningBrightensOnly) {
     settings->Fill(param, 8, 8, &color, &pan);
     EXPECT_EQ(std::numeric_limits<float>::infinity(), settings->sharpening.threshold[256]);
     EXPECT_EQ(1.5F, settings->sharpening.threshold[64]);
+}
+
+// A step from 100 to 200 between cells, where codes are linear. In the first row and column the tones stand for the
+// edge responses, and the gain meets its limit.
+TEST(TrueSenseKodakLike, SharpensAStep) {
+    auto across = Flat(100);
+    for (size_t p = 0; p < across.size(); ++p) {
+        across[p] = p % kSize < 12 ? 100 : 200;
+    }
+    auto param = Plain();
+    const auto greens = [](const Samples& result, int line, bool alongRow) {
+        std::vector<int> values;
+        for (int i = 10; i < 16; ++i) {
+            values.push_back(result[static_cast<size_t>(3 * (alongRow ? line * kSize + i : i * kSize + line) + 1)]);
+        }
+        return values;
+    };
+    using Values = std::vector<int>;
+    EXPECT_EQ((Values{100, 124, 174, 199, 199, 200}), greens(Convert(across, param), 12, true));
+    param.sharpnessEnable = 1;
+    param.sharpenParam = 10;  // thresholds of 6.03 at 161 and 5.81 at 180
+    param.maxSharpen = 4;
+    param.highLumaNoise = param.lowLumaNoise = 0;
+    // 174 + 13 * (25 / 6.03 - 1) and 199 + 19 * (25 / 5.81 - 1)
+    EXPECT_EQ((Values{100, 124, 214, 261, 199, 200}), greens(Convert(across, param), 12, true));
+    EXPECT_EQ((Values{100, 125, 227, 276, 228, 200}), greens(Convert(across, param), 0, true));
+    Samples down(across.size());
+    for (int y = 0; y < kSize; ++y) {
+        for (int x = 0; x < kSize; ++x) {
+            down[static_cast<size_t>(y * kSize + x)] = across[static_cast<size_t>(x * kSize + y)];
+        }
+    }
+    EXPECT_EQ((Values{100, 125, 227, 276, 228, 200}), greens(Convert(down, param), 0, false));
 }
 
 TEST(TrueSenseKodakLike, PanIsCleanedByTheColourNoiseLine) {
