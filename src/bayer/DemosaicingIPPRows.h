@@ -6,6 +6,7 @@
 #include <immintrin.h>
 #endif
 
+#include "bayer/DemosaicingIPPSums.h"
 #include "component/Simd.h"
 
 namespace orv {
@@ -44,15 +45,6 @@ ORV_ALWAYS_INLINE float Quotient(float x, float area, float inverse) {
     return Fma(rest, inverse, quotient);
 }
 
-// Window sums of one scale in a row, the number of sites in each window, and for sums in single precision its inverse.
-template <class S>
-struct ScaleRow {
-    const S* a;
-    const S* b;
-    const S* area;
-    const S* inverse;
-};
-
 // One row of a pass; N is the type of a neighbour.
 template <class S, class N>
 struct BlendArgs {
@@ -63,9 +55,10 @@ struct BlendArgs {
     const N* b1;
     const N* b2;
     const uint16_t* green;
-    int low, high;  // within 16 bits for sums of bytes
-    int n;
+    int low, high;   // within 16 bits for sums of bytes
+    int first, end;  // sites
     uint16_t* out;
+    S* keep;  // takes second sums of the first scale where they are in single precision
 };
 
 // Mean of the neighbours, each direction weighted by the inverse fourth power of its window sum, a half added for
@@ -86,7 +79,7 @@ ORV_ALWAYS_INLINE void BlendRowBody(const BlendArgs<S, N>* args) {
     const int16_t low16 = static_cast<int16_t>(row.low);
     const int16_t high16 = static_cast<int16_t>(row.high);
 #pragma omp simd
-    for (int k = 0; k < row.n; ++k) {
+    for (int k = row.first; k < row.end; ++k) {
         float a = 0.0F;
         float b = 0.0F;
         float alongA = 0.0F;
@@ -106,16 +99,23 @@ ORV_ALWAYS_INLINE void BlendRowBody(const BlendArgs<S, N>* args) {
             alongA = static_cast<int16_t>(row.a1[k] + row.a2[k]);
             alongB = static_cast<int16_t>(row.b1[k] + row.b2[k]);
         } else {
-            const float contrast0 = Quotient(__builtin_fabsf(s0.a[k] - s0.b[k]), s0.area[k], s0.inverse[k]);
-            const float contrast1 = Quotient(__builtin_fabsf(s1.a[k] - s1.b[k]), s1.area[k], s1.inverse[k]);
+            const float a0 = WindowSum(s0.a, k);
+            const float b0 = WindowSum(s0.b, k);
+            const float a1 = WindowSum(s1.a, k);
+            const float b1 = WindowSum(s1.b, k);
+            row.keep[k] = b0;
+            const float contrast0 = Quotient(__builtin_fabsf(a0 - b0), s0.area[k], s0.inverse[k]);
+            const float contrast1 = Quotient(__builtin_fabsf(a1 - b1), s1.area[k], s1.inverse[k]);
             const bool take = contrast0 < contrast1;
-            a = take ? s1.a[k] : s0.a[k];
-            b = take ? s1.b[k] : s0.b[k];
+            a = take ? a1 : a0;
+            b = take ? b1 : b0;
             if (Scales == 3) {
+                const float a2 = WindowSum(s2.a, k);
+                const float b2 = WindowSum(s2.b, k);
                 const float best = take ? contrast1 : contrast0;
-                const float contrast2 = Quotient(__builtin_fabsf(s2.a[k] - s2.b[k]), s2.area[k], s2.inverse[k]);
-                a = best < contrast2 ? s2.a[k] : a;
-                b = best < contrast2 ? s2.b[k] : b;
+                const float contrast2 = Quotient(__builtin_fabsf(a2 - b2), s2.area[k], s2.inverse[k]);
+                a = best < contrast2 ? a2 : a;
+                b = best < contrast2 ? b2 : b;
             }
             alongA = static_cast<float>(row.a1[k] + row.a2[k]);
             alongB = static_cast<float>(row.b1[k] + row.b2[k]);
