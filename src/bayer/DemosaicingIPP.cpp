@@ -132,7 +132,6 @@ void DemosaicingIPPOf<T>::CreatePlanes() {
     for (Pass* pass : {&green_, &diagonal_, &evenCross_, &oddCross_}) {
         pass->sums.Create(width_, height_);
         pass->area.Create(2 * kMaxScales, width_ / 2);
-        pass->inverseArea.Create(2 * kMaxScales, width_ / 2);
         pass->differences.Create(kLines, width_ / 2);
     }
     oddDiagonalSums_.Create(width_, height_);
@@ -255,7 +254,6 @@ void DemosaicingIPPOf<T>::WindowRows(Pass& pass, Sums& sums, int r, Sum* const* 
         *left = regular ? std::min((h + 2 - p) >> 1, end) : end;
         *right = regular ? std::max(((width_ - 2 - h - p) >> 1) + 1, *left) : end;
         Sum* area = pass.area[2 * scale + p];
-        Sum* inverse = pass.inverseArea[2 * scale + p];
         const bool newArea = pass.areaHalfWidth[scale][p] != halfWidths[scale];
         pass.areaHalfWidth[scale][p] = halfWidths[scale];
         if (newArea) {
@@ -275,13 +273,6 @@ void DemosaicingIPPOf<T>::WindowRows(Pass& pass, Sums& sums, int r, Sum* const* 
         for (int k = *right; k < end; ++k) {
             site(k);
         }
-        if (newArea && sizeof(T) == 2) {
-            for (int k = 1 - p; k < end; ++k) {
-                inverse[k] = 1 / area[k];
-            }
-        }
-        rows[scale].area = area;
-        rows[scale].inverse = inverse;
     }
 }
 
@@ -302,26 +293,33 @@ void DemosaicingIPPOf<T>::RunRow(Pass& pass, Sums& sums, int r, const Feed& feed
     int left = 0;
     int right = 0;
     WindowRows(pass, sums, r, a, b, args->scales, &left, &right);
-    const auto run = [&](int first, int end) {
-        args->first = first;
-        args->end = end;
-        blend(args);
-    };
     const int n = width_ / 2;
     const int p = Parity(r, pass.q);
+    const auto run = [&](int first, int end, int firstArea) {
+        args->first = first;
+        args->end = end;
+        for (int scale = 0; scale < pass.scales; ++scale) {
+            args->scales[scale].area = pass.area[2 * scale + p] + firstArea;
+        }
+        blend(args);
+    };
     if (Sums::kByCorners && left < right) {
-        run(0, orv::RoundUpToLanes(n));
+        run(0, orv::RoundUpToLanes(n), left);
     }
     for (int scale = 0; scale < pass.scales; ++scale) {
         args->scales[scale].a = sums.Written(a[scale]);
         args->scales[scale].b = sums.Written(b[scale]);
     }
     if (Sums::kByCorners) {
-        run(1 - p, left);
-        run(right, n - p);
+        for (int k = 1 - p; k < left; ++k) {
+            run(k, k + 1, k);
+        }
+        for (int k = right; k < n - p; ++k) {
+            run(k, k + 1, k);
+        }
         args->keep[p == 0 ? 0 : n - 1] = 0;  // on the border
     } else {
-        run(0, orv::RoundUpToLanes(n));
+        run(0, orv::RoundUpToLanes(n), 0);
     }
 }
 

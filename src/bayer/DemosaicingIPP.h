@@ -95,7 +95,6 @@ private:
         Sums sums;  // of all rows; in the diagonal pass of the even ones
         // Sites per window, by scale and column parity of the sites, and the half-width of the row that they are for.
         orv::RowArray<Sum> area;
-        orv::RowArray<Sum> inverseArea;  // only for samples of 16 bits
         int areaHalfWidth[kMaxScales][2];
     };
 

@@ -78,6 +78,12 @@ ORV_ALWAYS_INLINE void BlendRowBody(const BlendArgs<S, N>* args) {
     const ScaleRow<S> s2 = row.scales[Scales - 1];
     const int16_t low16 = static_cast<int16_t>(row.low);
     const int16_t high16 = static_cast<int16_t>(row.high);
+    const float area0 = *s0.area;
+    const float area1 = *s1.area;
+    const float area2 = *s2.area;
+    const float inverse0 = 1.0F / area0;
+    const float inverse1 = 1.0F / area1;
+    const float inverse2 = 1.0F / area2;
 #pragma omp simd
     for (int k = row.first; k < row.end; ++k) {
         float a = 0.0F;
@@ -104,8 +110,8 @@ ORV_ALWAYS_INLINE void BlendRowBody(const BlendArgs<S, N>* args) {
             const float a1 = WindowSum(s1.a, k);
             const float b1 = WindowSum(s1.b, k);
             row.keep[k] = b0;
-            const float contrast0 = Quotient(__builtin_fabsf(a0 - b0), s0.area[k], s0.inverse[k]);
-            const float contrast1 = Quotient(__builtin_fabsf(a1 - b1), s1.area[k], s1.inverse[k]);
+            const float contrast0 = Quotient(__builtin_fabsf(a0 - b0), area0, inverse0);
+            const float contrast1 = Quotient(__builtin_fabsf(a1 - b1), area1, inverse1);
             const bool take = contrast0 < contrast1;
             a = take ? a1 : a0;
             b = take ? b1 : b0;
@@ -113,7 +119,7 @@ ORV_ALWAYS_INLINE void BlendRowBody(const BlendArgs<S, N>* args) {
                 const float a2 = WindowSum(s2.a, k);
                 const float b2 = WindowSum(s2.b, k);
                 const float best = take ? contrast1 : contrast0;
-                const float contrast2 = Quotient(__builtin_fabsf(a2 - b2), s2.area[k], s2.inverse[k]);
+                const float contrast2 = Quotient(__builtin_fabsf(a2 - b2), area2, inverse2);
                 a = best < contrast2 ? a2 : a;
                 b = best < contrast2 ? b2 : b;
             }

@@ -36,13 +36,12 @@ ORV_ALWAYS_INLINE float WindowSum(const WindowRow& row, int k) {
     return ((row.bottomRight[k] - row.bottomLeft[k]) - row.topRight[k]) + row.topLeft[k];
 }
 
-// Window sums of one scale in a row, the number of sites in each window, and for sums in single precision its inverse.
+// Window sums of one scale in a row, and the number of sites in a window: in each, or by corners in all.
 template <class S>
 struct ScaleRow {
     typename SumsOf<S>::Row a;
     typename SumsOf<S>::Row b;
     const S* area;
-    const S* inverse;
 };
 
 template <class T>
