@@ -22,6 +22,9 @@ constexpr uint8_t kBlueFirst = 5;
 // Bounds a sample of bytes before its low byte is stored: above all that comes out, below 2^15.
 constexpr int kMaxByteResult = 1023;
 
+// A destination larger than this leaves the cache before it is read.
+constexpr int64_t kStreamBytes = 4 << 20;
+
 int64_t RoundUpToEven(int size) { return static_cast<int64_t>(size) + (size & 1); }
 
 // Sites of the centre's checkerboard half in a window of half-width h.
@@ -129,7 +132,6 @@ void DemosaicingIPPOf<T>::CreatePlanes() {
     for (Pass* pass : {&green_, &diagonal_, &evenCross_, &oddCross_}) {
         pass->sums.Create(width_, height_);
         pass->area.Create(2 * kMaxScales, width_ / 2);
-        pass->inverseArea.Create(2 * kMaxScales, width_ / 2);
         pass->differences.Create(kLines, width_ / 2);
     }
     oddDiagonalSums_.Create(width_, height_);
@@ -228,11 +230,14 @@ void DemosaicingIPPOf<T>::SplitRow(int r) {
     orv::SplitColumns<T>(mosaic_[r], width_ / 2, greenEven ? greenRow : colourRow, greenEven ? colourRow : greenRow);
 }
 
-// Sums of all sites of row r to `a` and `b`, by scale, and window areas to the pass's area rows.
+// Window sums of the sites of the interior row r to `a` and `b`, by scale, and window areas to the pass's area rows.
+// Sums by corners: those between `left` and `right`, where all windows have the row's half-widths, are in `rows`
+// instead.
 template <class T>
-void DemosaicingIPPOf<T>::WindowRows(Pass& pass, Sums& sums, int r, Sum* const* a, Sum* const* b) {
+void DemosaicingIPPOf<T>::WindowRows(Pass& pass, Sums& sums, int r, Sum* const* a, Sum* const* b, ScaleRow* rows,
+                                     int* left, int* right) {
     const int p = Parity(r, pass.q);
-    const int n = width_ / 2;
+    const int end = width_ / 2 - p;
     int halfWidths[kMaxScales];
     for (int scale = 0; scale < pass.scales; ++scale) {
         halfWidths[scale] = RowHalfWidth(r, pass.radius << scale, height_);
@@ -240,21 +245,19 @@ void DemosaicingIPPOf<T>::WindowRows(Pass& pass, Sums& sums, int r, Sum* const* 
     // Low frames have windows of their own.
     const bool regular = height_ >= 2 * orv::kMaxRadius + 2;
     if (regular) {
-        sums.Rows(r, halfWidths, pass.scales, a, b);
-        b[0][p == 0 ? 0 : n - 1] = 0;  // on the border
+        sums.Rows(r, halfWidths, pass.scales, a, b, rows);
     }
     for (int scale = 0; scale < pass.scales; ++scale) {
         const int radius = pass.radius << scale;
-        const int h = halfWidths[scale];
-        // Sites whose windows have the row's half-width.
-        const int end = n - p;
-        const int k0 = regular ? std::min((h + 2 - p) >> 1, end) : end;
-        const int k1 = regular ? std::max(((width_ - 2 - h - p) >> 1) + 1, k0) : end;
+        // All scales by corners, or each in its array.
+        const int h = halfWidths[Sums::kByCorners ? pass.scales - 1 : scale];
+        *left = regular ? std::min((h + 2 - p) >> 1, end) : end;
+        *right = regular ? std::max(((width_ - 2 - h - p) >> 1) + 1, *left) : end;
         Sum* area = pass.area[2 * scale + p];
-        const bool newArea = pass.areaHalfWidth[scale][p] != h;
-        pass.areaHalfWidth[scale][p] = h;
+        const bool newArea = pass.areaHalfWidth[scale][p] != halfWidths[scale];
+        pass.areaHalfWidth[scale][p] = halfWidths[scale];
         if (newArea) {
-            std::fill(area + k0, area + k1, static_cast<Sum>(WindowArea(h)));
+            std::fill(area + *left, area + *right, static_cast<Sum>(WindowArea(halfWidths[scale])));
         }
         const auto site = [&](int k) {
             const int c = 2 * k + p;
@@ -264,47 +267,60 @@ void DemosaicingIPPOf<T>::WindowRows(Pass& pass, Sums& sums, int r, Sum* const* 
                 area[k] = static_cast<Sum>(WindowArea(siteHalfWidth));
             }
         };
-        for (int k = 1 - p; k < k0; ++k) {
+        for (int k = 1 - p; k < *left; ++k) {
             site(k);
         }
-        for (int k = k1; k < end; ++k) {
+        for (int k = *right; k < end; ++k) {
             site(k);
-        }
-        if (newArea && sizeof(T) == 2) {
-            Sum* inverse = pass.inverseArea[2 * scale + p];
-            for (int k = 1 - p; k < end; ++k) {
-                inverse[k] = 1 / area[k];
-            }
         }
     }
 }
 
 template <class T>
 template <class N, class Feed>
-bool DemosaicingIPPOf<T>::PrepareRow(Pass& pass, Sums& sums, int r, const Feed& feed, uint16_t* out,
-                                     orv::BlendArgs<Sum, N>* args) {
-    if (r < 1 || r >= height_ - 1) {
-        return false;
-    }
+void DemosaicingIPPOf<T>::RunRow(Pass& pass, Sums& sums, int r, const Feed& feed,
+                                 void (*blend)(const orv::BlendArgs<Sum, N>*), orv::BlendArgs<Sum, N>* args) {
     const int reach = pass.radius << (pass.scales - 1);
     for (; pass.fed <= std::min(r + reach, height_ - 1); ++pass.fed) {
         feed(pass.fed);
     }
-    Sum* a[kMaxScales];
-    Sum* b[kMaxScales];
-    for (int scale = 0; scale < pass.scales; ++scale) {
-        a[scale] = sumA_[scale];
-        b[scale] = scale == 0 ? kept_.Row(pass.q, r, sumB_[0]) : sumB_[scale];
-        const int areas = 2 * scale + Parity(r, pass.q);
-        args->scales[scale] = {a[scale], b[scale], pass.area[areas], pass.inverseArea[areas]};
-    }
-    WindowRows(pass, sums, r, a, b);
     args->green = greenPlane_.Row(pass.q, r);
     args->low = minValue_;
     args->high = sizeof(T) == 1 ? std::min(maxValue_, kMaxByteResult) : maxValue_;
-    args->n = orv::RoundUpToLanes(width_ / 2);
-    args->out = out;
-    return true;
+    args->keep = kept_.Row(pass.q, r);
+    Sum* const a[] = {sumA_[0], sumA_[1], sumA_[2]};
+    Sum* const b[] = {sumB_[0], sumB_[1], sumB_[2]};
+    int left = 0;
+    int right = 0;
+    WindowRows(pass, sums, r, a, b, args->scales, &left, &right);
+    const int n = width_ / 2;
+    const int p = Parity(r, pass.q);
+    const auto run = [&](int first, int end, int firstArea) {
+        args->first = first;
+        args->end = end;
+        for (int scale = 0; scale < pass.scales; ++scale) {
+            args->scales[scale].area = pass.area[2 * scale + p] + firstArea;
+        }
+        blend(args);
+    };
+    if (Sums::kByCorners && left < right) {
+        run(0, orv::RoundUpToLanes(n), left);
+    }
+    for (int scale = 0; scale < pass.scales; ++scale) {
+        args->scales[scale].a = sums.Written(a[scale]);
+        args->scales[scale].b = sums.Written(b[scale]);
+    }
+    if (Sums::kByCorners) {
+        for (int k = 1 - p; k < left; ++k) {
+            run(k, k + 1, k);
+        }
+        for (int k = right; k < n - p; ++k) {
+            run(k, k + 1, k);
+        }
+        args->keep[p == 0 ? 0 : n - 1] = 0;  // on the border
+    } else {
+        run(0, orv::RoundUpToLanes(n), 0);
+    }
 }
 
 // Green less the colour of `plane` at the sites of half q, rows up to r + 1.
@@ -337,15 +353,17 @@ void DemosaicingIPPOf<T>::FeedCross(Sums& sums, const Plane& plane, int q, int r
 template <class T>
 void DemosaicingIPPOf<T>::CalculateGreen(int r) {
     const int q = green_.q;
-    orv::BlendArgs<Sum, uint16_t> args;
-    const auto feed = [&](int y) { FeedCross(green_.sums, greenPlane_, q, y, true); };
-    if (PrepareRow(green_, green_.sums, r, feed, greenPlane_.Row(q, r), &args)) {
+    if (IsInterior(r)) {
+        orv::BlendArgs<Sum, uint16_t> args;
         const uint16_t* here = greenPlane_.Row(1 - q, r) + Parity(r, q);
         args.a1 = here;
         args.a2 = here - 1;
         args.b1 = greenPlane_.Row(1 - q, r + 1);
         args.b2 = greenPlane_.Row(1 - q, r - 1);
-        orv::BlendRow<Sum, typename Sums::Contrast, uint16_t, 2, false>(&args);
+        args.out = greenPlane_.Row(q, r);
+        RunRow(
+            green_, green_.sums, r, [&](int y) { FeedCross(green_.sums, greenPlane_, q, y, true); },
+            orv::BlendRow<Sum, typename Sums::Contrast, uint16_t, 2, false>, &args);
     }
     FillCrossBorder(greenPlane_, q, r);
 }
@@ -374,10 +392,8 @@ void DemosaicingIPPOf<T>::FeedDiagonal(int r) {
 template <class T>
 void DemosaicingIPPOf<T>::CalculateRedAndBlueComponentInitial(int r) {
     const int q = diagonal_.q;
-    orv::BlendArgs<Sum, Difference> args;
-    Sums& sums = (r & 1) == 0 ? diagonal_.sums : oddDiagonalSums_;
-    const auto feed = [&](int y) { FeedDiagonal(y); };
-    if (PrepareRow(diagonal_, sums, r, feed, OwnColour(r + 1).Row(q, r), &args)) {
+    if (IsInterior(r)) {
+        orv::BlendArgs<Sum, Difference> args;
         MakeDifferences(diagonal_, r, q, evenRowPlane_, oddRowPlane_);
         const int p = Parity(r, q);
         const Difference* up = diagonal_.differences[(r - 1) % kLines] + p;
@@ -386,7 +402,10 @@ void DemosaicingIPPOf<T>::CalculateRedAndBlueComponentInitial(int r) {
         args.a2 = up - 1;
         args.b1 = down - 1;
         args.b2 = up;
-        orv::BlendRow<Sum, typename Sums::DiagonalContrast, Difference, kDiagonalScales, true>(&args);
+        args.out = OwnColour(r + 1).Row(q, r);
+        RunRow(
+            diagonal_, (r & 1) == 0 ? diagonal_.sums : oddDiagonalSums_, r, [&](int y) { FeedDiagonal(y); },
+            orv::BlendRow<Sum, typename Sums::DiagonalContrast, Difference, kDiagonalScales, true>, &args);
     }
     FillDiagonalBorder(r);
 }
@@ -394,16 +413,18 @@ void DemosaicingIPPOf<T>::CalculateRedAndBlueComponentInitial(int r) {
 template <class T>
 void DemosaicingIPPOf<T>::CalculateRedOrBlueComponent(Pass& pass, Plane& plane, bool leaks, int r) {
     const int q = pass.q;
-    orv::BlendArgs<Sum, Difference> args;
-    const auto feed = [&](int y) { FeedCross(pass.sums, plane, q, y, leaks); };
-    if (PrepareRow(pass, pass.sums, r, feed, plane.Row(q, r), &args)) {
+    if (IsInterior(r)) {
+        orv::BlendArgs<Sum, Difference> args;
         MakeDifferences(pass, r, 1 - q, plane, plane);
         const Difference* here = pass.differences[r % kLines] + Parity(r, q);
         args.a1 = here;
         args.a2 = here - 1;
         args.b1 = pass.differences[(r + 1) % kLines];
         args.b2 = pass.differences[(r - 1) % kLines];
-        orv::BlendRow<Sum, typename Sums::Contrast, Difference, 2, true>(&args);
+        args.out = plane.Row(q, r);
+        RunRow(
+            pass, pass.sums, r, [&](int y) { FeedCross(pass.sums, plane, q, y, leaks); },
+            orv::BlendRow<Sum, typename Sums::Contrast, Difference, 2, true>, &args);
     }
     FillCrossBorder(plane, q, r);
 }
@@ -496,6 +517,7 @@ void DemosaicingIPPOf<T>::StoreRow(int r) {
         args.odd[i] = planes[i]->Row(1 - even, r);
     }
     args.n = destination_->width;
+    args.stream = static_cast<int64_t>(rows) * destination_->stride > kStreamBytes;
     const ptrdiff_t step = destination_->stride / static_cast<int>(sizeof(T));
     args.out = static_cast<T*>(destination_->data) + r * step;
     orv::PackRow<T>(&args);

@@ -69,6 +69,7 @@ private:
     using Plane = orv::SplitRing<uint16_t>;
     using Sums = orv::WindowSums<T>;
     using Sum = typename Sums::Sum;
+    using ScaleRow = orv::ScaleRow<Sum>;
     using Difference = typename Sums::Difference;
     static constexpr int kMaxScales = 3;
     // Radii of the diagonal pass: 2 and 4 for bytes, else 1, 2 and 4.
@@ -94,7 +95,6 @@ private:
         Sums sums;  // of all rows; in the diagonal pass of the even ones
         // Sites per window, by scale and column parity of the sites, and the half-width of the row that they are for.
         orv::RowArray<Sum> area;
-        orv::RowArray<Sum> inverseArea;  // only for samples of 16 bits
         int areaHalfWidth[kMaxScales][2];
     };
 
@@ -114,11 +114,13 @@ private:
     // After row r of the diagonal pass: borders of rows above it, and of the uppermost and the lowest row.
     void FillDiagonalBorder(int r);
 
-    // For an interior row r: hands it the gradients that it wants, by `feed(y)`, runs the window pass, and names all
-    // but the neighbours of the blend that writes `out`. Border sites are left with anything.
+    bool IsInterior(int r) const { return r > 0 && r < height_ - 1; }
+    // For an interior row r: hands it the gradients that it wants, by `feed(y)`, and blends the neighbours in `args`.
+    // Border sites are left with anything.
     template <class N, class Feed>
-    bool PrepareRow(Pass& pass, Sums& sums, int r, const Feed& feed, uint16_t* out, orv::BlendArgs<Sum, N>* args);
-    void WindowRows(Pass& pass, Sums& sums, int r, Sum* const* a, Sum* const* b);
+    void RunRow(Pass& pass, Sums& sums, int r, const Feed& feed, void (*blend)(const orv::BlendArgs<Sum, N>*),
+                orv::BlendArgs<Sum, N>* args);
+    void WindowRows(Pass& pass, Sums& sums, int r, Sum* const* a, Sum* const* b, ScaleRow* rows, int* left, int* right);
     void MakeDifferences(Pass& pass, int r, int q, const Plane& evenRows, const Plane& oddRows);
     void FeedCross(Sums& sums, const Plane& plane, int q, int r, bool leaks);
     void FeedDiagonal(int r);

@@ -6,6 +6,7 @@
 #include <immintrin.h>
 #endif
 
+#include "bayer/DemosaicingIPPSums.h"
 #include "component/Simd.h"
 
 namespace orv {
@@ -44,15 +45,6 @@ ORV_ALWAYS_INLINE float Quotient(float x, float area, float inverse) {
     return Fma(rest, inverse, quotient);
 }
 
-// Window sums of one scale in a row, the number of sites in each window, and for sums in single precision its inverse.
-template <class S>
-struct ScaleRow {
-    const S* a;
-    const S* b;
-    const S* area;
-    const S* inverse;
-};
-
 // One row of a pass; N is the type of a neighbour.
 template <class S, class N>
 struct BlendArgs {
@@ -63,9 +55,10 @@ struct BlendArgs {
     const N* b1;
     const N* b2;
     const uint16_t* green;
-    int low, high;  // within 16 bits for sums of bytes
-    int n;
+    int low, high;   // within 16 bits for sums of bytes
+    int first, end;  // sites
     uint16_t* out;
+    S* keep;  // takes second sums of the first scale where they are in single precision
 };
 
 // Mean of the neighbours, each direction weighted by the inverse fourth power of its window sum, a half added for
@@ -85,8 +78,14 @@ ORV_ALWAYS_INLINE void BlendRowBody(const BlendArgs<S, N>* args) {
     const ScaleRow<S> s2 = row.scales[Scales - 1];
     const int16_t low16 = static_cast<int16_t>(row.low);
     const int16_t high16 = static_cast<int16_t>(row.high);
+    const float area0 = *s0.area;
+    const float area1 = *s1.area;
+    const float area2 = *s2.area;
+    const float inverse0 = 1.0F / area0;
+    const float inverse1 = 1.0F / area1;
+    const float inverse2 = 1.0F / area2;
 #pragma omp simd
-    for (int k = 0; k < row.n; ++k) {
+    for (int k = row.first; k < row.end; ++k) {
         float a = 0.0F;
         float b = 0.0F;
         float alongA = 0.0F;
@@ -106,16 +105,23 @@ ORV_ALWAYS_INLINE void BlendRowBody(const BlendArgs<S, N>* args) {
             alongA = static_cast<int16_t>(row.a1[k] + row.a2[k]);
             alongB = static_cast<int16_t>(row.b1[k] + row.b2[k]);
         } else {
-            const float contrast0 = Quotient(__builtin_fabsf(s0.a[k] - s0.b[k]), s0.area[k], s0.inverse[k]);
-            const float contrast1 = Quotient(__builtin_fabsf(s1.a[k] - s1.b[k]), s1.area[k], s1.inverse[k]);
+            const float a0 = WindowSum(s0.a, k);
+            const float b0 = WindowSum(s0.b, k);
+            const float a1 = WindowSum(s1.a, k);
+            const float b1 = WindowSum(s1.b, k);
+            row.keep[k] = b0;
+            const float contrast0 = Quotient(__builtin_fabsf(a0 - b0), area0, inverse0);
+            const float contrast1 = Quotient(__builtin_fabsf(a1 - b1), area1, inverse1);
             const bool take = contrast0 < contrast1;
-            a = take ? s1.a[k] : s0.a[k];
-            b = take ? s1.b[k] : s0.b[k];
+            a = take ? a1 : a0;
+            b = take ? b1 : b0;
             if (Scales == 3) {
+                const float a2 = WindowSum(s2.a, k);
+                const float b2 = WindowSum(s2.b, k);
                 const float best = take ? contrast1 : contrast0;
-                const float contrast2 = Quotient(__builtin_fabsf(s2.a[k] - s2.b[k]), s2.area[k], s2.inverse[k]);
-                a = best < contrast2 ? s2.a[k] : a;
-                b = best < contrast2 ? s2.b[k] : b;
+                const float contrast2 = Quotient(__builtin_fabsf(a2 - b2), area2, inverse2);
+                a = best < contrast2 ? a2 : a;
+                b = best < contrast2 ? b2 : b;
             }
             alongA = static_cast<float>(row.a1[k] + row.a2[k]);
             alongB = static_cast<float>(row.b1[k] + row.b2[k]);
@@ -190,6 +196,7 @@ struct PackArgs {
     const uint16_t* odd[3];
     int n;
     T* out;
+    bool stream;  // past the caches
 };
 
 // From pixel x on, an even one.
@@ -231,20 +238,27 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE Turns TakeInTurn(__m256i a, __m256i b, __m256i
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i LoadWords(const uint16_t* from) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
 }
+template <bool Stream>
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void StoreWords(__m128i words, void* to) {
-    _mm_storeu_si128(static_cast<__m128i*>(to), words);
+    if (Stream) {
+        _mm_stream_si128(static_cast<__m128i*>(to), words);
+    } else {
+        _mm_storeu_si128(static_cast<__m128i*>(to), words);
+    }
 }
 // One lane after the other.
+template <bool Stream>
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void StoreTurns(const Turns& t, uint8_t* low, uint8_t* high) {
-    StoreWords(_mm256_castsi256_si128(t.first), low);
-    StoreWords(_mm256_castsi256_si128(t.second), low + 16);
-    StoreWords(_mm256_castsi256_si128(t.third), low + 32);
-    StoreWords(_mm256_extracti128_si256(t.first, 1), high);
-    StoreWords(_mm256_extracti128_si256(t.second, 1), high + 16);
-    StoreWords(_mm256_extracti128_si256(t.third, 1), high + 32);
+    StoreWords<Stream>(_mm256_castsi256_si128(t.first), low);
+    StoreWords<Stream>(_mm256_castsi256_si128(t.second), low + 16);
+    StoreWords<Stream>(_mm256_castsi256_si128(t.third), low + 32);
+    StoreWords<Stream>(_mm256_extracti128_si256(t.first, 1), high);
+    StoreWords<Stream>(_mm256_extracti128_si256(t.second, 1), high + 16);
+    StoreWords<Stream>(_mm256_extracti128_si256(t.third, 1), high + 32);
 }
 
 // 32 pixels from x on.
+template <bool Stream>
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackPixels(const PackArgs<uint8_t>& row, int x) {
     // Two pixels are three words.
     const int k = x / 2;
@@ -252,8 +266,9 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackPixels(const PackArgs<uint8_t>& row, 
     const __m256i b = _mm256_or_si256(LoadWords(row.even[2] + k), _mm256_slli_epi16(LoadWords(row.odd[0] + k), 8));
     const __m256i c = _mm256_or_si256(LoadWords(row.odd[1] + k), _mm256_slli_epi16(LoadWords(row.odd[2] + k), 8));
     uint8_t* out = row.out + 3 * x;
-    StoreTurns(TakeInTurn(a, b, c), out, out + 48);
+    StoreTurns<Stream>(TakeInTurn(a, b, c), out, out + 48);
 }
+template <bool Stream>
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackPixels(const PackArgs<uint16_t>& row, int x) {
     __m256i low[3];   // pixels 0 to 7 and 16 to 23
     __m256i high[3];  // 8 to 15 and 24 to 31
@@ -264,16 +279,22 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackPixels(const PackArgs<uint16_t>& row,
         high[i] = _mm256_unpackhi_epi16(even, odd);
     }
     uint8_t* out = reinterpret_cast<uint8_t*>(row.out + 3 * x);
-    StoreTurns(TakeInTurn(low[0], low[1], low[2]), out, out + 96);
-    StoreTurns(TakeInTurn(high[0], high[1], high[2]), out + 48, out + 144);
+    StoreTurns<Stream>(TakeInTurn(low[0], low[1], low[2]), out, out + 96);
+    StoreTurns<Stream>(TakeInTurn(high[0], high[1], high[2]), out + 48, out + 144);
 }
 
 template <class T>
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackRowBodyAvx2(const PackArgs<T>* args) {
     const PackArgs<T> row = *args;
     int x = 0;
+    if (row.stream && reinterpret_cast<uintptr_t>(row.out) % sizeof(__m128i) == 0) {
+        for (; x + 32 <= row.n; x += 32) {
+            PackPixels<true>(row, x);
+        }
+        _mm_sfence();
+    }
     for (; x + 32 <= row.n; x += 32) {
-        PackPixels(row, x);
+        PackPixels<false>(row, x);
     }
     PackFrom(x, row);
 }

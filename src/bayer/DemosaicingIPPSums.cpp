@@ -172,19 +172,6 @@ void IntegralRowInOrder(const IntegralRow& row, bool sitesEven, int n) {
     }
 }
 
-// ((bottom right - bottom left) - top right) + top left
-ORV_ALWAYS_INLINE void WindowDifferenceBody(const float* bottomRight, const float* bottomLeft, const float* topRight,
-                                            const float* topLeft, int n, float* out) {
-#pragma omp simd
-    for (int k = 0; k < n; ++k) {
-        out[k] = ((bottomRight[k] - bottomLeft[k]) - topRight[k]) + topLeft[k];
-    }
-}
-ORV_ROW_FUNCTION(WindowDifference,
-                 (const float* bottomRight, const float* bottomLeft, const float* topRight, const float* topLeft, int n,
-                  float* out),
-                 (bottomRight, bottomLeft, topRight, topLeft, n, out))
-
 }  // namespace
 
 void WindowSums<uint8_t>::Create(int width, int height) {
@@ -210,7 +197,7 @@ void WindowSums<uint8_t>::Push(bool zero, const float*, const float*) {
     secondRows_[slot] = zero ? zero_[0] : second_[slot];
 }
 
-void WindowSums<uint8_t>::Rows(int r, const int* h, int, Sum* const* a, Sum* const* b) {
+void WindowSums<uint8_t>::Rows(int r, const int* h, int, Sum* const* a, Sum* const* b, ScaleRow<Sum>*) {
     const int p = (r + q_) & 1;
     const int n = RoundUpToLanes(width_ / 2);
     const auto box = BoxRowsOf(h[0], h[1], bothParities_);
@@ -276,7 +263,7 @@ float WindowSums<uint16_t>::Integral::Window(int top, int bottom, int left, int 
     return ((At(bottom, right) - At(bottom, left)) - At(top, right)) + At(top, left);
 }
 
-void WindowSums<uint16_t>::Integral::Row(int r, int h, int p, int n, Sum* out) const {
+WindowRow WindowSums<uint16_t>::Integral::Row(int r, int h, int p) const {
     // Columns c - h and c + h + 1 of the sites c = 2 * k + p have opposite parities.
     const float* const* rightRows = ((p + h) & 1) == 0 ? oddRows : evenRows;
     const float* const* leftRows = ((p + h) & 1) == 0 ? evenRows : oddRows;
@@ -284,8 +271,7 @@ void WindowSums<uint16_t>::Integral::Row(int r, int h, int p, int n, Sum* out) c
     const int left = (p - h) >> 1;
     const int top = (r - h) % kRing;
     const int bottom = std::min(r + h + 1, height) % kRing;
-    WindowDifference(rightRows[bottom] + right, leftRows[bottom] + left, rightRows[top] + right, leftRows[top] + left,
-                     n, out);
+    return {rightRows[bottom] + right, leftRows[bottom] + left, rightRows[top] + right, leftRows[top] + left};
 }
 
 void WindowSums<uint16_t>::Create(int width, int height) {
@@ -332,12 +318,11 @@ void WindowSums<uint16_t>::Push(bool zero, const float* leakAtSites, const float
     }
 }
 
-void WindowSums<uint16_t>::Rows(int r, const int* h, int scales, Sum* const* a, Sum* const* b) {
+void WindowSums<uint16_t>::Rows(int r, const int* h, int scales, Sum* const*, Sum* const*, ScaleRow<Sum>* rows) const {
     const int p = (r + q_) & 1;
-    const int n = RoundUpToLanes(width_ / 2);
     for (int scale = 0; scale < scales; ++scale) {
-        first_.Row(r, h[scale], p, n, a[scale]);
-        second_.Row(r, h[scale], p, n, b[scale]);
+        rows[scale].a = first_.Row(r, h[scale], p);
+        rows[scale].b = second_.Row(r, h[scale], p);
     }
 }
 

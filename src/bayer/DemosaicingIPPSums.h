@@ -6,11 +6,43 @@
 #define ORV_BAYER_DEMOSAICINGIPPSUMS_H
 
 #include "bayer/SplitPlane.h"
+#include "component/Numeric.h"
 
 namespace orv {
 
 constexpr int kMaxRadius = 4;
 static_assert(kRing > 2 * kMaxRadius + 1, "rows within reach of a window, and one more");
+
+// The corners of the windows of a row of sites in an integral image.
+struct WindowRow {
+    const float* bottomRight;
+    const float* bottomLeft;
+    const float* topRight;
+    const float* topLeft;
+};
+
+// Window sums of a row: of bytes as such, else by corners.
+template <class S>
+struct SumsOf {
+    using Row = const S*;
+};
+template <>
+struct SumsOf<float> {
+    using Row = WindowRow;
+};
+
+// This order of additions: integrals round.
+ORV_ALWAYS_INLINE float WindowSum(const WindowRow& row, int k) {
+    return ((row.bottomRight[k] - row.bottomLeft[k]) - row.topRight[k]) + row.topLeft[k];
+}
+
+// Window sums of one scale in a row, and the number of sites in a window: in each, or by corners in all.
+template <class S>
+struct ScaleRow {
+    typename SumsOf<S>::Row a;
+    typename SumsOf<S>::Row b;
+    const S* area;
+};
 
 template <class T>
 class WindowSums;
@@ -26,9 +58,10 @@ public:
     using Contrast = int16_t;
     using DiagonalContrast = int32_t;
     using Difference = int16_t;  // of two samples
+    static constexpr bool kByCorners = false;
     struct Kept {
         void Create(int, int) {}
-        Sum* Row(int, int, Sum* scratch) const { return scratch; }
+        Sum* Row(int, int) const { return nullptr; }
         const float* Leak(int, int) const { return nullptr; }
     };
 
@@ -43,9 +76,10 @@ public:
     // Ends the next row: gradients stand at both places, or are all zero. The leaks do not exist at this width.
     void Push(bool zero, const float* leakAtSites, const float* leakBetween);
 
-    // Window sums of the sites of row r, by scale: half-widths `h`, none above twice the one before, as they are in
-    // frames of at least 2 * kMaxRadius + 2 rows. Anything where windows reach beyond a side.
-    void Rows(int r, const int* h, int scales, Sum* const* a, Sum* const* b);
+    // Window sums of the sites of row r to `a` and `b`, by scale: half-widths `h`, none above twice the one before, as
+    // they are in frames of at least 2 * kMaxRadius + 2 rows. Anything where windows reach beyond a side.
+    void Rows(int r, const int* h, int scales, Sum* const* a, Sum* const* b, ScaleRow<Sum>* rows);
+    const Sum* Written(const Sum* sums) const { return sums; }
     // Window sums of the site (r, c); the window may reach beyond the right and the lower edge.
     void Site(int r, int c, int h, Sum* a, Sum* b) const;
 
@@ -76,13 +110,15 @@ public:
     using Contrast = float;
     using DiagonalContrast = float;
     using Difference = float;
+    // Sums of rows are left to their reader.
+    static constexpr bool kByCorners = true;
 
     // One plane that is never cleared between passes or frames: second sums of the smallest window at the sites of the
     // last pass over a half, zero on the border and before the first.
     struct Kept {
         SplitPlane<float> sums;
         void Create(int width, int height) { sums.Create(height, width); }
-        Sum* Row(int q, int r, Sum*) { return sums.Row(q, r); }
+        Sum* Row(int q, int r) { return sums.Row(q, r); }
         const float* Leak(int q, int r) const { return sums.Row(q, r); }
     };
 
@@ -95,7 +131,13 @@ public:
     // between the sites; null for zeros.
     void Push(bool zero, const float* leakAtSites, const float* leakBetween);
 
-    void Rows(int r, const int* h, int scales, Sum* const* a, Sum* const* b);
+    // These are not written out: `rows` says where to take them.
+    void Rows(int r, const int* h, int scales, Sum* const* a, Sum* const* b, ScaleRow<Sum>* rows) const;
+    // Sums in an array, as corners: row 0 of the integral image is zero.
+    WindowRow Written(const Sum* sums) const {
+        const float* zero = first_.even[0];
+        return {sums, zero, zero, zero};
+    }
     void Site(int r, int c, int h, Sum* a, Sum* b) const;
 
 private:
@@ -119,7 +161,7 @@ private:
             return row[x >> 1];
         }
         float Window(int top, int bottom, int left, int right) const;
-        void Row(int r, int h, int p, int n, Sum* out) const;
+        WindowRow Row(int r, int h, int p) const;
     };
 
     int width_ = 0;
