@@ -22,9 +22,6 @@ constexpr uint8_t kBlueFirst = 5;
 // Bounds a sample of bytes before its low byte is stored: above all that comes out, below 2^15.
 constexpr int kMaxByteResult = 1023;
 
-// A destination larger than this leaves the cache before it is read.
-constexpr int64_t kStreamBytes = 4 << 20;
-
 int64_t RoundUpToEven(int size) { return static_cast<int64_t>(size) + (size & 1); }
 
 // Sites of the centre's checkerboard half in a window of half-width h.
@@ -517,7 +514,6 @@ void DemosaicingIPPOf<T>::StoreRow(int r) {
         args.odd[i] = planes[i]->Row(1 - even, r);
     }
     args.n = destination_->width;
-    args.stream = static_cast<int64_t>(rows) * destination_->stride > kStreamBytes;
     const ptrdiff_t step = destination_->stride / static_cast<int>(sizeof(T));
     args.out = static_cast<T*>(destination_->data) + r * step;
     orv::PackRow<T>(&args);

@@ -196,7 +196,6 @@ struct PackArgs {
     const uint16_t* odd[3];
     int n;
     T* out;
-    bool stream;  // past the caches
 };
 
 // From pixel x on, an even one.
@@ -238,27 +237,20 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE Turns TakeInTurn(__m256i a, __m256i b, __m256i
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i LoadWords(const uint16_t* from) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
 }
-template <bool Stream>
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void StoreWords(__m128i words, void* to) {
-    if (Stream) {
-        _mm_stream_si128(static_cast<__m128i*>(to), words);
-    } else {
-        _mm_storeu_si128(static_cast<__m128i*>(to), words);
-    }
+    _mm_storeu_si128(static_cast<__m128i*>(to), words);
 }
 // One lane after the other.
-template <bool Stream>
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void StoreTurns(const Turns& t, uint8_t* low, uint8_t* high) {
-    StoreWords<Stream>(_mm256_castsi256_si128(t.first), low);
-    StoreWords<Stream>(_mm256_castsi256_si128(t.second), low + 16);
-    StoreWords<Stream>(_mm256_castsi256_si128(t.third), low + 32);
-    StoreWords<Stream>(_mm256_extracti128_si256(t.first, 1), high);
-    StoreWords<Stream>(_mm256_extracti128_si256(t.second, 1), high + 16);
-    StoreWords<Stream>(_mm256_extracti128_si256(t.third, 1), high + 32);
+    StoreWords(_mm256_castsi256_si128(t.first), low);
+    StoreWords(_mm256_castsi256_si128(t.second), low + 16);
+    StoreWords(_mm256_castsi256_si128(t.third), low + 32);
+    StoreWords(_mm256_extracti128_si256(t.first, 1), high);
+    StoreWords(_mm256_extracti128_si256(t.second, 1), high + 16);
+    StoreWords(_mm256_extracti128_si256(t.third, 1), high + 32);
 }
 
 // 32 pixels from x on.
-template <bool Stream>
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackPixels(const PackArgs<uint8_t>& row, int x) {
     // Two pixels are three words.
     const int k = x / 2;
@@ -266,9 +258,8 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackPixels(const PackArgs<uint8_t>& row, 
     const __m256i b = _mm256_or_si256(LoadWords(row.even[2] + k), _mm256_slli_epi16(LoadWords(row.odd[0] + k), 8));
     const __m256i c = _mm256_or_si256(LoadWords(row.odd[1] + k), _mm256_slli_epi16(LoadWords(row.odd[2] + k), 8));
     uint8_t* out = row.out + 3 * x;
-    StoreTurns<Stream>(TakeInTurn(a, b, c), out, out + 48);
+    StoreTurns(TakeInTurn(a, b, c), out, out + 48);
 }
-template <bool Stream>
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackPixels(const PackArgs<uint16_t>& row, int x) {
     __m256i low[3];   // pixels 0 to 7 and 16 to 23
     __m256i high[3];  // 8 to 15 and 24 to 31
@@ -279,22 +270,16 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackPixels(const PackArgs<uint16_t>& row,
         high[i] = _mm256_unpackhi_epi16(even, odd);
     }
     uint8_t* out = reinterpret_cast<uint8_t*>(row.out + 3 * x);
-    StoreTurns<Stream>(TakeInTurn(low[0], low[1], low[2]), out, out + 96);
-    StoreTurns<Stream>(TakeInTurn(high[0], high[1], high[2]), out + 48, out + 144);
+    StoreTurns(TakeInTurn(low[0], low[1], low[2]), out, out + 96);
+    StoreTurns(TakeInTurn(high[0], high[1], high[2]), out + 48, out + 144);
 }
 
 template <class T>
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackRowBodyAvx2(const PackArgs<T>* args) {
     const PackArgs<T> row = *args;
     int x = 0;
-    if (row.stream && reinterpret_cast<uintptr_t>(row.out) % sizeof(__m128i) == 0) {
-        for (; x + 32 <= row.n; x += 32) {
-            PackPixels<true>(row, x);
-        }
-        _mm_sfence();
-    }
     for (; x + 32 <= row.n; x += 32) {
-        PackPixels<false>(row, x);
+        PackPixels(row, x);
     }
     PackFrom(x, row);
 }
