@@ -15,6 +15,14 @@ using orv::TakeScratch;
 
 namespace {
 
+// Sums wrap, as those in vectors do.
+ORV_ALWAYS_INLINE int Sum(int a, int b) {
+    return static_cast<int>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
+}
+ORV_ALWAYS_INLINE int Difference(int a, int b) {
+    return static_cast<int>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b));
+}
+
 // Columns [x0, x1) of one row; the other rows stand s rows above and below.
 ORV_ALWAYS_INLINE void SigmaRowBody(const int* up, const int* mid, const int* down, const int* reference,
                                     const uint16_t* thresholds, int s, int x0, int x1, int* out) {
@@ -27,11 +35,11 @@ ORV_ALWAYS_INLINE void SigmaRowBody(const int* up, const int* mid, const int* do
         int sum = 0;
         int count = 1;
         for (int k = 0; k < 8; ++k) {
-            const bool accepted = limit > Abs(n[k] - ref);
-            sum += accepted ? n[k] - centre : 0;
+            const bool accepted = limit > Abs(Difference(n[k], ref));
+            sum = Sum(sum, accepted ? Difference(n[k], centre) : 0);
             count += accepted ? 1 : 0;
         }
-        out[x] = centre + MeanOf(sum, count);
+        out[x] = Sum(centre, MeanOf(sum, count));
     }
 }
 

@@ -247,21 +247,6 @@ struct Frame {
 
 constexpr uint32_t kBadArgument = 0x80050007U;
 
-// Large frames are stored past the cache where rows are aligned.
-TEST(Adaptive, LargeFramesComeOutTheSameAtAnyAlignment) {
-    for (const int bitDepth : {8, 12}) {
-        const int bytes = bitDepth == 8 ? 1 : 2;
-        Frame frame(bitDepth == 8 ? OrvPixelBayerGR8 : OrvPixelBayerGR12, bitDepth, 1208, 1220 / bytes, 6);
-        const _OrvImage& record = frame.destination.record;
-        Image beside(record.pixelType, bitDepth, record.width, record.height, record.stride, 66);
-        Component first, second;
-        ASSERT_EQ(first.Convert(frame.source, frame.destination), 0u);
-        ASSERT_EQ(second.Convert(frame.source, beside), 0u);
-        EXPECT_EQ(std::memcmp(frame.destination.Data(), beside.Data(), static_cast<size_t>(record.imageSize)), 0);
-        EXPECT_TRUE(frame.destination.OutsideUntouched(static_cast<size_t>(record.stride)));
-    }
-}
-
 TEST(Adaptive, OneComponentTakesBothSampleWidthsInTurn) {
     Component component;
     Frame narrow(OrvPixelBayerRG8, 8, 31, 18, 1);
