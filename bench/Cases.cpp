@@ -121,15 +121,14 @@ FrameRun ComponentBilinearRun(int width, int height) { return BayerRun(width, he
 std::vector<Case> AllCases() {
     std::vector<Case> cases;
     for (const int bits : {8, 16}) {
-        cases.push_back(
-            {"memcpy", bits, false, [bits](int w, int h, int threads) { return CopyRun(w, h, bits, threads); }});
+        cases.push_back({"memcpy", bits, [bits](int w, int h, int threads) { return CopyRun(w, h, bits, threads); }});
         const struct {
             const char* name;
             int code;
         } peers[] = {{"OpenCV bilinear", cv::COLOR_BayerBG2BGR}, {"OpenCV edge-aware", cv::COLOR_BayerBG2BGR_EA}};
         for (const auto& peer : peers) {
-            cases.push_back({peer.name, bits, true,
-                             [bits, code = peer.code](int w, int h, int) { return OpenCvRun(w, h, bits, code); }});
+            cases.push_back(
+                {peer.name, bits, [bits, code = peer.code](int w, int h, int) { return OpenCvRun(w, h, bits, code); }});
         }
     }
     const auto add = [&cases](Case candidate) {
@@ -139,7 +138,7 @@ std::vector<Case> AllCases() {
     };
     for (const long algorithm : {0L, 2L, 1L}) {
         for (const int bits : {8, 12}) {
-            add({"Bayer " + std::to_string(algorithm), bits, algorithm != 1,
+            add({"Bayer " + std::to_string(algorithm), bits,
                  [=](int w, int h, int) { return BayerRun(w, h, bits, algorithm); }});
         }
     }

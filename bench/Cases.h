@@ -16,7 +16,6 @@ using FrameRun = std::function<uint32_t()>;
 struct Case {
     std::string name;
     int bits;
-    bool usesOpenCvThreads;  // threads come from cv::setNumThreads
     std::function<FrameRun(int width, int height, int threads)> make;
 };
 

@@ -1,8 +1,8 @@
 // One table of ratios: every engine against OpenCV's bilinear conversion of an 8-bit frame of the same size on one
 // thread.
 //
-// Runs of the engine and of the reference alternate, so that a busy machine slows both; the best and the 25 % quantile
-// of each are compared.
+// Runs of the engine and of the reference alternate, so that a busy machine slows both; each is the second of two, so
+// that both find their own frames in the caches. The best and the 25 % quantile of each are compared.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
@@ -45,8 +45,8 @@ struct Times {
 };
 
 // Alternates reference and engine until `repetitions` or the time is spent, at least five times.
-void Alternate(const Options& options, const FrameRun& reference, const orvbench::Case& each, const FrameRun& engine,
-               int threads, Times* ofReference, Times* ofEngine) {
+void Alternate(const Options& options, const FrameRun& reference, const FrameRun& engine, int threads,
+               Times* ofReference, Times* ofEngine) {
     const auto start = std::chrono::steady_clock::now();
     const auto spent = [&start] {
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -56,9 +56,7 @@ void Alternate(const Options& options, const FrameRun& reference, const orvbench
         reference();
         ofReference->seconds.push_back(Seconds(reference));
         orvbench::UseThreads(threads);
-        if (i == 0 || (threads > 1 && each.usesOpenCvThreads)) {
-            engine();  // planes, and the threads that a changed count makes OpenCV start anew
-        }
+        engine();  // as the reference: planes, caches, and threads that a changed count makes OpenCV start anew
         ofEngine->seconds.push_back(Seconds(engine));
     }
 }
@@ -92,7 +90,7 @@ void PrintTable(const Options& options) {
                 const FrameRun engine = each.make(size.width, size.height, threads);
                 Times ofReference;
                 Times ofEngine;
-                Alternate(options, reference, each, engine, threads, &ofReference, &ofEngine);
+                Alternate(options, reference, engine, threads, &ofReference, &ofEngine);
                 std::printf("| %s | %d | %dx%d | %d | %.0f | %.2f | %.3f | %.3f | %zu |\n", each.name.c_str(),
                             each.bits, size.width, size.height, threads, pixels / ofEngine.Best() * 1e-6,
                             ofEngine.Best() / pixels * 1e9, ofReference.Best() / ofEngine.Best(),
