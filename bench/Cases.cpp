@@ -164,7 +164,7 @@ std::vector<Case> AllCases() {
         for (const int bits : {8, 12}) {
             Settings settings = variant.settings;
             settings.emplace_back("TrueSenseAlgType", variant.algorithm);
-            add({"TrueSense " + std::to_string(variant.algorithm) + variant.variant, bits, false,
+            add({"TrueSense " + std::to_string(variant.algorithm) + variant.variant, bits,
                  [=](int w, int h, int threads) { return TrueSenseRun(w, h, threads, bits, settings); }});
         }
     }
