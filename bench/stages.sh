@@ -29,7 +29,7 @@ while IFS='|' read -r name bits; do
             gsub(/orv::|\(anonymous namespace\)::|unsigned |[[:alnum:]_]+ \* __restrict__/, "", symbol)
             sub(/\(.*$/, "", symbol)
             sub(/^(void|int|bool) /, "", symbol)
-            sub(/Avx2/, "", symbol)
+            sub(/Avx(2|512)/, "", symbol)
             return symbol
         }
         function number(text) { gsub(/[,.]/, "", text); return text + 0 }
