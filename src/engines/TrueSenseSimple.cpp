@@ -1,6 +1,10 @@
 #include "engines/TrueSenseSimple.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "engines/SimpleStrips.h"
+#include "truesense/Params.h"
 
 template <class T>
 void TrueSenseSimple<T>::Defaults(tagTrueSenseParam* param) const {
@@ -17,13 +21,11 @@ bool TrueSenseSimple<T>::Reserve(const orv::EngineFrame& frame) {
 template <class T>
 int TrueSenseSimple<T>::Reconstruct(const orv::EngineFrame& frame, const orv::ColourRowSink& sink) {
     const tagTrueSenseParam& param = frame.param;
-    const double matrix[] = {param.RR, param.RG, param.RB, param.GR, param.GG, param.GB, param.BR, param.BG, param.BB};
     orv::SimpleSettings settings = {
         param.panGain,   param.redGain,    param.greenGain, param.blueGain, {}, param.impulseFilterEnable == 1,
         panSmoothEnable, colorSmoothEnable};
-    for (int i = 0; i < 9; ++i) {
-        settings.matrix[i] = static_cast<float>(matrix[i]);
-    }
+    const orv::ColourMatrix<float> matrix(param);
+    std::copy(std::begin(matrix.factor), std::end(matrix.factor), settings.matrix);
     const int W = frame.geometry.W;
     const int H = frame.geometry.H;
     orv::ForEachBandWithWorker(H, rings_.Workers(), [&](int worker, int y0, int y1) {

@@ -4,6 +4,8 @@
 #include <iterator>
 #include <limits>
 
+#include "truesense/Params.h"
+
 namespace orv {
 
 namespace {
@@ -96,14 +98,9 @@ void KodakLikeSettings::Fill(const tagTrueSenseParam& param, int qw, int qh, Sig
         linear16[code] = static_cast<int16_t>(Gamma10toLinear12Table[code]);
     }
 
-    const double gains[5] = {param.ISOAnalogGain_0, param.ISOAnalogGain_1, param.ISOAnalogGain_2, param.ISOAnalogGain_3,
-                             param.ISOAnalogGain_4};
-    const double slopes[5] = {param.ISOColorSlope_0, param.ISOColorSlope_1, param.ISOColorSlope_2,
-                              param.ISOColorSlope_3, param.ISOColorSlope_4};
-    const double intercepts[5] = {param.ISOColorIntercept_0, param.ISOColorIntercept_1, param.ISOColorIntercept_2,
-                                  param.ISOColorIntercept_3, param.ISOColorIntercept_4};
     // Unlike the reference form, pan too is cleaned by the colour line.
-    const NoiseLine line = NoiseLineAt(param.analogGain, gains, slopes, intercepts);
+    const NoiseModel noise(param);
+    const NoiseLine line = NoiseLineAt(param.analogGain, noise.gains, noise.colorSlopes, noise.colorIntercepts);
     const auto gain = static_cast<float>(param.globalGain);
     const float balance = ((static_cast<float>(param.redGain) + static_cast<float>(param.greenGain)) +
                            static_cast<float>(param.blueGain)) /
@@ -119,9 +116,8 @@ void KodakLikeSettings::Fill(const tagTrueSenseParam& param, int qw, int qh, Sig
     FillPasses(colorList, 2, 1, gain, line, qw, qh, color);
     FillPasses(panList, 1, 4, gain, line, qw, qh, pan);
 
-    const double factors[9] = {param.RR, param.RG, param.RB, param.GR, param.GG,
-                               param.GB, param.BR, param.BG, param.BB};
-    std::transform(factors, factors + 9, matrix, [](double f) { return static_cast<float>(f); });
+    const ColourMatrix<float> colours(param);
+    std::copy(std::begin(colours.factor), std::end(colours.factor), matrix);
     maxSharpen = static_cast<float>(param.maxSharpen);
     sharpening.Fill(param.sharpenParam, param.highLumaNoise, param.lowLumaNoise);
     // A threshold of exactly 1 sharpens nothing, as if no edge could reach it.

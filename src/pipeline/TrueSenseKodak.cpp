@@ -5,6 +5,7 @@
 
 #include "component/PixelTypes.h"
 #include "pipeline/OutputWalk.h"
+#include "truesense/Params.h"
 
 using orv::GridGeometry;
 using orv::RegionWalk;
@@ -22,7 +23,6 @@ struct BytePixels {
     }
 };
 
-// The fields of the record come in runs of equal type.
 void Narrow(float* to, const double* from, int count) {
     for (int i = 0; i < count; ++i) {
         to[i] = static_cast<float>(from[i]);
@@ -134,21 +134,12 @@ void TrueSenseKodak<T>::LoadParameters(const tagTrueSenseParam& from) {
     to.panGain = static_cast<float>(from.panGain);
     to.globalGain = static_cast<float>(from.globalGain);
     to.analogGain = static_cast<float>(from.analogGain);
-    const double ISOAnalogGain[5] = {from.ISOAnalogGain_0, from.ISOAnalogGain_1, from.ISOAnalogGain_2,
-                                     from.ISOAnalogGain_3, from.ISOAnalogGain_4};
-    const double ISOPanSlope[5] = {from.ISOPanSlope_0, from.ISOPanSlope_1, from.ISOPanSlope_2, from.ISOPanSlope_3,
-                                   from.ISOPanSlope_4};
-    const double ISOPanIntercept[5] = {from.ISOPanIntercept_0, from.ISOPanIntercept_1, from.ISOPanIntercept_2,
-                                       from.ISOPanIntercept_3, from.ISOPanIntercept_4};
-    const double ISOColorSlope[5] = {from.ISOColorSlope_0, from.ISOColorSlope_1, from.ISOColorSlope_2,
-                                     from.ISOColorSlope_3, from.ISOColorSlope_4};
-    const double ISOColorIntercept[5] = {from.ISOColorIntercept_0, from.ISOColorIntercept_1, from.ISOColorIntercept_2,
-                                         from.ISOColorIntercept_3, from.ISOColorIntercept_4};
-    Narrow(to.ISOAnalogGain, ISOAnalogGain, 5);
-    Narrow(to.ISOPanSlope, ISOPanSlope, 5);
-    Narrow(to.ISOPanIntercept, ISOPanIntercept, 5);
-    Narrow(to.ISOColorSlope, ISOColorSlope, 5);
-    Narrow(to.ISOColorIntercept, ISOColorIntercept, 5);
+    const orv::NoiseModel noise(from);
+    Narrow(to.ISOAnalogGain, noise.gains, 5);
+    Narrow(to.ISOPanSlope, noise.panSlopes, 5);
+    Narrow(to.ISOPanIntercept, noise.panIntercepts, 5);
+    Narrow(to.ISOColorSlope, noise.colorSlopes, 5);
+    Narrow(to.ISOColorIntercept, noise.colorIntercepts, 5);
     to.panRadius0 = static_cast<int32_t>(from.panRadius0);
     to.panRadius1 = static_cast<int32_t>(from.panRadius1);
     to.panRadius2 = static_cast<int32_t>(from.panRadius2);

@@ -26,6 +26,33 @@ constexpr int kTrueSenseFieldCount = 64;
 // The fields in the order of the record.
 extern const TrueSenseField kTrueSenseFields[kTrueSenseFieldCount];
 
+// The colour matrix row by row: red from red, green, blue, and so on. Real is the precision it is used in.
+template <class Real>
+struct ColourMatrix {
+    Real factor[9];
+
+    explicit ColourMatrix(const tagTrueSenseParam& p)
+        : factor{static_cast<Real>(p.RR), static_cast<Real>(p.RG), static_cast<Real>(p.RB),
+                 static_cast<Real>(p.GR), static_cast<Real>(p.GG), static_cast<Real>(p.GB),
+                 static_cast<Real>(p.BR), static_cast<Real>(p.BG), static_cast<Real>(p.BB)} {}
+};
+
+// The noise model, a value for each of its five gains.
+struct NoiseModel {
+    double gains[5];
+    double panSlopes[5], panIntercepts[5];
+    double colorSlopes[5], colorIntercepts[5];
+
+    explicit NoiseModel(const tagTrueSenseParam& p)
+        : gains{p.ISOAnalogGain_0, p.ISOAnalogGain_1, p.ISOAnalogGain_2, p.ISOAnalogGain_3, p.ISOAnalogGain_4},
+          panSlopes{p.ISOPanSlope_0, p.ISOPanSlope_1, p.ISOPanSlope_2, p.ISOPanSlope_3, p.ISOPanSlope_4},
+          panIntercepts{p.ISOPanIntercept_0, p.ISOPanIntercept_1, p.ISOPanIntercept_2, p.ISOPanIntercept_3,
+                        p.ISOPanIntercept_4},
+          colorSlopes{p.ISOColorSlope_0, p.ISOColorSlope_1, p.ISOColorSlope_2, p.ISOColorSlope_3, p.ISOColorSlope_4},
+          colorIntercepts{p.ISOColorIntercept_0, p.ISOColorIntercept_1, p.ISOColorIntercept_2, p.ISOColorIntercept_3,
+                          p.ISOColorIntercept_4} {}
+};
+
 constexpr int kNoTrueSenseGrid = 255;  // of PixelTypeToTruesenseGrid
 
 // How pixels of a destination word are stored.

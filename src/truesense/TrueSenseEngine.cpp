@@ -6,6 +6,7 @@
 #include "component/PixelTypes.h"
 #include "pipeline/Tables.h"
 #include "truesense/OutputRows.h"
+#include "truesense/Params.h"
 
 namespace orv {
 
@@ -108,7 +109,7 @@ int TrueSenseEngine<T>::Process(Sample* dst, int dstStride, int shift) {
     }
     const tagTrueSenseParam& param = frame_.param;
     const GridGeometry& g = frame_.geometry;
-    const double matrix[9] = {param.RR, param.RG, param.RB, param.GR, param.GG, param.GB, param.BR, param.BG, param.BB};
+    const ColourMatrix<double> matrix(param);
     OutputTable<Sample> table;
     table.Fill(param.toneTable, shift);
     OutputRows<Sample> output;
@@ -116,7 +117,7 @@ int TrueSenseEngine<T>::Process(Sample* dst, int dstStride, int shift) {
     output.walk =
         RegionWalk::Make(0, 0, g.w, g.h, dstStride, alpha_ ? 4 : 3, param.horMirrored != 0, param.verMirrored != 0);
     output.bgr = bgr_;
-    output.matrix = matrix_ == Matrix::OfEngine || IsIdentity(matrix) ? nullptr : matrix;
+    output.matrix = matrix_ == Matrix::OfEngine || IsIdentity(matrix.factor) ? nullptr : matrix.factor;
     output.table = &table;
     output.bounded = matrix_ == Matrix::OfEngine;
     const ThreadsScope threads(frame_.Threads());

@@ -10,6 +10,7 @@
 #include "component/Bands.h"
 #include "component/Simd.h"
 #include "engines/BayerLikeStrips.h"
+#include "support/DriverScope.h"
 #include "support/EngineVectors.h"
 #include "support/Noise.h"
 #include "support/PlaneSink.h"
@@ -65,23 +66,11 @@ struct Frame {
     }
 };
 
-class Settings {
-public:
-    ~Settings() {
-        orv::SetSimdLevel(orv::BestSimdLevel());
-        orv::SetBandRows(0);
-        omp_set_num_threads(threads_);
-    }
-
-private:
-    int threads_ = omp_get_max_threads();
-};
-
 TEST(TrueSenseBayerLike, GivenFrames) { orvtest::RunVectors<TrueSenseBayerLike>("truesense_bayer_like_"); }
 
 // An OpenCV with other means or roundings shows here.
 TEST(TrueSenseBayerLike, StripsEqualOpenCv) {
-    const Settings restore;
+    const orvtest::DriverScope restore;
     Noise noise(6);
     for (int i = 0; i < 90; ++i) {
         const int W = static_cast<int>(8 + 4 * noise.Below(i < 70 ? 10 : 100));
@@ -102,7 +91,7 @@ TEST(TrueSenseBayerLike, StripsEqualOpenCv) {
 }
 
 TEST(TrueSenseBayerLike, TeamSizeComesBack) {
-    const Settings restore;
+    const orvtest::DriverScope restore;
     omp_set_num_threads(3);
     for (const int height : {24, 4}) {  // strips, OpenCV
         Frame frame(40, height, 8, 4095);

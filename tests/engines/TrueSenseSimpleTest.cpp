@@ -124,23 +124,6 @@ TEST(TrueSenseSimple, OnlyOneSwitchesTheImpulseFilterOn) {
     EXPECT_NE(on, Convert(source, 40, 40, nullptr));
 }
 
-TEST(TrueSenseSimple, SmallRegionsWriteTheirPixels) {
-    for (int size = 0; size < 36; ++size) {
-        const int w = 1 + size % 6;
-        const int h = 1 + size / 6;
-        for (unsigned char grid = 0; grid < 16; ++grid) {
-            tagTrueSenseParam param = PlainParam();
-            param.impulseFilterEnable = 1;
-            const Samples source(static_cast<size_t>(w * h), 700);
-            const Samples result = Convert(source, w, h, &param, grid);
-            for (size_t i = 0; i < result.size(); ++i) {
-                const bool padding = i % static_cast<size_t>(3 * w + 2) >= static_cast<size_t>(3 * w);
-                ASSERT_EQ(padding, result[i] == kGuard) << w << " by " << h;
-            }
-        }
-    }
-}
-
 // 1 2 1 along rows (step 1) or columns (step w) but for the first and last position.
 std::vector<int> Smoothed(const std::vector<int>& plane, int w, int h, bool columns) {
     std::vector<int> out = plane;

@@ -12,6 +12,7 @@
 #include "component/Simd.h"
 #include "engines/FastReference.h"
 #include "pipeline/Tables.h"
+#include "support/DriverScope.h"
 #include "support/EngineVectors.h"
 #include "support/Noise.h"
 
@@ -146,18 +147,6 @@ void CheckCall(FastCall call, uint64_t seed, uint32_t top, tagTrueSenseParam par
     ASSERT_EQ(0, wide.CalculateRGB());
     ExpectSame(expected, f.result, f.call);
 }
-
-class LevelScope {
-public:
-    ~LevelScope() {
-        orv::SetSimdLevel(orv::BestSimdLevel());
-        orv::SetBandRows(0);
-        omp_set_num_threads(threads_);
-    }
-
-private:
-    int threads_ = omp_get_max_threads();
-};
 
 TEST(TrueSenseToRgb, GivenFrames) { orvtest::RunVectors<TrueSenseToRgb>("truesense_to_rgb_"); }
 
@@ -294,7 +283,7 @@ TEST(TrueSenseToRgb, GreyThroughMatrix) {
 }
 
 TEST(TrueSenseToRgb, TeamSize) {
-    const LevelScope restore;
+    const orvtest::DriverScope restore;
     omp_set_num_threads(3);
     FastCall call;
     call.rect = {0, 0, 16, 16};
@@ -362,41 +351,6 @@ TEST(TrueSenseToRgb, RefusalsInOrderAndRepeated) {
     ExpectSame(f.Expected(param), f.result, f.call);
 }
 
-// One engine from frame to frame: the memory stays, whatever a frame before left in it.
-TEST(TrueSenseToRgb, FramesInSequence) {
-    TrueSenseToRgb<unsigned short> engine;
-    const int16_t* plane = nullptr;
-    Noise noise(4);
-    for (int i = 0; i < 24; ++i) {
-        FastCall call;
-        call.bits = 12;
-        call.rect = {0, 0, 40, 24};
-        call.grid = static_cast<unsigned char>(i < 12 ? 5 : noise.Below(16));
-        tagTrueSenseParam param = Defaults();
-        if (i >= 12) {
-            call.rect.width = static_cast<int>(1 + noise.Below(40));
-            call.rect.height = static_cast<int>(1 + noise.Below(24));
-        }
-        if (i % 5 == 4) {
-            engine.CleanMemory();
-            EXPECT_EQ(nullptr, engine.Mosaic());
-        }
-        Frame<unsigned short, unsigned short> f(call, static_cast<uint64_t>(i), i % 3 == 1 ? 65535 : 4095);
-        ASSERT_EQ(0, Start(engine, f, &param));
-        plane = plane == nullptr ? engine.Mosaic() : plane;
-        EXPECT_EQ(plane, engine.Mosaic());
-        ASSERT_EQ(0, engine.Calculate());
-        ExpectSame(f.Expected(param), f.result, f.call);
-        if (i % 4 == 0) {
-            Frame<unsigned short, unsigned char> rgb(call, 7, 4095);
-            rgb.call.toBytes = true;
-            ASSERT_EQ(0, StartRgb(engine, rgb, &param));
-            ASSERT_EQ(0, engine.CalculateRGB());
-            ExpectSame(rgb.Expected(param), rgb.result, rgb.call);
-        }
-    }
-}
-
 // Only the low 32 bits of the record's flags count.
 TEST(TrueSenseToRgb, FlagsKeepLowBits) {
     FastCall call;
@@ -410,13 +364,6 @@ TEST(TrueSenseToRgb, FlagsKeepLowBits) {
     ASSERT_EQ(0, Start(engine, f, &param));
     ASSERT_EQ(0, engine.Calculate());
     ExpectSame(expected, f.result, f.call);
-}
-
-TEST(TrueSenseToRgb, IsThis) {
-    TrueSenseToRgb<unsigned char> one, other;
-    EXPECT_TRUE(one.IsThis(&one));
-    EXPECT_FALSE(one.IsThis(&other));
-    EXPECT_FALSE(one.IsThis(nullptr));
 }
 
 }  // namespace

@@ -150,30 +150,6 @@ TEST_P(KodakGrids, MirrorsAndNegativeStridesReadTheSameSites) {
     EXPECT_EQ(Convert<unsigned char>(backward), Convert<unsigned char>(job));
 }
 
-TEST(TrueSenseKodak, ResultsDoNotDependOnLevelBandsOrHistory) {
-    auto job = NoiseJob<unsigned char>(77, 45, 8, 6, 3);
-    job.param.globalGain = 1.3;
-    job.param.darkFloor = 20;
-    job.param.analogGain = 20;
-    const auto expected = Convert<unsigned char>(job);
-    for (int level = 0; level < orv::kSimdLevels; ++level) {
-        orv::SetSimdLevel(static_cast<orv::SimdLevel>(level));
-        EXPECT_EQ(Convert<unsigned char>(job), expected);
-    }
-    orv::SetSimdLevel(orv::BestSimdLevel());
-    orv::SetBandRows(4);
-    EXPECT_EQ(Convert<unsigned char>(job), expected);
-    orv::SetBandRows(0);
-
-    TrueSenseKodak<unsigned char> engine;
-    Convert<unsigned char>(engine, NoiseJob<unsigned char>(77, 45, 8, 6, 9));
-    EXPECT_EQ(Convert<unsigned char>(engine, job), expected);  // the same geometry
-    Convert<unsigned char>(engine, NoiseJob<unsigned char>(30, 90, 8, 1, 9));
-    EXPECT_EQ(Convert<unsigned char>(engine, job), expected);
-    engine.CleanMemory();
-    EXPECT_EQ(Convert<unsigned char>(engine, job), expected);
-}
-
 TEST(TrueSenseKodak, LayoutsCarryTheSamePixels) {
     auto job = NoiseJob<unsigned short>(21, 18, 12, 9);
     const auto rgb = Convert<unsigned short>(job);
@@ -198,23 +174,6 @@ TEST(TrueSenseKodak, LayoutsCarryTheSamePixels) {
     auto narrow = NoiseJob<unsigned char>(8, 8, 8, 0);
     narrow.param.normalizationEnable = 1;
     EXPECT_EQ(Convert<unsigned char>(narrow), std::vector<unsigned char>(8 * 8 * 3, 0));
-}
-
-TEST(TrueSenseKodak, SmallRegionsAreRepeatable) {
-    for (int grid = 0; grid < 16; ++grid) {
-        for (const auto& [w, h] : {std::pair{1, 1}, std::pair{2, 3}, std::pair{3, 9}, std::pair{9, 1}, std::pair{0, 5},
-                                   std::pair{5, 0}, std::pair{4, 4}}) {
-            // Without an extent and an offset there is no plane.
-            if ((w == 0 && (grid & 3) == 0) || (h == 0 && grid < 4)) {
-                continue;
-            }
-            const auto job = NoiseJob<unsigned char>(w, h, 8, grid);
-            TrueSenseKodak<unsigned char> engine;
-            const auto first = Convert<unsigned char>(engine, job);
-            EXPECT_EQ(Convert<unsigned char>(engine, job), first);
-            EXPECT_EQ(Convert<unsigned char>(job), first);
-        }
-    }
 }
 
 TEST(TrueSenseKodak, NoRecordMeansTheDefaults) {
@@ -268,12 +227,6 @@ TEST(TrueSenseKodak, RefusesWithTheCodeAndForgetsTheGeometry) {
     EXPECT_EQ(initRgb(src, bytes.data(), 12, 0), 0);
     EXPECT_EQ(engine.CalculateRGB(), 0);
     EXPECT_EQ(bytes, Convert<unsigned char>(job));
-}
-
-TEST(TrueSenseKodak, KnowsItself) {
-    TrueSenseKodak<unsigned char> engine, other;
-    EXPECT_TRUE(engine.IsThis(&engine));
-    EXPECT_FALSE(engine.IsThis(&other));
 }
 
 }  // namespace

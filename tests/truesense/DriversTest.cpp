@@ -6,6 +6,7 @@
 
 #include "component/Bands.h"
 #include "component/Simd.h"
+#include "support/DriverScope.h"
 #include "support/Noise.h"
 #include "truesense/Engines.h"
 
@@ -25,12 +26,7 @@ struct Driver {
 };
 
 class Drivers : public testing::TestWithParam<long> {
-protected:
-    void TearDown() override {
-        orv::SetBandRows(0);
-        orv::SetBandOrder(0);
-        orv::SetSimdLevel(orv::BestSimdLevel());
-    }
+    const orvtest::DriverScope restore_;
 };
 
 struct Job {
