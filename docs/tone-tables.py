@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The curves behind the default tone tables of src/pipeline/Tables.cpp.
+"""The curves behind the default tone tables of src/truesense/Tables.cpp.
 
 tone-tables.py --fit      prints the knots for Tables.cpp
 tone-tables.py            draws docs/tone-tables.svg from the knots in Tables.cpp

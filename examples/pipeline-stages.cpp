@@ -14,8 +14,8 @@
 #include "Mosaic.h"
 #include "OrvTrueSense.h"
 #include "Scene.h"
-#include "pipeline/ImageProcess.h"
-#include "pipeline/Tables.h"
+#include "pipeline/reference/ImageProcess.h"
+#include "truesense/Tables.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include "bayer/OrvBayerImp.h"
 #include "component/PixelTypes.h"
-#include "component/Simd.h"
+#include "rows/Simd.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <limits>
 
-#include "bayer/DemosaicingIPPRows.h"
+#include "bayer/AdaptiveRows.h"
 #include "component/PixelTypes.h"
 
 uint8_t DemosaicingIPP::s_bayerDescG[256];

@@ -8,9 +8,9 @@
 #define ORV_BAYER_DEMOSAICINGIPP_H
 
 #include "OrvImage.h"
-#include "bayer/DemosaicingIPPRows.h"
-#include "bayer/DemosaicingIPPSums.h"
+#include "bayer/AdaptiveRows.h"
 #include "bayer/SplitPlane.h"
+#include "bayer/WindowSums.h"
 
 // What both sample widths share. The operations return bare codes: 0, 7 bad argument, 8 null pointer, 9 no memory.
 class DemosaicingIPP {

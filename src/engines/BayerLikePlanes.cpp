@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <opencv2/imgproc.hpp>
 
-#include "component/Bands.h"
 #include "component/PixelTypes.h"
+#include "rows/Bands.h"
 
 namespace orv {
 

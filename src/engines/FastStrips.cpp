@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "component/Lines.h"
-#include "component/Simd.h"
+#include "rows/Lines.h"
+#include "rows/Simd.h"
+#include "rows/StripStages.h"
 #include "truesense/PanRows.h"
-#include "truesense/StripStages.h"
 
 namespace orv {
 

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
-#include "component/Lines.h"
-#include "component/Simd.h"
 #include "pipeline/Arithmetic.h"
-#include "pipeline/Avx2.h"
+#include "rows/Avx2.h"
+#include "rows/Lines.h"
+#include "rows/Simd.h"
+#include "rows/StripStages.h"
 #include "truesense/DifferenceRows.h"
 #include "truesense/PanRows.h"
-#include "truesense/StripStages.h"
 
 namespace orv {
 

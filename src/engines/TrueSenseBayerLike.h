@@ -6,8 +6,8 @@
 #ifndef ORV_ENGINES_TRUESENSEBAYERLIKE_H
 #define ORV_ENGINES_TRUESENSEBAYERLIKE_H
 
-#include "component/WorkerScratch.h"
 #include "engines/BayerLikePlanes.h"
+#include "rows/WorkerScratch.h"
 #include "truesense/TrueSenseEngine.h"
 
 template <class T>

@@ -8,7 +8,7 @@
 #ifndef ORV_ENGINES_TRUESENSESIMPLE_H
 #define ORV_ENGINES_TRUESENSESIMPLE_H
 
-#include "component/WorkerScratch.h"
+#include "rows/WorkerScratch.h"
 #include "truesense/TrueSenseEngine.h"
 
 template <class T>

@@ -7,7 +7,7 @@
 #ifndef ORV_ENGINES_TRUESENSETORGB_H
 #define ORV_ENGINES_TRUESENSETORGB_H
 
-#include "component/WorkerScratch.h"
+#include "rows/WorkerScratch.h"
 #include "truesense/TrueSenseEngine.h"
 
 template <class T>

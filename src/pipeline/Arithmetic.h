@@ -5,8 +5,8 @@
 
 #include <cmath>
 
-#include "component/Simd.h"
-#include "pipeline/Tables.h"
+#include "rows/Simd.h"
+#include "truesense/Tables.h"
 
 namespace orv {
 

@@ -3,7 +3,7 @@
 #define ORV_PIPELINE_MIXROW_H
 
 #include "pipeline/Arithmetic.h"
-#include "pipeline/Avx2.h"
+#include "rows/Avx2.h"
 
 namespace orv {
 

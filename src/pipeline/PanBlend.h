@@ -8,7 +8,7 @@
 #ifndef ORV_PIPELINE_PANBLEND_H
 #define ORV_PIPELINE_PANBLEND_H
 
-#include "component/Simd.h"
+#include "rows/Simd.h"
 
 namespace orv {
 

@@ -1,6 +1,6 @@
 #include "truesense/DifferenceRows.h"
 
-#include "component/Simd.h"
+#include "rows/Simd.h"
 #include "truesense/PanRows.h"
 
 namespace orv {

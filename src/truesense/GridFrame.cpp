@@ -5,8 +5,8 @@
 #include <cstring>
 #include <limits>
 
-#include "component/Bands.h"
-#include "component/Simd.h"
+#include "rows/Bands.h"
+#include "rows/Simd.h"
 
 namespace orv {
 

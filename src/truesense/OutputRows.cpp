@@ -4,7 +4,7 @@
 #include <immintrin.h>
 #endif
 
-#include "component/Simd.h"
+#include "rows/Simd.h"
 
 namespace orv {
 

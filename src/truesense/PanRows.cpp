@@ -1,6 +1,6 @@
 #include "truesense/PanRows.h"
 
-#include "component/Simd.h"
+#include "rows/Simd.h"
 
 namespace orv {
 

@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "component/Numeric.h"
+#include "rows/Numeric.h"
 
 namespace orv {
 

@@ -2,11 +2,11 @@
 
 #include <initializer_list>
 
-#include "component/Bands.h"
 #include "component/PixelTypes.h"
-#include "pipeline/Tables.h"
+#include "rows/Bands.h"
 #include "truesense/OutputRows.h"
 #include "truesense/Params.h"
+#include "truesense/Tables.h"
 
 namespace orv {
 

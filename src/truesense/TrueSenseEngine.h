@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "component/AlignedBuffer.h"
+#include "rows/AlignedBuffer.h"
 #include "truesense/GridFrame.h"
 #include "truesense/IDemosaicing.h"
 

@@ -8,7 +8,7 @@
 #include "bayer/AdaptiveReference.h"
 #include "bayer/OrvBayerImp.h"
 #include "component/PixelTypes.h"
-#include "component/Simd.h"
+#include "rows/Simd.h"
 #include "support/Image.h"
 #include "support/Noise.h"
 #include "support/Vector.h"

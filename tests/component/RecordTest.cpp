@@ -6,8 +6,8 @@
 #include <string>
 
 #include "OrvTrueSense.h"
-#include "component/Numeric.h"
 #include "component/PixelTypes.h"
+#include "rows/Numeric.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <numeric>
 #include <vector>
 
-#include "component/Bands.h"
-#include "component/Simd.h"
 #include "engines/BayerLikeStrips.h"
+#include "rows/Bands.h"
+#include "rows/Simd.h"
 #include "support/DriverScope.h"
 #include "support/EngineVectors.h"
 #include "support/Noise.h"

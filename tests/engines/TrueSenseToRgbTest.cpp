@@ -8,13 +8,13 @@
 #include <string>
 #include <vector>
 
-#include "component/Bands.h"
-#include "component/Simd.h"
 #include "engines/FastReference.h"
-#include "pipeline/Tables.h"
+#include "rows/Bands.h"
+#include "rows/Simd.h"
 #include "support/DriverScope.h"
 #include "support/EngineVectors.h"
 #include "support/Noise.h"
+#include "truesense/Tables.h"
 
 namespace {
 

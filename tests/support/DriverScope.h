@@ -4,8 +4,8 @@
 
 #include <omp.h>
 
-#include "component/Bands.h"
-#include "component/Simd.h"
+#include "rows/Bands.h"
+#include "rows/Simd.h"
 
 namespace orvtest {
 

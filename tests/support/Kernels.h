@@ -7,8 +7,8 @@
 #include <cmath>
 #include <vector>
 
-#include "component/Simd.h"
-#include "pipeline/ImageProcess.h"
+#include "pipeline/reference/ImageProcess.h"
+#include "rows/Simd.h"
 #include "support/Noise.h"
 
 namespace orvtest {

@@ -7,9 +7,9 @@
 #include <numeric>
 
 #include "OrvTrueSense.h"
-#include "pipeline/Tables.h"
 #include "support/Image.h"
 #include "truesense/Engines.h"
+#include "truesense/Tables.h"
 
 namespace {
 

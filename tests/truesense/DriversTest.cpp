@@ -4,8 +4,8 @@
 
 #include <memory>
 
-#include "component/Bands.h"
-#include "component/Simd.h"
+#include "rows/Bands.h"
+#include "rows/Simd.h"
 #include "support/DriverScope.h"
 #include "support/Noise.h"
 #include "truesense/Engines.h"

@@ -1,0 +1,336 @@
+#include "bayer/WindowSums.h"
+
+#include <algorithm>
+
+#include "rows/Simd.h"
+
+namespace orv {
+
+namespace {
+
+constexpr int kCentre = kMaxRadius;
+
+// Sums over windows of half-widths H0 and H1, `rows` has the gradient rows around the centre, `p` is the column parity
+// of the centre's row. Rows at an odd distance count with `Both`, no farther than 1; their sites stand between those of
+// the centre's row. `column` takes the sums over the rows at even distance of either window, and at odd distance.
+template <int H0, int H1, bool Both>
+ORV_ALWAYS_INLINE void BoxRowsBody(const uint16_t* const* rows, int p, uint16_t* const* column, int n, uint16_t* out0,
+                                   uint16_t* out1) {
+    static_assert(H0 <= 2 && H0 <= H1 && H1 <= (Both ? 2 : 4), "sides below");
+    const uint16_t* s0 = rows[kCentre];
+    const uint16_t* s1 = rows[kCentre - (H1 >= 2 ? 2 : 0)];
+    const uint16_t* s2 = rows[kCentre + (H1 >= 2 ? 2 : 0)];
+    const uint16_t* s3 = rows[kCentre - (H1 >= 4 ? 4 : 0)];
+    const uint16_t* s4 = rows[kCentre + (H1 >= 4 ? 4 : 0)];
+    const uint16_t* b0 = rows[kCentre - (Both && H1 >= 1 ? 1 : 0)];
+    const uint16_t* b1 = rows[kCentre + (Both && H1 >= 1 ? 1 : 0)];
+    uint16_t* same0 = column[0];
+    uint16_t* same1 = column[1];
+    uint16_t* between = column[2];
+#pragma omp simd
+    for (int k = 0; k < n; ++k) {
+        uint16_t sum = s0[k];
+        if (H1 >= 2) {
+            sum = static_cast<uint16_t>(sum + s1[k] + s2[k]);
+        }
+        if (H0 == 2) {
+            same0[k] = sum;
+        }
+        if (H1 >= 4) {
+            sum = static_cast<uint16_t>(sum + s3[k] + s4[k]);
+        }
+        same1[k] = sum;
+        if (Both && H1 >= 1) {
+            between[k] = static_cast<uint16_t>(b0[k] + b1[k]);
+        }
+    }
+    const uint16_t* inner = H0 == 2 ? same0 : s0;
+    const uint16_t* left = between + p - 1;
+    const uint16_t* right = between + p;
+#pragma omp simd
+    for (int k = 0; k < n; ++k) {
+        uint16_t sum0 = inner[k];
+        uint16_t sum1 = same1[k];
+        if (H0 >= 2) {
+            sum0 = static_cast<uint16_t>(sum0 + inner[k - 1] + inner[k + 1]);
+        }
+        if (H1 >= 2) {
+            sum1 = static_cast<uint16_t>(sum1 + same1[k - 1] + same1[k + 1]);
+        }
+        if (H1 >= 4) {
+            sum1 = static_cast<uint16_t>(sum1 + same1[k - 2] + same1[k + 2]);
+        }
+        if (Both && H1 >= 1) {
+            const uint16_t beside = static_cast<uint16_t>(left[k] + right[k]);
+            sum0 = static_cast<uint16_t>(sum0 + beside);
+            sum1 = static_cast<uint16_t>(sum1 + beside);
+        }
+        out0[k] = sum0;
+        out1[k] = sum1;
+    }
+}
+ORV_ROW_TEMPLATE_WIDE((int H0, int H1, bool Both), (H0, H1, Both), BoxRows,
+                      (const uint16_t* const* rows, int p, uint16_t* const* column, int n, uint16_t* out0,
+                       uint16_t* out1),
+                      (rows, p, column, n, out0, out1))
+
+// Near the upper and the lower edge both windows have the size of the smaller one.
+auto BoxRowsOf(int h0, int h1, bool bothParities) {
+    if (bothParities) {
+        return h0 == 0 ? BoxRows<0, 0, true> : h1 == 1 ? BoxRows<1, 1, true> : BoxRows<1, 2, true>;
+    }
+    // Windows of an odd half-width end on rows and columns that count as zero.
+    return h0 <= 1 ? BoxRows<0, 0, false> : h1 <= 3 ? BoxRows<2, 2, false> : BoxRows<2, 4, false>;
+}
+
+// A row of an integral image, from the row above and the image row's values.
+struct IntegralRow {
+    const float* sites;
+    const float* between;  // values between the sites, null for zeros
+    const float* aboveEven;
+    const float* aboveOdd;
+    float* nextEven;
+    float* nextOdd;
+};
+
+// clang 14 rejects the scan directive in templates; its loop runs in order, which gives the same where sums are exact.
+#if defined(__clang__)
+#define ORV_SCAN_LOOP
+#define ORV_SCAN_POINT
+#else
+#define ORV_SCAN_LOOP _Pragma("omp simd reduction(inscan, + : sumA, sumB)")
+#define ORV_SCAN_POINT _Pragma("omp scan inclusive(sumA, sumB)")
+#endif
+
+// Rows of two images at once (`Pair`) or of the second alone; `n` pairs of columns. The running sums are formed in no
+// fixed order, so a row holds only where all partial sums are exact. Without negative values the total bounds them all:
+// it is returned, or infinity.
+template <bool SitesEven, bool Pair, bool Between>
+ORV_ALWAYS_INLINE void IntegralRowsBody(const IntegralRow* rows, int n, float* totals) {
+    const IntegralRow a = rows[0];
+    const IntegralRow b = rows[1];
+    float sumA = 0.0F;
+    float sumB = 0.0F;
+    ORV_SCAN_LOOP
+    for (int k = 0; k < n; ++k) {
+        sumA += Pair ? a.sites[k] : 0.0F;
+        sumB += Between ? b.sites[k] + b.between[k] : b.sites[k];
+        ORV_SCAN_POINT
+        // Up to the even column: less the odd one.
+        if (Pair) {
+            a.nextEven[k + 1] = a.aboveEven[k + 1] + sumA;
+            a.nextOdd[k] = a.aboveOdd[k] + (SitesEven ? sumA : sumA - a.sites[k]);
+        }
+        b.nextEven[k + 1] = b.aboveEven[k + 1] + sumB;
+        b.nextOdd[k] = b.aboveOdd[k] + (!SitesEven ? sumB - b.sites[k] : Between ? sumB - b.between[k] : sumB);
+    }
+    int negative = 0;
+    if (Between) {
+#pragma omp simd reduction(| : negative)
+        for (int k = 0; k < n; ++k) {
+            negative |= (b.between[k] < 0.0F ? 1 : 0) | (b.sites[k] < 0.0F ? 1 : 0);
+        }
+    }
+    totals[0] = sumA;
+    totals[1] = negative == 0 ? sumB : __builtin_inff();
+}
+ORV_ROW_TEMPLATE((bool SitesEven, bool Pair, bool Between), (SitesEven, Pair, Between), IntegralRows,
+                 (const IntegralRow* rows, int n, float* totals), (rows, n, totals))
+
+template <bool SitesEven>
+void IntegralRowsOf(const IntegralRow* rows, int n, float* totals) {
+    if (rows[0].sites == nullptr) {
+        IntegralRows<SitesEven, false, true>(rows, n, totals);
+    } else if (rows[1].between != nullptr) {
+        IntegralRows<SitesEven, true, true>(rows, n, totals);
+    } else {
+        IntegralRows<SitesEven, true, false>(rows, n, totals);
+    }
+}
+
+// One row where sums round: column by column, but for zeros.
+template <bool AtEven, bool AtOdd>
+void IntegralColumns(const IntegralRow& row, const float* atEven, const float* atOdd, int n) {
+    float sum = 0.0F;
+    for (int k = 0; k < n; ++k) {
+        if (AtEven) {
+            sum += atEven[k];
+        }
+        row.nextOdd[k] = row.aboveOdd[k] + sum;
+        if (AtOdd) {
+            sum += atOdd[k];
+        }
+        row.nextEven[k + 1] = row.aboveEven[k + 1] + sum;
+    }
+}
+
+void IntegralRowInOrder(const IntegralRow& row, bool sitesEven, int n) {
+    if (row.between == nullptr) {
+        (sitesEven ? IntegralColumns<true, false> : IntegralColumns<false, true>)(row, row.sites, row.sites, n);
+    } else {
+        IntegralColumns<true, true>(row, sitesEven ? row.sites : row.between, sitesEven ? row.between : row.sites, n);
+    }
+}
+
+}  // namespace
+
+void WindowSums<uint8_t>::Create(int width, int height) {
+    width_ = width;
+    height_ = height;
+    first_.Create(kRing, width / 2);
+    second_.Create(kRing, width / 2);
+    zero_.Create(1, width / 2);
+    column_.Create(3, width / 2);
+}
+
+void WindowSums<uint8_t>::Start(int q, int, bool bothParities) {
+    q_ = q;
+    bothParities_ = bothParities;
+    next_ = 0;
+    std::fill(firstRows_, firstRows_ + kRing, zero_[0]);
+    std::fill(secondRows_, secondRows_ + kRing, zero_[0]);
+}
+
+void WindowSums<uint8_t>::Push(bool zero, const float*, const float*) {
+    const int slot = next_++ % kRing;
+    firstRows_[slot] = zero ? zero_[0] : first_[slot];
+    secondRows_[slot] = zero ? zero_[0] : second_[slot];
+}
+
+void WindowSums<uint8_t>::Rows(int r, const int* h, int, Sum* const* a, Sum* const* b, ScaleRow<Sum>*) {
+    const int p = (r + q_) & 1;
+    const int n = RoundUpToLanes(width_ / 2);
+    const auto box = BoxRowsOf(h[0], h[1], bothParities_);
+    Gradient* const column[] = {column_[0], column_[1], column_[2]};
+    const Gradient* rows[2 * kMaxRadius + 1] = {};
+    const auto collect = [&](const Gradient* const* ring) {
+        for (int d = -h[1]; d <= h[1]; ++d) {
+            rows[kCentre + d] = ring[(r + d) % kRing];
+        }
+        return rows;
+    };
+    box(collect(firstRows_), p, column, n, a[0], a[1]);
+    box(collect(secondRows_), p, column, n, b[0], b[1]);
+}
+
+WindowSums<uint8_t>::Sum WindowSums<uint8_t>::Total(const Gradient* const* rows, int r, int c, int h) const {
+    const int bottom = std::min(r + h, height_ - 1);
+    const int right = std::min(c + h, width_ - 1);
+    int sum = 0;
+    for (int y = r - h; y <= bottom; ++y) {
+        const Gradient* row = rows[y % kRing];
+        // Sites of this row within [c - h, right].
+        const int p = (y + q_) & 1;
+        for (int k = (c - h - p + 1) >> 1; k <= (right - p) >> 1; ++k) {
+            sum += row[k];
+        }
+    }
+    return static_cast<Sum>(sum);
+}
+
+void WindowSums<uint8_t>::Site(int r, int c, int h, Sum* a, Sum* b) const {
+    *a = Total(firstRows_, r, c, h);
+    *b = Total(secondRows_, r, c, h);
+}
+
+void WindowSums<uint16_t>::Integral::Create(int width, int frameHeight) {
+    height = frameHeight;
+    even.Create(kRing, width / 2 + 1);
+    odd.Create(kRing, width / 2 + 1);
+}
+
+void WindowSums<uint16_t>::Integral::Start(int reach) {
+    // Row 0 is zero. The first element of every even row stays so.
+    slot = 0;
+    slots = 2 * reach + 2;
+    evenRows[0] = even[0];
+    oddRows[0] = odd[0];
+}
+
+void WindowSums<uint16_t>::Integral::Repeat(int y) {
+    evenRows[(y + 1) % kRing] = evenRows[y % kRing];
+    oddRows[(y + 1) % kRing] = oddRows[y % kRing];
+}
+
+void WindowSums<uint16_t>::Integral::Next(int y, float** nextEven, float** nextOdd) {
+    // Slot 0 keeps the zeros of row 0.
+    slot = slot % slots + 1;
+    evenRows[(y + 1) % kRing] = *nextEven = even[slot];
+    oddRows[(y + 1) % kRing] = *nextOdd = odd[slot];
+}
+
+float WindowSums<uint16_t>::Integral::Window(int top, int bottom, int left, int right) const {
+    return ((At(bottom, right) - At(bottom, left)) - At(top, right)) + At(top, left);
+}
+
+WindowRow WindowSums<uint16_t>::Integral::Row(int r, int h, int p) const {
+    // Columns c - h and c + h + 1 of the sites c = 2 * k + p have opposite parities.
+    const float* const* rightRows = ((p + h) & 1) == 0 ? oddRows : evenRows;
+    const float* const* leftRows = ((p + h) & 1) == 0 ? evenRows : oddRows;
+    const int right = (p + h + 1) >> 1;
+    const int left = (p - h) >> 1;
+    const int top = (r - h) % kRing;
+    const int bottom = std::min(r + h + 1, height) % kRing;
+    return {rightRows[bottom] + right, leftRows[bottom] + left, rightRows[top] + right, leftRows[top] + left};
+}
+
+void WindowSums<uint16_t>::Create(int width, int height) {
+    width_ = width;
+    height_ = height;
+    first_.Create(width, height);
+    second_.Create(width, height);
+    gradients_.Create(2, width / 2);
+}
+
+void WindowSums<uint16_t>::Start(int q, int reach, bool) {
+    q_ = q;
+    next_ = 0;
+    first_.Start(reach);
+    second_.Start(reach);
+}
+
+void WindowSums<uint16_t>::Push(bool zero, const float* leakAtSites, const float* leakBetween) {
+    const int y = next_++;
+    const int n = width_ / 2;
+    const bool sitesEven = ((y + q_) & 1) == 0;
+    Integral* const images[] = {&first_, &second_};
+    IntegralRow rows[] = {{zero ? nullptr : gradients_[0], nullptr, nullptr, nullptr, nullptr, nullptr},
+                          {zero ? leakAtSites : gradients_[1], leakBetween, nullptr, nullptr, nullptr, nullptr}};
+    for (int i = 0; i < 2; ++i) {
+        rows[i].aboveEven = images[i]->evenRows[y % kRing];
+        rows[i].aboveOdd = images[i]->oddRows[y % kRing];
+        if (rows[i].sites == nullptr) {
+            images[i]->Repeat(y);
+        } else {
+            images[i]->Next(y, &rows[i].nextEven, &rows[i].nextOdd);
+        }
+    }
+    if (rows[1].sites == nullptr) {
+        return;
+    }
+    constexpr float kExact = 16777216.0F;  // 2^24, up to which single precision holds every integer
+    float totals[2];
+    (sitesEven ? IntegralRowsOf<true> : IntegralRowsOf<false>)(rows, n, totals);
+    for (int i = 0; i < 2; ++i) {
+        if (!(totals[i] < kExact)) {
+            IntegralRowInOrder(rows[i], sitesEven, n);
+        }
+    }
+}
+
+void WindowSums<uint16_t>::Rows(int r, const int* h, int scales, Sum* const*, Sum* const*, ScaleRow<Sum>* rows) const {
+    const int p = (r + q_) & 1;
+    for (int scale = 0; scale < scales; ++scale) {
+        rows[scale].a = first_.Row(r, h[scale], p);
+        rows[scale].b = second_.Row(r, h[scale], p);
+    }
+}
+
+void WindowSums<uint16_t>::Site(int r, int c, int h, Sum* a, Sum* b) const {
+    const int bottom = std::min(r + h + 1, height_);
+    const int right = std::min(c + h + 1, width_);
+    *a = first_.Window(r - h, bottom, c - h, right);
+    *b = second_.Window(r - h, bottom, c - h, right);
+}
+
+}  // namespace orv

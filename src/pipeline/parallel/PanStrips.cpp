@@ -1,0 +1,287 @@
+#include "pipeline/parallel/PanStrips.h"
+
+#include <algorithm>
+
+#include "pipeline/Arithmetic.h"
+#include "pipeline/PanBlend.h"
+
+namespace orv {
+
+namespace {
+
+// `row` of 2n samples to its even and odd columns.
+ORV_ALWAYS_INLINE void SplitRowBody(const int16_t* row, int n, int16_t* even, int16_t* odd) {
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        even[x] = row[2 * x];
+        odd[x] = row[2 * x + 1];
+    }
+}
+ORV_ROW_FUNCTION(SplitRow, (const int16_t* row, int n, int16_t* even, int16_t* odd), (row, n, even, odd))
+
+// The same through tables of 12-bit samples, the colour sites by two that alternate.
+void SplitBalancedRow(const int16_t* row, int n, int panColumn, const int16_t* panTable, const int16_t* const* tables,
+                      int16_t* pan, int16_t* color) {
+    const int16_t* first = tables[0];
+    const int16_t* second = tables[1];
+    for (int x = 0; x < n; x += 2) {
+        const int16_t* site = row + 2 * x;
+        pan[x] = panTable[site[panColumn]];
+        pan[x + 1] = panTable[site[2 + panColumn]];
+        color[x] = first[site[1 - panColumn]];
+        color[x + 1] = second[site[3 - panColumn]];
+    }
+}
+
+// Whole predictions, blended in single precision. Sums wrap.
+struct Blending {
+    static ORV_ALWAYS_INLINE int16_t Own(int16_t sample) { return sample; }
+    static ORV_ALWAYS_INLINE int16_t Predict(int16_t a, int16_t b) {
+        return static_cast<int16_t>((a & b) + ((a ^ b) >> 1));
+    }
+    static ORV_ALWAYS_INLINE int16_t Blend(int16_t predA, int16_t predB, int16_t a, int16_t b) {
+        const auto weighted = static_cast<int32_t>(static_cast<uint32_t>(predA * b) + static_cast<uint32_t>(predB * a));
+        return static_cast<int16_t>(
+            TruncateClamped(static_cast<float>(weighted) / static_cast<float>(a + b), 0.0F, 4095.0F));
+    }
+};
+
+constexpr int kChunk = 256;  // cells that a row function takes through its local lines at a time
+
+// The samples of one row of cells.
+struct CellRow {
+    const int16_t* a;
+    const int16_t* b;
+    const int16_t* panEven;  // estimates at the colour sites
+    const int16_t* panOdd;
+    const int16_t* colorEven;
+    const int16_t* colorOdd;
+};
+
+// Places in the gamma table: of the four pan values of the cells, row by row, and of the means of colour and pan.
+// Side by side, so that one register finds them all.
+struct Places {
+    int16_t pan[4][kChunk];
+    int16_t colorMean[kChunk], panMean[kChunk];
+};
+
+// Measured samples are taken into the table whatever they are; n at most kChunk.
+ORV_ALWAYS_INLINE void PlaceRowBody(const CellRow& cells, int n, Places* places) {
+    const CellRow in = cells;
+    Places& out = *places;
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        out.pan[0][x] = static_cast<int16_t>(Clamp(in.a[x], 0, 4095));
+        out.pan[1][x] = in.panEven[x];
+        out.pan[2][x] = in.panOdd[x];
+        out.pan[3][x] = static_cast<int16_t>(Clamp(in.b[x], 0, 4095));
+        out.colorMean[x] = static_cast<int16_t>(Clamp((in.colorEven[x] + in.colorOdd[x] + 1) / 2, 0, 4095));
+        out.panMean[x] = static_cast<int16_t>((in.panEven[x] + in.panOdd[x] + 1) / 2);
+    }
+}
+ORV_ROW_FUNCTION(PlaceRow, (const CellRow& cells, int n, Places* places), (cells, n, places))
+
+// Results of one row of cells; the two rows of `full` are null where none is wanted.
+struct LowRow {
+    int16_t* panSum;
+    int16_t* colorDiff;
+    int16_t* fullEven;
+    int16_t* fullOdd;
+};
+
+void MakeLowRow(CellRow cells, const int16_t* gamma, int n, LowRow out) {
+    Places places;
+    for (int start = 0; start < n; start += kChunk) {
+        const int count = std::min(kChunk, n - start);
+        const CellRow in = {cells.a + start,      cells.b + start,         cells.panEven + start,
+                            cells.panOdd + start, cells.colorEven + start, cells.colorOdd + start};
+        PlaceRow(in, count, &places);
+        int16_t* sum = out.panSum + start;
+        int16_t* diff = out.colorDiff + start;
+        if (out.fullEven == nullptr) {
+            for (int x = 0; x < count; ++x) {
+                sum[x] = static_cast<int16_t>(gamma[places.pan[0][x]] + gamma[places.pan[1][x]] +
+                                              gamma[places.pan[2][x]] + gamma[places.pan[3][x]]);
+                diff[x] = static_cast<int16_t>(gamma[places.colorMean[x]] - gamma[places.panMean[x]]);
+            }
+            continue;
+        }
+        int16_t* even = out.fullEven + 2 * start;
+        int16_t* odd = out.fullOdd + 2 * start;
+        for (int x = 0; x < count; ++x) {
+            const int16_t codes[4] = {gamma[places.pan[0][x]], gamma[places.pan[1][x]], gamma[places.pan[2][x]],
+                                      gamma[places.pan[3][x]]};
+            even[2 * x] = codes[0];
+            even[2 * x + 1] = codes[1];
+            odd[2 * x] = codes[2];
+            odd[2 * x + 1] = codes[3];
+            sum[x] = static_cast<int16_t>(codes[0] + codes[1] + codes[2] + codes[3]);
+            diff[x] = static_cast<int16_t>(gamma[places.colorMean[x]] - gamma[places.panMean[x]]);
+        }
+    }
+}
+
+// Lines of one strip, rows of cells.
+struct PanLines {
+    Lines<int16_t> samplesA, samplesB, colorEven, colorOdd;  // balanced
+    Lines<int16_t> cleanA, cleanB;                           // without impulses
+    Lines<int16_t> diff;                                     // before its impulse filter
+    int16_t *panEven, *panOdd;                               // estimates of one row
+    int16_t* spare;                                          // a result that is not wanted
+
+    // Returns the bytes.
+    size_t Cut(void* memory, int n) {
+        LineCutter cutter(memory);
+        for (Lines<int16_t>* ring : {&samplesA, &samplesB, &colorEven, &colorOdd, &cleanA, &cleanB}) {
+            *ring = cutter.Ring<int16_t>(4, n);
+        }
+        diff = cutter.Ring<int16_t>(8, n);
+        panEven = cutter.Line<int16_t>(n);
+        panOdd = cutter.Line<int16_t>(n);
+        spare = cutter.Line<int16_t>(n);
+        return cutter.Bytes();
+    }
+};
+
+class PanStrip {
+public:
+    PanStrip(const PanFrame& frame, void* scratch)
+        : frame_(frame),
+          settings_(*frame.settings),
+          n_(frame.W / 2),
+          rows_(frame.H / 2),
+          plain_(settings_.frontEnd.IsPlain()) {
+        lines_.Cut(scratch, n_);
+        measuredA_ = settings_.impulse ? lines_.cleanA : lines_.samplesA;
+        measuredB_ = settings_.impulse ? lines_.cleanB : lines_.samplesB;
+    }
+
+    // Rows of cells [i0, i1).
+    void Run(int i0, int i1) {
+        // Each stage runs behind the one whose rows it reads.
+        const int diffHalo = settings_.impulse ? 2 : 0;
+        const int blendHalo = diffHalo + 1;
+        const int sampleHalo = blendHalo + (settings_.impulse ? 1 : 0);
+        const auto within = [this, i0, i1](int i, int halo) {
+            return i >= std::max(0, i0 - halo) && i < std::min(rows_, i1 + halo);
+        };
+        for (int t = i0 - sampleHalo; t < i1 + 4; ++t) {
+            if (within(t, sampleHalo)) {
+                Balance(t);
+            }
+            if (settings_.impulse && within(t - 1, blendHalo)) {
+                Clip(t - 1);
+            }
+            if (within(t - 2, diffHalo)) {
+                InterpolatePan(t - 2);
+                GenerateLow(t - 2, within(t - 2, 0));
+            }
+            if (settings_.impulse && within(t - 4, 0)) {
+                ClipDiff(t - 4);
+            }
+        }
+    }
+
+private:
+    bool Rim(int i) const { return i == 0 || i == rows_ - 1; }
+    const int16_t* Mosaic(int y) const { return frame_.mosaic + static_cast<ptrdiff_t>(y) * frame_.W; }
+
+    void Balance(int i) const {
+        // The colours of the cells, by column.
+        const Site first = (i & 1) == 0 ? kBlueSite : kGreenSite;
+        const Site second = (i & 1) == 0 ? kGreenSite : kRedSite;
+        int16_t* a = lines_.samplesA[i];
+        int16_t* b = lines_.samplesB[i];
+        int16_t* even = lines_.colorEven[i];
+        int16_t* odd = lines_.colorOdd[i];
+        if (!plain_ && frame_.narrow) {
+            const int16_t* const tables[2] = {settings_.balanced[first], settings_.balanced[second]};
+            const int16_t* panTable = settings_.balanced[kPanSite];
+            SplitBalancedRow(Mosaic(2 * i), n_, 0, panTable, tables, a, even);
+            SplitBalancedRow(Mosaic(2 * i + 1), n_, 1, panTable, tables, b, odd);
+            return;
+        }
+        SplitRow(Mosaic(2 * i), n_, a, even);
+        SplitRow(Mosaic(2 * i + 1), n_, odd, b);
+        if (!plain_) {
+            const double* factor = settings_.frontEnd.factor;
+            for (int16_t* pan : {a, b}) {
+                BalanceRow(settings_.frontEnd, factor[kPanSite], factor[kPanSite], pan, n_, pan);
+            }
+            for (int16_t* color : {even, odd}) {
+                BalanceRow(settings_.frontEnd, factor[first], factor[second], color, n_, color);
+            }
+        }
+    }
+
+    void Clip(int i) const {
+        ClipPlaneRow(lines_.samplesA, i, lines_.cleanA[i]);
+        ClipPlaneRow(lines_.samplesB, i, lines_.cleanB[i]);
+    }
+    void ClipPlaneRow(const Lines<int16_t>& samples, int i, int16_t* clean) const {
+        std::copy(samples[i], samples[i] + n_, clean);
+        if (!Rim(i)) {
+            ClipRow<int16_t>(samples[i - 1], samples[i - 1], samples[i], samples[i + 1], samples[i + 1], 1, n_, clean);
+        }
+    }
+
+    void InterpolatePan(int i) const {
+        const int16_t* a = measuredA_[i];
+        const int16_t* b = measuredB_[i];
+        if (Rim(i)) {
+            BlendRimRow<Blending>(a, b, n_, lines_.panEven);
+            BlendRimRow<Blending>(a, b, n_, lines_.panOdd);
+            return;
+        }
+        const Rows3 A = {measuredA_[i - 1], a, measuredA_[i + 1]};
+        const Rows3 B = {measuredB_[i - 1], b, measuredB_[i + 1]};
+        BlendEvenRow<Blending>(A, B, n_, lines_.panEven);
+        BlendOddRow<Blending>(A, B, n_, lines_.panOdd);
+        for (const int end : {0, n_ - 1}) {
+            lines_.panEven[end] = lines_.panOdd[end] = BlendRim<Blending>(a[end], b[end]);
+        }
+    }
+
+    // `own`: the row is one of the strip, not of its halo.
+    void GenerateLow(int i, bool own) const {
+        const CellRow cells = {measuredA_[i], measuredB_[i],       lines_.panEven,
+                               lines_.panOdd, lines_.colorEven[i], lines_.colorOdd[i]};
+        LowRow out = {};
+        out.colorDiff = settings_.impulse ? lines_.diff[i] : frame_.colorDiff[i];
+        out.panSum = own ? frame_.panSum[i] : lines_.spare;
+        if (own && settings_.sharpen) {
+            out.fullEven = frame_.fullPan[2 * i];
+            out.fullOdd = frame_.fullPan[2 * i + 1];
+        }
+        MakeLowRow(cells, settings_.gamma, n_, out);
+    }
+
+    // Two rows and columns away the mosaic of differences has the same colour, but the vertical pair is that of the
+    // rows beside.
+    void ClipDiff(int i) const {
+        const Lines<int16_t>& diff = lines_.diff;
+        int16_t* clean = frame_.colorDiff[i];
+        std::copy(diff[i], diff[i] + n_, clean);
+        if (i >= 2 && i < rows_ - 2) {
+            ClipRow<int16_t>(diff[i - 2], diff[i - 1], diff[i], diff[i + 1], diff[i + 2], 2, n_, clean);
+        }
+    }
+
+    const PanFrame& frame_;
+    const KodakLikeSettings& settings_;
+    int n_;     // cells per row
+    int rows_;  // rows of cells
+    bool plain_;
+    PanLines lines_;
+    Lines<int16_t> measuredA_, measuredB_;  // the pan samples that count
+};
+
+}  // namespace
+
+size_t PanStripScratchBytes(int W) { return PanLines().Cut(nullptr, W / 2); }
+
+void MakePanStrip(const PanFrame& frame, int y0, int y1, void* scratch) {
+    PanStrip(frame, scratch).Run(y0 / 2, y1 / 2);
+}
+
+}  // namespace orv

@@ -1,0 +1,125 @@
+// Half-size planes back to full size.
+#include "pipeline/reference/Filters.h"
+#include "rows/Simd.h"
+
+using orv::AppendLog;
+using orv::Elements;
+using orv::RowsThenColumns;
+
+const int32_t grbgCFA[2][2] = {{1, 0}, {2, 1}};
+const int32_t bggrCFA[2][2] = {{2, 1}, {1, 0}};
+const int32_t rggbCFA[2][2] = {{0, 1}, {1, 2}};
+const int32_t gbrgCFA[2][2] = {{1, 2}, {0, 1}};
+
+namespace {
+
+ORV_ALWAYS_INLINE void DoubleRowBody(const int* low, int n, int* out) {
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        out[2 * x] = low[x];
+        out[2 * x + 1] = low[x];
+    }
+}
+ORV_ROW_FUNCTION(DoubleRow, (const int* low, int n, int* out), (low, n, out))
+
+// Truncating toward zero.
+template <int Divisor>
+ORV_ALWAYS_INLINE void DivideRowBody(int* row, int n) {
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        row[x] /= Divisor;
+    }
+}
+ORV_ROW_TEMPLATE((int Divisor), (Divisor), DivideRow, (int* row, int n), (row, n))
+
+// Each sample of `low`, divided, to its block of 2 by 2 of `full`, and that plane smoothed: linear interpolation.
+template <int Divisor>
+int Expand(int* low, int qw, int qh, const float* kernel, int* full, LogText_t* log) {
+    const int w = 2 * qw, h = 2 * qh;
+    if (!RowsThenColumns::Fits(w, h, log)) {
+        return -1;
+    }
+    RowsThenColumns smoothing(full, w, h, kernel, 3);
+    for (int i = 0; i < qh; ++i) {
+        int* row = low + Elements(qw, i);
+        int* out = full + Elements(w, 2 * i);
+        if (Divisor != 1) {
+            DivideRow<Divisor>(row, qw);
+        }
+        DoubleRow(row, qw, out);
+        DoubleRow(row, qw, out + w);
+        smoothing.Push(2 * i);
+        smoothing.Push(2 * i + 1);
+    }
+    return 0;
+}
+
+// The samples of one row under the masks of their columns' parities.
+ORV_ALWAYS_INLINE void KeepColumnsBody(const int* row, int even, int odd, int n, int* out) {
+#pragma omp simd
+    for (int x = 0; x < n; ++x) {
+        out[x] = row[x] & ((x & 1) == 0 ? even : odd);
+    }
+}
+ORV_ROW_FUNCTION(KeepColumns, (const int* row, int even, int odd, int n, int* out), (row, even, odd, n, out))
+
+// The samples of one colour alone, zero between, summed over their surroundings.
+int GatherColor(const int* mosaic, int qw, int qh, const int32_t (&table)[2][2], int color, const float* kernel,
+                int* low, LogText_t* log) {
+    if (!RowsThenColumns::Fits(qw, qh, log)) {
+        return -1;
+    }
+    RowsThenColumns sums(low, qw, qh, kernel, 3);
+    for (int i = 0; i < qh; ++i) {
+        const ptrdiff_t at = Elements(qw, i);
+        const auto mask = [&](int column) { return table[i & 1][column] == color ? -1 : 0; };
+        KeepColumns(mosaic + at, mask(0), mask(1), qw, low + at);
+        sums.Push(i);
+    }
+    return 0;
+}
+
+}  // namespace
+
+int Alg_LowPanUpSample(int* lowPan, int qw, int qh, int* panUp, LogText_t* log) {
+    const float kernel[3] = {0.25F, 0.5F, 0.25F};
+    return Expand<1>(lowPan, qw, qh, kernel, panUp, log);
+}
+
+int Alg_LowColorDiffUpSample(int* lowColorDiff, int qw, int qh, int cfaPattern, int* planeR, int* planeG, int* planeB,
+                             LogText_t* log) {
+    using Table = const int32_t(&)[2][2];
+    if (cfaPattern < 0 || cfaPattern > 3) {
+        AppendLog(log, "CFA pattern error.\n");
+        return -1;
+    }
+    Table table = cfaPattern == 0 ? grbgCFA : cfaPattern == 1 ? bggrCFA : cfaPattern == 2 ? rggbCFA : gbrgCFA;
+    for (const auto& row : table) {
+        for (const int32_t color : row) {
+            if (color < 0 || color > 2) {
+                AppendLog(log, "CFA color error.\n");
+                return -1;
+            }
+        }
+    }
+    const ptrdiff_t Q = Elements(qw, qh);
+    int* const lowR = reinterpret_cast<int*>(g_dynamicBuffer1);
+    int* const lowG = lowR + Q;
+    int* const lowB = lowG + Q;
+    // A missing sample counts as zero. Divided by the density of their samples, twice as high in green, the sums become
+    // means inside the plane.
+    float kernel[3] = {1.0F, 2.0F, 1.0F};
+    if (GatherColor(lowColorDiff, qw, qh, table, 0, kernel, lowR, log) != 0 ||
+        GatherColor(lowColorDiff, qw, qh, table, 2, kernel, lowB, log) != 0 ||
+        GatherColor(lowColorDiff, qw, qh, table, 1, kernel, lowG, log) != 0) {
+        return -1;
+    }
+    for (float& tap : kernel) {
+        tap *= 0.25F;
+    }
+    if (Expand<4>(lowR, qw, qh, kernel, planeR, log) != 0 || Expand<8>(lowG, qw, qh, kernel, planeG, log) != 0 ||
+        Expand<4>(lowB, qw, qh, kernel, planeB, log) != 0) {
+        return -1;
+    }
+    return 0;
+}

@@ -1,0 +1,66 @@
+#include "rows/Bands.h"
+
+#include <omp.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <numeric>
+
+namespace orv {
+
+namespace {
+std::atomic<int> g_bandRows{0};
+std::atomic<int> g_bandOrder{0};
+
+int RoundUp4(int rows) { return (rows + 3) & ~3; }
+}  // namespace
+
+int BandRows(int rows, int threads) {
+    const int fixed = g_bandRows.load(std::memory_order_relaxed);
+    if (fixed > 0) {
+        return fixed;
+    }
+    if (threads <= 1) {
+        return RoundUp4(rows);  // nothing to share, no halo to make twice
+    }
+    // A few bands per thread even out an uneven machine; bands below 32 rows cost more in halo than they gain.
+    return std::max(32, RoundUp4(rows / (4 * threads)));
+}
+
+void SetBandRows(int rows) { g_bandRows.store(RoundUp4(std::max(0, rows)), std::memory_order_relaxed); }
+
+int BandAt(int place, int bands) {
+    const int order = g_bandOrder.load(std::memory_order_relaxed);
+    if (order == 0) {
+        return place;
+    }
+    // Steps of a number coprime to `bands`, from anywhere, meet each band once.
+    int step = order % bands + 1;
+    while (std::gcd(step, bands) != 1) {
+        ++step;
+    }
+    return static_cast<int>((static_cast<int64_t>(place) * step + order) % bands);
+}
+
+void SetBandOrder(int order) { g_bandOrder.store(std::max(0, order), std::memory_order_relaxed); }
+
+int TeamSize(int bands) { return std::max(1, std::min(omp_get_max_threads(), bands)); }
+
+int MaxWorkers(int rows, int threads) {
+    return std::max(1, std::min(threads > 0 ? threads : omp_get_max_threads(), (rows + 3) / 4));
+}
+
+void SetThreads(int threads) { omp_set_num_threads(threads); }
+
+ThreadsScope::ThreadsScope(int threads) : saved_(omp_get_max_threads()) {
+    if (threads > 0) {
+        omp_set_num_threads(threads);
+    }
+}
+
+ThreadsScope::~ThreadsScope() { omp_set_num_threads(saved_); }
+
+int WorkerIndex() { return omp_get_thread_num(); }
+
+}  // namespace orv

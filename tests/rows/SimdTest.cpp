@@ -1,0 +1,125 @@
+#include "rows/Simd.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "support/Noise.h"
+
+namespace {
+
+using orv::SimdLevel;
+
+ORV_ALWAYS_INLINE void FmaFloatsBody(const float* a, const float* b, const float* c, int n, float* out) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        out[i] = orv::Fma(a[i], b[i], c[i]);
+    }
+}
+ORV_ROW_FUNCTION(FmaFloats, (const float* a, const float* b, const float* c, int n, float* out), (a, b, c, n, out))
+
+ORV_ALWAYS_INLINE void ProductPlusBody(const float* a, const float* b, const float* c, int n, float* out) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        out[i] = a[i] * b[i] + c[i];
+    }
+}
+ORV_ROW_FUNCTION(ProductPlus, (const float* a, const float* b, const float* c, int n, float* out), (a, b, c, n, out))
+
+template <class Float>
+ORV_ALWAYS_INLINE void TruncateBody(const Float* in, int n, int32_t* out) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        out[i] = orv::TruncateToInt32(in[i]);
+    }
+}
+ORV_ROW_TEMPLATE_WIDE((class Float), (Float), Truncate, (const Float* in, int n, int32_t* out), (in, n, out))
+
+ORV_ALWAYS_INLINE void TruncateBoundedBody(const double* in, int n, int32_t* out) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+        out[i] = orv::TruncateClamped(in[i], 0.0, 4095.0);
+    }
+}
+ORV_ROW_FUNCTION(TruncateBounded, (const double* in, int n, int32_t* out), (in, n, out))
+
+class EveryLevel : public testing::TestWithParam<SimdLevel> {
+protected:
+    void SetUp() override {
+        if (GetParam() > orv::BestSimdLevel()) {
+            GTEST_SKIP() << "not on this processor";
+        }
+        orv::SetSimdLevel(GetParam());
+        ASSERT_EQ(GetParam(), orv::SimdLevelInForce());
+    }
+    void TearDown() override { orv::SetSimdLevel(orv::BestSimdLevel()); }
+};
+
+// Rounded once: two roundings, or double precision narrowed, give the next float above.
+TEST_P(EveryLevel, FmaRoundsOnceAndSumsOfProductsTwice) {
+    constexpr int n = 19;
+    const std::vector<float> a(n, 0x1.000002p-12F), b(n, 0x1.fffffcp-13F), c(n, 0x1.000002p0F);
+    std::vector<float> out(n);
+    FmaFloats(a.data(), b.data(), c.data(), n, out.data());
+    EXPECT_EQ(std::vector<float>(n, 0x1.000002p0F), out);
+    ProductPlus(a.data(), b.data(), c.data(), n, out.data());
+    EXPECT_EQ(std::vector<float>(n, 0x1.000004p0F), out);
+}
+
+template <class Float>
+std::vector<Float> Edges() {
+    std::vector<Float> v = {0,
+                            Float(-0.0),
+                            Float(0.5),
+                            Float(-0.999),
+                            Float(4094.999),
+                            Float(4095),
+                            Float(4096),
+                            Float(1e30),
+                            Float(-1e30),
+                            Float(2147483520),
+                            Float(2147483648.0),
+                            Float(-2147483648.0),
+                            Float(-2147483904.0),
+                            std::numeric_limits<Float>::infinity(),
+                            -std::numeric_limits<Float>::infinity(),
+                            std::numeric_limits<Float>::quiet_NaN(),
+                            -std::numeric_limits<Float>::quiet_NaN(),
+                            std::numeric_limits<Float>::denorm_min()};
+    orvtest::Noise noise(3);
+    for (int i = 0; i < 200; ++i) {
+        v.push_back(static_cast<Float>(noise.Next()) / static_cast<Float>(1 << noise.Below(30)) - Float(1000));
+    }
+    return v;
+}
+
+template <class Float>
+void ExpectTruncation() {
+    const std::vector<Float> in = Edges<Float>();
+    std::vector<int32_t> out(in.size());
+    Truncate<Float>(in.data(), static_cast<int>(in.size()), out.data());
+    for (size_t i = 0; i < in.size(); ++i) {
+        const double x = in[i];
+        const double bound = std::fmin(std::fmax(x, -2147483648.0), 2147483647.0);
+        EXPECT_EQ(std::isnan(x) ? 0 : static_cast<int32_t>(std::trunc(bound)), out[i]) << x;
+    }
+}
+TEST_P(EveryLevel, TruncationSaturates) {
+    ExpectTruncation<float>();
+    ExpectTruncation<double>();
+}
+
+TEST_P(EveryLevel, BoundedTruncationIsTruncationThenClamp) {
+    const std::vector<double> in = Edges<double>();
+    std::vector<int32_t> out(in.size());
+    TruncateBounded(in.data(), static_cast<int>(in.size()), out.data());
+    for (size_t i = 0; i < in.size(); ++i) {
+        EXPECT_EQ(orv::Clamp(orv::TruncateToInt32(in[i]), 0, 4095), out[i]) << in[i];
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Simd, EveryLevel, testing::Values(SimdLevel::Baseline, SimdLevel::Avx2, SimdLevel::Avx512));
+
+}  // namespace
