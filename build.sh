@@ -21,9 +21,24 @@ need() {
     done
     [ ${#missing[@]} -eq 0 ] && return
     local sudo=()
-    [ "$(id -u)" -eq 0 ] || sudo=(sudo)
-    "${sudo[@]}" apt-get update -qq
-    "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
+    if [ "$(id -u)" -ne 0 ]; then
+        if ! command -v sudo >/dev/null; then
+            echo "Packages are missing. As root: apt-get install --no-install-recommends ${missing[*]}" >&2
+            exit 1
+        fi
+        sudo=(sudo)
+    fi
+    echo "${sudo[*]} apt-get install -y --no-install-recommends ${missing[*]}"
+    logged apt "${sudo[@]}" apt-get update
+    logged apt "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y --no-install-recommends "${missing[@]}"
+}
+
+# logged NAME COMMAND...: its output goes to build/NAME.log, which is shown if it fails.
+logged() {
+    local log=build/$1.log
+    mkdir -p build
+    "${@:2}" >"$log" 2>&1 || { cat "$log" >&2; exit 1; }
 }
 
 library="g++ cmake ninja-build libopencv-core-dev libopencv-imgproc-dev"
@@ -32,7 +47,8 @@ tests="libgtest-dev libbenchmark-dev pkg-config binutils"
 
 build() { # build PRESET
     local preset=$1
-    cmake --preset "$preset" >"/tmp/orv-configure-$preset.log" 2>&1 || { cat "/tmp/orv-configure-$preset.log"; exit 1; }
+    logged "configure-$preset" cmake --preset "$preset"
+    sed -n 's/^-- Not built/Not built/p' "build/configure-$preset.log"
     cmake --build --preset "$preset" -j "$jobs"
 }
 
