@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <numeric>
 
+#include "rows/Fork.h"
+
 namespace orv {
 
 namespace {
@@ -45,7 +47,7 @@ int BandAt(int place, int bands) {
 
 void SetBandOrder(int order) { g_bandOrder.store(std::max(0, order), std::memory_order_relaxed); }
 
-int TeamSize(int bands) { return std::max(1, std::min(omp_get_max_threads(), bands)); }
+int TeamSize(int bands) { return ForkedFromThreads() ? 1 : std::max(1, std::min(omp_get_max_threads(), bands)); }
 
 int MaxWorkers(int rows, int threads) {
     return std::max(1, std::min(threads > 0 ? threads : omp_get_max_threads(), (rows + 3) / 4));

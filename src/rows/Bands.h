@@ -18,7 +18,7 @@ void SetBandOrder(int order);
 // The band that is run in place `place` of `bands`.
 int BandAt(int place, int bands);
 
-// The team size of the next parallel region, no more than there are bands.
+// The team size of the next parallel region, no more than there are bands; 1 in a process forked from threads.
 int TeamSize(int bands);
 
 // Sets the team size of coming regions, above 0, and leaves it.

@@ -1,0 +1,87 @@
+// Conversions in forked processes. Each test is a process of its own under ctest, which starts without threads.
+#include <gtest/gtest.h>
+#include <omp.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <iterator>
+
+#include "OrvTrueSense.h"
+#include "support/Image.h"
+#include "support/Noise.h"
+
+namespace {
+
+using orvtest::Image;
+
+constexpr int kSide = 256;
+constexpr int kTeam = 3;
+
+// Results of every engine on teams of kTeam threads.
+std::vector<std::vector<uint8_t>> ConvertAll() {
+    Image source(OrvPixelTrueSense8, 8, kSide, kSide, kSide);
+    orvtest::Noise noise(5);
+    for (uint8_t& byte : source.bytes) {
+        byte = static_cast<uint8_t>(noise.Next());
+    }
+    std::vector<std::vector<uint8_t>> results;
+    for (int algorithm = 4; algorithm >= 0; --algorithm) {
+        OrvTrueSense* component = OrvTrueSense_CreateComponent();
+        OrvSetParam(*OrvTrueSense_GetComponent(component), "TrueSenseAlgType", algorithm);
+        OrvSetParam(*OrvTrueSense_GetComponent(component), "threads_num", kTeam);
+        Image result(OrvPixelRGB8, 8, kSide, kSide, 3 * kSide);
+        EXPECT_EQ(0U, OrvTrueSense_ConvertImage(component, &source.record, &result.record));
+        results.push_back(result.bytes);
+        OrvTrueSense_DeleteComponent(component);
+    }
+    return results;
+}
+
+int CountThreads() {
+    return static_cast<int>(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
+}
+
+// Runs `child`, true for success, in a forked process. A hang ends by the alarm.
+template <class Child>
+void ExpectInChild(const Child& child) {
+    const pid_t id = fork();
+    ASSERT_GE(id, 0);
+    if (id == 0) {
+        alarm(60);
+        _exit(child() ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(id, waitpid(id, &status, 0));
+    EXPECT_EQ(0, status);
+}
+
+TEST(Fork, ParentWithoutThreadsLeavesTeamsToItsChild) {
+    ASSERT_EQ(1, CountThreads());
+    ExpectInChild([] {
+        ConvertAll();
+        return CountThreads() == kTeam;
+    });
+}
+
+// Also in a child of the child, and the parent keeps its team.
+TEST(Fork, ChildConvertsAfterTeamsOfItsParent) {
+    const auto expected = ConvertAll();
+    const auto alone = [&] { return ConvertAll() == expected && CountThreads() == 1; };
+    ExpectInChild([&] {
+        ExpectInChild(alone);
+        return alone() && !testing::Test::HasFailure();
+    });
+    EXPECT_EQ(expected, ConvertAll());
+    EXPECT_EQ(kTeam, CountThreads());
+}
+
+TEST(Fork, ChildConvertsAfterOpenMpOfTheHost) {
+    int members = 0;
+#pragma omp parallel num_threads(kTeam) reduction(+ : members)
+    ++members;
+    ASSERT_EQ(kTeam, members);
+    ExpectInChild([] { return ConvertAll().size() == 5 && CountThreads() == 1; });
+}
+
+}  // namespace
