@@ -1,34 +1,61 @@
 #!/usr/bin/env bash
-# Measures anew and writes the tables of docs/performance.md: those between the lines <!-- NAME --> and <!-- end -->.
-# Takes a quarter of an hour; the machine should be idle.
+# Measures anew and writes the tables of docs/performance.md and README.md: those between the lines <!-- NAME --> and
+# <!-- end -->. Takes a quarter of an hour; the machine should be idle.
 #
-#     performance.sh BUILD [NAME...]   NAME: engines, sizes, overhead, stages
+#     performance.sh BUILD [NAME...]   NAME: engines, sizes
 set -euo pipefail
-build=$1
+table=$1/bench/orv_bench_table
 shift
-here=$(cd "$(dirname "$0")" && pwd)
-page=$here/../docs/performance.md
-table=$build/bench/orv_bench_table
+root=$(dirname "$0")/..
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
+# Rows of orv_bench_table on standard input, one row of the result per engine: first the columns of
+# 8 bits, then those above, each by thread count or frame size (field $1 of the input rows). Lines keep their order.
+pivot() {
+    awk -F' *\\| *' -v by="$1" '
+        $3 ~ /^[0-9]+$/ {
+            if (!($2 in seen)) { seen[$2] = 1; names[++rows] = $2 }
+            column = ($3 == 8 ? "8" : "12") SUBSEP $by
+            if (!($by in known)) { known[$by] = 1; keys[++columns] = $by }
+            r[$2, column] = sprintf($8 < 0.1 ? "%.3f" : $8 < 10 ? "%.2f" : "%.1f", $8)
+        }
+        END {
+            for (row = 1; row <= rows; ++row) {
+                line = "| " names[row]
+                for (bits = 8; bits <= 12; bits += 4) {
+                    for (column = 1; column <= columns; ++column) {
+                        line = line (by == 5 && column > 1 ? " / " : " | ") r[names[row], bits "", keys[column]]
+                    }
+                }
+                print line " |"
+            }
+        }'
+}
+
 measure() {
     case $1 in
-    engines) "$table" --sizes 5 --threads 1,2 --repetitions 60 | sed '/^$/,$d' ;;
-    sizes) "$table" --sizes 2,5,12,48 --threads 1 --repetitions 30 --seconds 3 | sed '/^$/,$d' ;;
-    overhead) "$table" --overhead --repetitions 60 | sed '/^$/d' ;;
-    stages) "$here/stages.sh" "$build" ;;
+    engines)
+        printf '| Engine | 8 bits, 1 / 2 threads | 12 bits, 1 / 2 threads |\n|---|---|---|\n'
+        "$table" --sizes 5 --threads 1,2 --repetitions 60 | pivot 5
+        ;;
+    sizes)
+        printf '| Engine | 8 bits: 0.3 | 2 | 5 | 12 | 48 | 12 bits: 0.3 | 2 | 5 | 12 | 48 |\n'
+        printf '|---|---|---|---|---|---|---|---|---|---|---|\n'
+        "$table" --sizes 640x480,2,5,12,48 --threads 1 --repetitions 30 --seconds 3 | pivot 4
+        ;;
     *) echo "performance.sh: no table '$1'" >&2; return 1 ;;
     esac
 }
 
-[ $# -gt 0 ] || set -- engines sizes overhead stages
+[ $# -gt 0 ] || set -- engines sizes
 for name in "$@"; do
     measure "$name" >"$work/table"
-    awk -v name="$name" -v table="$work/table" '
-        $0 == "<!-- " name " -->" { print; while ((getline line < table) > 0) { print line }; skipping = 1; found = 1; next }
-        $0 == "<!-- end -->" { skipping = 0 }
-        !skipping
-        END { exit !found }' "$page" >"$work/page" || { echo "performance.sh: no place for '$name' in $page" >&2; exit 1; }
-    cp "$work/page" "$page"
+    for page in "$root"/README.md "$root"/docs/performance.md; do
+        awk -v name="$name" -v table="$work/table" '
+            $0 == "<!-- " name " -->" { print; while ((getline line < table) > 0) { print line }; skipping = 1; next }
+            $0 == "<!-- end -->" { skipping = 0 }
+            !skipping' "$page" >"$work/page"
+        cp "$work/page" "$page"
+    done
 done
