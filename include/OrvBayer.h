@@ -1,6 +1,6 @@
 // Bayer frames to colour.
 //
-// Self-contained; usable from C++11 on.
+// Self-contained; usable from C99 and C++11 on.
 #ifndef ORV_BAYER_H
 #define ORV_BAYER_H
 
@@ -16,6 +16,7 @@
 // (a 10-bit frame gives 10-bit colour in 16-bit storage).
 //
 // One thread at a time per component.
+#if defined(__cplusplus)
 class OrvBayer {
 public:
     // The parameters. Owned by the component.
@@ -45,11 +46,16 @@ public:
     ORV_API static OrvBayer* CreateComponent();
     ORV_API static void DeleteComponent(OrvBayer* component);
 };
+#else
+typedef struct OrvBayer OrvBayer;
+#endif
 
+#if defined(__cplusplus)
 extern "C" {
+#endif
 
 // Builds a component; never null. Owned by the caller, ended by OrvBayer_DeleteComponent.
-ORV_API OrvBayer* OrvBayer_CreateComponent();
+ORV_API OrvBayer* OrvBayer_CreateComponent(void);
 // Ends a component; null is accepted.
 ORV_API void OrvBayer_DeleteComponent(OrvBayer* component);
 // The parameters of a component; null for null.
@@ -119,6 +125,8 @@ ORV_API uint32_t BayerToBGR_16u8u_C1C4R(unsigned short const* source, _OrvRect r
                                         int bitDepth, unsigned char* destination, int destinationStride,
                                         unsigned char pattern, int algorithm);
 
+#if defined(__cplusplus)
 }  // extern "C"
+#endif
 
 #endif

@@ -1,10 +1,14 @@
 // The component view: named parameters of a conversion component.
 //
-// Self-contained; usable from C++11 on.
+// Self-contained; usable from C++11 on. C knows the type by name only: OrvHelpers.h has its operations as functions.
 #ifndef ORV_COMPONENT_H
 #define ORV_COMPONENT_H
 
 #include "OrvImage.h"
+
+#if !defined(__cplusplus)
+typedef struct OrvComponent OrvComponent;
+#else
 
 // Parameters of one component, by name. Obtained from OrvBayer_GetComponent or OrvTrueSense_GetComponent;
 // the component owns it, and it ends with the component. One thread at a time, never during a conversion.
@@ -63,5 +67,7 @@ inline uint32_t OrvSetParam(OrvComponent& component, const char* name, int value
 inline uint32_t OrvSetParam(OrvComponent& component, const char* name, double value) {
     return component.SetParamFloat(const_cast<char*>(name), value);
 }
+
+#endif
 
 #endif

@@ -1,10 +1,10 @@
 // Image records, pixel type words and status words: the vocabulary of every call of the library.
 //
-// Self-contained; usable from C++11 on.
+// Self-contained; usable from C99 and C++11 on.
 #ifndef ORV_IMAGE_H
 #define ORV_IMAGE_H
 
-#include <cstdint>
+#include <stdint.h>
 
 #if defined(_WIN32)
 #error "libOrvDemosaicing supports 64-bit Linux only"
@@ -13,9 +13,20 @@
 // Marks what the shared library exports.
 #define ORV_API __attribute__((visibility("default")))
 
+// What C and C++ write differently.
+#if defined(__cplusplus)
+#define ORV_INLINE inline
+#define ORV_CONSTEXPR constexpr
+#define ORV_UINT32_ENUM : uint32_t
+#else
+#define ORV_INLINE static inline
+#define ORV_CONSTEXPR static inline
+#define ORV_UINT32_ENUM
+#endif
+
 // One frame. The caller owns the record and the pixel memory it points at; no call keeps a pointer to
 // either after it has returned. `size`, `version` and the reserved fields are not tested on input.
-struct _OrvImage {
+typedef struct _OrvImage {
     uint32_t size;       // size of this record in bytes, 96
     uint32_t version;    // record layout, 0x20000
     uint32_t pixelType;  // pixel type word, see OrvPixelType
@@ -34,30 +45,32 @@ struct _OrvImage {
     uint64_t reserved7;  // 0
     void* data;          // first pixel of the frame
     uint64_t reserved8;  // 0
-};
+} _OrvImage;
 
 // Rectangle in pixels.
-struct _OrvRect {
+typedef struct _OrvRect {
     int32_t x, y, width, height;
-};
+} _OrvRect;
 
 // Size in pixels.
-struct _OrvSize {
+typedef struct _OrvSize {
     int32_t width, height;
-};
+} _OrvSize;
 
+#if defined(__cplusplus)
 inline bool operator==(_OrvRect& a, _OrvRect& b) {
     return a.height == b.height && a.width == b.width && a.x == b.x && a.y == b.y;
 }
 inline bool operator!=(_OrvRect& a, _OrvRect& b) { return !(a == b); }
 inline bool operator==(_OrvSize& a, _OrvSize& b) { return a.width == b.width && a.height == b.height; }
 inline bool operator!=(_OrvSize& a, _OrvSize& b) { return !(a == b); }
+#endif
 
 // Pixel type words. From the top byte down: class (2 colour, 3 Bayer, 4 TrueSense), storage bits per
 // pixel of all channels, depth code (1 to 5 for 8, 10, 12, 14, 16 bits), serial number.
 //
 // Samples above 8 bits stand in 16-bit storage, low bits significant.
-enum OrvPixelType : uint32_t {
+typedef enum OrvPixelType ORV_UINT32_ENUM {
     // Bayer mosaics, named by the top-left 2 by 2 cell: GR is  G R / B G.
     OrvPixelBayerGR8 = 0x0308010Du,
     OrvPixelBayerRG8 = 0x0308010Eu,  // R G / G B
@@ -99,7 +112,7 @@ enum OrvPixelType : uint32_t {
     OrvPixelBGR14 = 0x0230047Au,
     OrvPixelRGB16 = 0x0230057Bu,
     OrvPixelBGR16 = 0x0230057Cu
-};
+} OrvPixelType;
 
 // The TrueSense word of one depth for a grid code, 0 to 15. `first` is OrvPixelTrueSense8, 10, 12 or 14.
 //
@@ -114,13 +127,13 @@ enum OrvPixelType : uint32_t {
 // So the top-left letters of a frame are: grid 0 P B / B P, 1 B P / P G, 2 P G / G P, 3 G P / P B,
 // 4 B P / P G, 5 P G / G P, 6 G P / P R, 7 P B / R P, 8 P G / G P, 9 G P / P R, 10 P R / R P, 11 R P / P G,
 // 12 G P / P B, 13 P R / B P, 14 R P / P G, 15 P G / G P.
-constexpr uint32_t OrvPixelTrueSense(OrvPixelType first, unsigned grid) {
-    return static_cast<uint32_t>(first) + ((grid & 9u) | ((grid & 2u) << 1) | ((grid & 4u) >> 1));
+ORV_CONSTEXPR uint32_t OrvPixelTrueSense(OrvPixelType first, unsigned grid) {
+    return first + ((grid & 9u) | ((grid & 2u) << 1) | ((grid & 4u) >> 1));
 }
 
 // Status word of every conversion and component call: 0 is success. A failure has the top bit set, the
-// family in bits 16 to 23 (1 parameters, 5 Bayer, 6 TrueSense) and one of these codes below.
-enum OrvStatusCode : uint32_t {
+// family in bits 16 to 23 (1 parameters, 5 Bayer, 6 TrueSense, 7 helpers) and one of these codes below.
+typedef enum OrvStatusCode ORV_UINT32_ENUM {
     OrvStatusOpenCv = 1,          // an exception of OpenCV was caught (Bayer), or the engine failed (TrueSense)
     OrvStatusBufferTooShort = 6,  // the needed length was returned through the length argument
     OrvStatusBadArgument = 7,     // null component or record, a word no table holds, a number out of range
@@ -129,10 +142,10 @@ enum OrvStatusCode : uint32_t {
     OrvStatusNotFound = 10,       // no parameter of that name
     OrvStatusWrongType = 11,      // the parameter has another type
     OrvStatusOutOfRange = 12      // the value is outside the parameter's range, or no number
-};
+} OrvStatusCode;
 
 // A short English text for a status word; never null, static storage.
-inline const char* OrvStatusText(uint32_t status) {
+ORV_INLINE const char* OrvStatusText(uint32_t status) {
     if (status == 0) {
         return "success";
     }

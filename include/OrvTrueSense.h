@@ -1,8 +1,10 @@
 // TrueSense frames to colour.
 //
-// Self-contained; usable from C++11 on.
+// Self-contained; usable from C99 and C++11 on.
 #ifndef ORV_TRUESENSE_H
 #define ORV_TRUESENSE_H
+
+#include <stdbool.h>
 
 #include "OrvComponent.h"
 
@@ -14,7 +16,7 @@
 //     1          redGain, greenGain, blueGain, panGain, impulseFilterEnable
 //     3          the rest, but ISOPan*: pan too is cleaned by the noise model of colour
 //     4          the rest, but impulseFilterEnable and sharpnessEnable: it always runs both filters
-struct tagTrueSenseParam {
+typedef struct tagTrueSenseParam {
     long threads_num;          // size of the OpenMP team of a conversion; 0: the process's default
     long normalizationEnable;  // 1: spread 16-bit results over the full 16 bits (off for 8-bit sources of components)
     long horMirrored;          // 1: the mosaic reaches the engine mirrored left to right
@@ -82,7 +84,7 @@ struct tagTrueSenseParam {
     const int16_t* toneTable;  // 4096 entries over the linear 12-bit value, or null for the engine's own: results of
                                // 0 to 4095, for algorithm 4 of 0 to 255. Not owned; must outlive the conversions
                                // that use it. No parameter reaches it.
-};
+} tagTrueSenseParam;
 
 // A TrueSense conversion component.
 //
@@ -102,6 +104,7 @@ struct tagTrueSenseParam {
 //
 // One thread at a time per component; a conversion opens OpenMP teams. From deeper sources to 8-bit words algorithm 0
 // leaves a `threads_num` above 0 behind as the calling thread's default team size; else that size is restored.
+#if defined(__cplusplus)
 class OrvTrueSense {
 public:
     // The parameters. Owned by the component.
@@ -130,11 +133,16 @@ public:
     ORV_API static OrvTrueSense* CreateComponent();
     ORV_API static void DeleteComponent(OrvTrueSense* component);
 };
+#else
+typedef struct OrvTrueSense OrvTrueSense;
+#endif
 
+#if defined(__cplusplus)
 extern "C" {
+#endif
 
 // Builds a component; never null. Owned by the caller, ended by OrvTrueSense_DeleteComponent.
-ORV_API OrvTrueSense* OrvTrueSense_CreateComponent();
+ORV_API OrvTrueSense* OrvTrueSense_CreateComponent(void);
 // Ends a component; null is accepted.
 ORV_API void OrvTrueSense_DeleteComponent(OrvTrueSense* component);
 // The parameters of a component; null for null.
@@ -215,6 +223,8 @@ ORV_API uint32_t TrueSenseToBGR_16u8u_C1C4R(unsigned short const* src, _OrvRect 
                                             int bits, unsigned char* dst, int dstStride, unsigned char grid,
                                             tagTrueSenseParam* param, int algorithm, bool oneShot);
 
+#if defined(__cplusplus)
 }  // extern "C"
+#endif
 
 #endif

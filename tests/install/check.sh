@@ -20,11 +20,13 @@ LC_ALL=C sort "$here/exported-symbols.txt" | diff -u - "$work/symbols" || { echo
 readelf -d "$lib/libOrvDemosaicing.so" | grep -q 'soname: \[libOrvDemosaicing.so.1\]'
 ! readelf -d "$lib/libOrvDemosaicing.so" | grep -E 'R(UN)?PATH' | grep -vq '\$ORIGIN'
 
-# Public headers stand alone, from C++11 on.
+# Public headers stand alone, in C99 and from C++11 on; the container of parameters is C++ only.
 for header in "$work"/prefix/include/orv/*.h; do
     for std in 11 20; do
         echo "#include \"$header\"" | "$cxx" -std=c++$std -Wall -Wextra -Wpedantic -Werror -fsyntax-only -x c++ -
     done
+    [ "$(basename "$header")" = OrvParamStorage.h ] ||
+        echo "#include \"$header\"" | "$cxx" -x c -std=c99 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -
 done
 
 cmake -G "$generator" -S "$here/stranger" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_COMPILER="$cxx" >/dev/null
@@ -35,3 +37,9 @@ export PKG_CONFIG_PATH=$lib/pkgconfig
 # shellcheck disable=SC2046
 "$cxx" -std=c++11 "$here/stranger/main.cpp" -o "$work/stranger" $(pkg-config --cflags --libs OrvDemosaicing)
 LD_LIBRARY_PATH=$lib "$work/stranger"
+
+# A program in C, linked without the C++ driver's own libraries.
+# shellcheck disable=SC2046
+"$cxx" -x c -std=c99 -Wall -Wextra -Wpedantic -Werror "$here/stranger/main.c" -o "$work/stranger-c" -nodefaultlibs -lc \
+    $(pkg-config --cflags --libs OrvDemosaicing)
+LD_LIBRARY_PATH=$lib "$work/stranger-c"
