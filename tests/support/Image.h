@@ -2,6 +2,7 @@
 #ifndef ORV_TESTS_IMAGE_H
 #define ORV_TESTS_IMAGE_H
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -32,6 +33,7 @@ struct Image {
     }
     Image(const Image&) = delete;
     Image& operator=(const Image&) = delete;
+    Image(Image&&) = default;  // the pixels stay where they are
 
     uint8_t* Data() { return bytes.data() + guard; }
     template <class T>
