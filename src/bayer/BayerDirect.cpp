@@ -104,9 +104,11 @@ uint32_t ConvertNarrowing(unsigned short const* source, _OrvRect rect, _OrvSize 
     } catch (const cv::Exception&) {
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeNoMemory);
     }
-    const uint32_t status =
-        Convert(source, rect, size, sourceStride, bitDepth, reinterpret_cast<unsigned short*>(scratch.data),
-                static_cast<int>(scratch.step[0]), pattern, algorithm, order);
+    // A region without rows is no missing destination.
+    unsigned short none = 0;
+    const uint32_t status = Convert(source, rect, size, sourceStride, bitDepth,
+                                    scratch.empty() ? &none : reinterpret_cast<unsigned short*>(scratch.data),
+                                    static_cast<int>(scratch.step[0]), pattern, algorithm, order);
     if (status != 0) {
         return status;
     }
@@ -138,7 +140,6 @@ uint32_t BayerToColor(_OrvImage const* source, _OrvImage* destination, int algor
     if (source == nullptr || destination == nullptr || !orv::IsBayer(source->pixelType)) {
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument);
     }
-    FillIsBGR();
     const int code = PixelTypeToBayerType(source->pixelType, algorithm, g_isBGR[destination->pixelType & 0xFFU] == 5);
     if (code == -1) {
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument);

@@ -7,10 +7,6 @@
 #include "bayer/AdaptiveRows.h"
 #include "component/PixelTypes.h"
 
-uint8_t DemosaicingIPP::s_bayerDescG[256];
-uint8_t DemosaicingIPP::s_bayerDescRB[256];
-uint8_t DemosaicingIPP::s_RGBBGRDesc[256];
-
 namespace {
 
 constexpr uint8_t kGreenFirst = 1;
@@ -21,6 +17,28 @@ constexpr uint8_t kBlueFirst = 5;
 
 // Bounds a sample of bytes before its low byte is stored: above all that comes out, below 2^15.
 constexpr int kMaxByteResult = 1023;
+
+// Words GR, RG, GB, BG of a depth follow one another, as do those of RGB and BGR.
+constexpr std::array<uint8_t, 256> BayerTable(uint8_t gr, uint8_t rg, uint8_t gb, uint8_t bg) {
+    std::array<uint8_t, 256> table = {};
+    for (const uint32_t word :
+         {OrvPixelBayerGR8, OrvPixelBayerGR10, OrvPixelBayerGR12, OrvPixelBayerGR14, OrvPixelBayerGR16}) {
+        const uint32_t serial = word & 0xFFU;
+        table[serial] = gr;
+        table[serial + 1] = rg;
+        table[serial + 2] = gb;
+        table[serial + 3] = bg;
+    }
+    return table;
+}
+constexpr std::array<uint8_t, 256> ColourTable(uint8_t rgb, uint8_t bgr) {
+    std::array<uint8_t, 256> table = {};
+    for (uint32_t serial = OrvPixelRGB8 & 0xFFU; serial < (OrvPixelBGR16 & 0xFFU); serial += 2) {
+        table[serial] = rgb;
+        table[serial + 1] = bgr;
+    }
+    return table;
+}
 
 int64_t RoundUpToEven(int size) { return static_cast<int64_t>(size) + (size & 1); }
 
@@ -53,21 +71,10 @@ int HalfWidth(int r, int c, int radius, int width, int height) {
 
 }  // namespace
 
-DemosaicingIPP::DemosaicingIPP() {
-    const unsigned firstSerials[] = {OrvPixelBayerGR8 & 0xFF, OrvPixelBayerGR10 & 0xFF, OrvPixelBayerGR12 & 0xFF,
-                                     OrvPixelBayerGR14 & 0xFF, OrvPixelBayerGR16 & 0xFF};
-    for (const unsigned gr : firstSerials) {  // followed by RG, GB, BG
-        s_bayerDescG[gr] = s_bayerDescG[gr + 2] = kGreenFirst;
-        s_bayerDescRB[gr] = s_bayerDescRB[gr + 1] = kRedOnEvenRows;
-        s_bayerDescRB[gr + 2] = s_bayerDescRB[gr + 3] = kBlueOnEvenRows;
-    }
-    for (unsigned serial = OrvPixelRGB8 & 0xFF; serial < (OrvPixelBGR16 & 0xFF); serial += 2) {
-        s_RGBBGRDesc[serial] = kRedFirst;
-        s_RGBBGRDesc[serial + 1] = kBlueFirst;
-    }
-}
-
-DemosaicingIPP::~DemosaicingIPP() = default;
+const std::array<uint8_t, 256> DemosaicingIPP::s_bayerDescG = BayerTable(kGreenFirst, 0, kGreenFirst, 0);
+const std::array<uint8_t, 256> DemosaicingIPP::s_bayerDescRB =
+    BayerTable(kRedOnEvenRows, kRedOnEvenRows, kBlueOnEvenRows, kBlueOnEvenRows);
+const std::array<uint8_t, 256> DemosaicingIPP::s_RGBBGRDesc = ColourTable(kRedFirst, kBlueFirst);
 
 int DemosaicingIPP::Init(_OrvImage* destination, const _OrvImage* source) {
     if (destination == nullptr || source == nullptr) {
@@ -77,7 +84,6 @@ int DemosaicingIPP::Init(_OrvImage* destination, const _OrvImage* source) {
         return orv::kCodeBadArgument;
     }
     destination_ = destination;
-    // The largest size has no room for its extra column; it comes out negative.
     width_ = static_cast<int>(RoundUpToEven(source->width));
     height_ = static_cast<int>(RoundUpToEven(source->height));
     greenPhase_ = s_bayerDescG[source->pixelType & 0xFF] == kGreenFirst ? 0 : 1;
@@ -92,21 +98,27 @@ int DemosaicingIPPOf<T>::Init(_OrvImage* destination, const _OrvImage* source) {
     if (destination == nullptr || source == nullptr || destination->data == nullptr || source->data == nullptr) {
         return orv::kCodeNullPointer;
     }
+    if (!orv::IsBayer(source->pixelType)) {
+        return orv::kCodeBadArgument;
+    }
+    if (source->width < 1 || source->height < 1) {
+        return orv::kCodeNoMemory;
+    }
     const int64_t width = RoundUpToEven(source->width);
     const int64_t height = RoundUpToEven(source->height);
     const bool otherSize = calculated_ && (width != planeWidth_ || height != planeHeight_);
     const bool tooLarge = (destination->width > width || destination->height > height) &&
                           static_cast<int64_t>(destination->height) * destination->stride >= 1;
-    if (!orv::IsBayer(source->pixelType) || otherSize || tooLarge) {
+    if (otherSize || tooLarge) {
         return orv::kCodeBadArgument;
+    }
+    if (std::max(width, height) > std::numeric_limits<int>::max()) {  // no room for the extra row or column
+        return orv::kCodeNoMemory;
     }
     DemosaicingIPP::Init(destination, source);
     if (width_ != allocatedWidth_ || height_ != allocatedHeight_) {
         CleanMemory();
         try {
-            if (width_ <= 0 || height_ <= 0) {
-                return orv::kCodeNoMemory;
-            }
             CreatePlanes();
         } catch (const cv::Exception&) {
             return orv::kCodeNoMemory;

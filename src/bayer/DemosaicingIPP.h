@@ -7,6 +7,8 @@
 #ifndef ORV_BAYER_DEMOSAICINGIPP_H
 #define ORV_BAYER_DEMOSAICINGIPP_H
 
+#include <array>
+
 #include "OrvImage.h"
 #include "bayer/AdaptiveRows.h"
 #include "bayer/SplitPlane.h"
@@ -15,8 +17,8 @@
 // What both sample widths share. The operations return bare codes: 0, 7 bad argument, 8 null pointer, 9 no memory.
 class DemosaicingIPP {
 public:
-    DemosaicingIPP();
-    virtual ~DemosaicingIPP();
+    DemosaicingIPP() = default;
+    virtual ~DemosaicingIPP() = default;
     DemosaicingIPP(const DemosaicingIPP&) = delete;
     DemosaicingIPP& operator=(const DemosaicingIPP&) = delete;
 
@@ -27,12 +29,12 @@ public:
     // Forgets the geometry; the planes stay.
     virtual int CleanMemory() = 0;
 
-    // By the serial of a pixel type word. 1: the first pixel is green.
-    static uint8_t s_bayerDescG[256];
+    // By the serial of a pixel type word, 0 for words without an entry. 1: the first pixel is green.
+    static const std::array<uint8_t, 256> s_bayerDescG;
     // 2: red lies on the even rows, 3: blue does.
-    static uint8_t s_bayerDescRB[256];
+    static const std::array<uint8_t, 256> s_bayerDescRB;
     // 4: red comes first in memory, 5: blue does.
-    static uint8_t s_RGBBGRDesc[256];
+    static const std::array<uint8_t, 256> s_RGBBGRDesc;
 
 protected:
     _OrvImage* destination_ = nullptr;
@@ -53,8 +55,9 @@ protected:
 template <class T>
 class DemosaicingIPPOf : public DemosaicingIPP {
 public:
-    // Copies the frame in. 7 also for a destination that is larger than the frame and for a frame of another size than
-    // the one calculated before; 8 also for missing pixels.
+    // Copies the frame in. Refusals come in this order, before any change: 8 also for missing pixels, 7 for a word that
+    // is no Bayer word, 9 for a frame without pixels, 7 for a frame of another size than the one calculated before and
+    // for a destination that is larger than the frame.
     int Init(_OrvImage* destination, const _OrvImage* source) override;
     // Converts the frame of the last Init into its destination.
     int Calculate() override;

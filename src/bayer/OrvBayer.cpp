@@ -5,18 +5,17 @@
 #include "bayer/OrvBayerImp.h"
 #include "component/PixelTypes.h"
 
-uint8_t g_isBGR[256];
-bool g_isBGRInit = false;
-
-void FillIsBGR() {
-    if (g_isBGRInit) {
-        return;
+namespace {
+constexpr std::array<uint8_t, 256> BgrSerials() {
+    std::array<uint8_t, 256> table = {};
+    for (unsigned serial = OrvPixelBGR8 & 0xFFU; serial <= (OrvPixelBGR16 & 0xFFU); serial += 2) {
+        table[serial] = 5;
     }
-    for (unsigned serial = OrvPixelBGR8 & 0xFF; serial <= (OrvPixelBGR16 & 0xFF); serial += 2) {
-        g_isBGR[serial] = 5;
-    }
-    g_isBGRInit = true;
+    return table;
 }
+}  // namespace
+
+const std::array<uint8_t, 256> g_isBGR = BgrSerials();
 
 int PixelTypeToBayerType(unsigned pixelType, int algorithm, bool isBGR) {
     // OpenCV names a pattern by the second row's pixels from the second column on: its GB is our GR.
@@ -99,7 +98,6 @@ uint32_t ConvertWithEngine(DemosaicingIPP& engine, const _OrvImage& source, _Orv
 }
 
 OrvBayerImp::OrvBayerImp() : OrvComponentImp(orv::kFamilyBayer) {
-    FillIsBGR();
     RegisterInt("BayerAlgType", &algType_, 0, 4);
     RegisterInt("NoRealloc", &noRealloc_, 0, 1);
 }

@@ -1,6 +1,7 @@
 #ifndef ORV_BAYER_ORVBAYERIMP_H
 #define ORV_BAYER_ORVBAYERIMP_H
 
+#include <array>
 #include <memory>
 #include <opencv2/core.hpp>
 
@@ -8,10 +9,8 @@
 #include "bayer/DemosaicingIPP.h"
 #include "component/OrvComponentImp.h"
 
-// Entry 5 at the serials of the BGR words; any other destination word counts as RGB. Filled once by FillIsBGR.
-extern uint8_t g_isBGR[256];
-extern bool g_isBGRInit;
-void FillIsBGR();
+// Entry 5 at the serials of the BGR words; any other destination word counts as RGB.
+extern const std::array<uint8_t, 256> g_isBGR;
 
 // The OpenCV conversion code for a Bayer word, edge-aware for algorithm 2 and bilinear for every other number;
 // -1 for a word that is no Bayer word. Depth does not matter.

@@ -85,7 +85,8 @@ uint32_t OrvTrueSenseImp::Convert(const _OrvImage& source, const _OrvImage& dest
                             static_cast<unsigned char*>(destination.data), destination.stride, grid, &param_);
         code = code == 0 ? engine->CalculateRGB() : code;
     }
-    // Comes back after a failure code but not after an exception: applications know that state, so no scope guard.
+    // Comes back after a failure code but not after an exception, hence no scope guard: after one the parameter reads
+    // 0.
     param_.normalizationEnable = normalization;
     return orv::StatusOf(orv::kFamilyTrueSense, code);
 }

@@ -45,7 +45,8 @@ constexpr TrueSenseField kTrueSenseFields[kTrueSenseFieldCount] = {
     ORV_REAL(ISOAnalogGain_2, 23.96),
     ORV_REAL(ISOAnalogGain_3, 29.91),
     ORV_REAL(ISOAnalogGain_4, 36.77),
-    // The record's first slope is two units in the last place above the component's: results in the field rest on it.
+    // The record's first slope is two units in the last place above the component's: thresholds
+    // of the plain functions' noise model differ by that much.
     Real("ISOPanSlope_0", &Record::ISOPanSlope_0, 0.3179309, 0.31793097F),
     ORV_REAL(ISOPanSlope_1, 0.6009852),
     ORV_REAL(ISOPanSlope_2, 1.16587611),

@@ -46,7 +46,7 @@ constexpr Table<int32_t, 1024> MakeToLinear() {
     for (int i = 0; i < 1024; ++i) {
         table.values[i] = Round(Linear(i));
     }
-    // Two rows stand one above the curve; results in the field rest on them.
+    // Two rows stand one above the curve, and so do the samples that they give.
     ++table.values[773];
     ++table.values[1004];
     return table;
