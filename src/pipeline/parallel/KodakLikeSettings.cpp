@@ -10,24 +10,26 @@ namespace orv {
 
 namespace {
 
-ORV_ALWAYS_INLINE int16_t Balanced(int32_t v, int32_t darkFloor, double globalGain, double factor) {
-    v = darkFloor != 0 ? Clamp(v - darkFloor, 0, 4095) : v;
+ORV_ALWAYS_INLINE int16_t Balanced(const FrontEnd& frontEnd, int32_t v, double factor) {
+    const uint32_t overFloor = static_cast<uint32_t>(v) - static_cast<uint32_t>(frontEnd.darkFloor);
+    v = frontEnd.hasFloor ? Clamp(static_cast<int32_t>(overFloor), 0, 4095) : v;
     // Steps of 1/1024, bounded before the shift.
-    v = globalGain != 1.0 ? TruncateClamped(static_cast<double>(v * 1024) * globalGain, 0.0, 4194303.0) >> 10 : v;
+    const double gain = frontEnd.globalGain;
+    v = gain != 1.0 ? TruncateClamped(static_cast<double>(v * 1024) * gain, 0.0, 4194303.0) >> 10 : v;
     v = factor != 1.0 ? TruncateClamped(Fma(factor, static_cast<double>(v), 0.5), 0.0, 4095.0) : v;
     return static_cast<int16_t>(v);
 }
 
-ORV_ALWAYS_INLINE void BalanceLanesBody(int32_t darkFloor, double globalGain, double even, double odd,
-                                        const int16_t* samples, int n, int16_t* balanced) {
+ORV_ALWAYS_INLINE void BalanceLanesBody(const FrontEnd& frontEnd, double even, double odd, const int16_t* samples,
+                                        int n, int16_t* balanced) {
+    const FrontEnd steps = frontEnd;
     for (int x = 0; x < n; ++x) {
-        balanced[x] = Balanced(samples[x], darkFloor, globalGain, (x & 1) == 0 ? even : odd);
+        balanced[x] = Balanced(steps, samples[x], (x & 1) == 0 ? even : odd);
     }
 }
 ORV_ROW_FUNCTION(BalanceLanes,
-                 (int32_t darkFloor, double globalGain, double even, double odd, const int16_t* samples, int n,
-                  int16_t* balanced),
-                 (darkFloor, globalGain, even, odd, samples, n, balanced))
+                 (const FrontEnd& frontEnd, double even, double odd, const int16_t* samples, int n, int16_t* balanced),
+                 (frontEnd, even, odd, samples, n, balanced))
 
 // Three radii and sigmas of the record, in order.
 struct PassList {
@@ -63,12 +65,11 @@ void FillPasses(const PassList& list, int spacing, int unit, float gain, NoiseLi
 }  // namespace
 
 bool FrontEnd::IsPlain() const {
-    return darkFloor == 0 && globalGain == 1.0 &&
-           std::all_of(factor, factor + kSites, [](double f) { return f == 1.0; });
+    return !hasFloor && globalGain == 1.0 && std::all_of(factor, factor + kSites, [](double f) { return f == 1.0; });
 }
 
 void BalanceRow(const FrontEnd& frontEnd, double even, double odd, const int16_t* samples, int n, int16_t* balanced) {
-    BalanceLanes(frontEnd.darkFloor, frontEnd.globalGain, even, odd, samples, n, balanced);
+    BalanceLanes(frontEnd, even, odd, samples, n, balanced);
 }
 
 void KodakLikeSettings::Fill(const tagTrueSenseParam& param, int qw, int qh, SigmaPasses* color, SigmaPasses* pan) {
@@ -76,8 +77,8 @@ void KodakLikeSettings::Fill(const tagTrueSenseParam& param, int qw, int qh, Sig
     sharpen = param.sharpnessEnable == 1;
     mono = param.monoEnable == 1;
 
-    // Beyond 16 bits either way a floor takes every sample to the same limit.
-    frontEnd.darkFloor = static_cast<int32_t>(std::clamp(param.darkFloor, -65536L, 65536L));
+    frontEnd.hasFloor = param.darkFloor != 0;
+    frontEnd.darkFloor = static_cast<int32_t>(param.darkFloor);
     frontEnd.globalGain = param.globalGain;
     frontEnd.factor[kPanSite] = param.panGain;
     frontEnd.factor[kRedSite] = param.redGain;

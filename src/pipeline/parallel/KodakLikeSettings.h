@@ -15,7 +15,8 @@ enum Site { kPanSite, kRedSite, kGreenSite, kBlueSite, kSites };
 // The steps from a sample of the mosaic to a balanced one. A step that changes nothing is left out, limits included: a
 // sample with stray high bits passes a front end without steps.
 struct FrontEnd {
-    int32_t darkFloor;      // 0: no step
+    bool hasFloor;          // also for a floor of 0, which leaves the limits
+    int32_t darkFloor;      // subtracted in 32 bits, wrapping
     double globalGain;      // 1.0: no step
     double factor[kSites];  // 1.0: no step
 

@@ -35,6 +35,7 @@ bool IsOn(long flag) { return static_cast<int32_t>(flag) != 0; }
 
 template <class T>
 void TrueSenseKodak<T>::Clear() {
+    prepared_ = false;
     frame_.reset();
     rgb_.reset();
     for (Bytes& memory : memory_) {
@@ -175,6 +176,7 @@ template <class T>
 template <class Sample>
 int TrueSenseKodak<T>::CopyDataFromSrc(const Sample* src, int srcStride, _OrvRect rect, _OrvSize size, int bits,
                                        unsigned char grid, const tagTrueSenseParam* param) {
+    prepared_ = false;
     bool accepted = false;
     const int shift = orv::InputShift(bits, &accepted);
     if (!accepted) {
@@ -194,6 +196,7 @@ int TrueSenseKodak<T>::CopyDataFromSrc(const Sample* src, int srcStride, _OrvRec
     const RegionWalk walk =
         RegionWalk::Make(rect.x, rect.y, rect.width, rect.height, srcStride, 1, horMirrored_, verMirrored_);
     orv::ReadMosaic(src, walk, shift, geometry_, reinterpret_cast<int16_t*>(frame_.get()), geometry_.W);
+    prepared_ = true;
     return orv::kCodeOk;
 }
 
@@ -219,6 +222,7 @@ int TrueSenseKodak<T>::InitRGB(unsigned short const* src, _OrvRect rect, _OrvSiz
     dstStride_ = dstStride;
     bitDepth_ = bits;
     if (bits == 10) {
+        prepared_ = false;
         return orv::kCodeBadArgument;
     }
     return CopyDataFromSrc(src, srcStride >> 1, rect, size, bits, grid, param);
@@ -238,7 +242,7 @@ template <class T>
 template <class Out>
 int TrueSenseKodak<T>::Process(Out* dst, int dstStride, int shift) {
     buffers_.mode = 0;
-    if (Api_ImageProcess(&param_, &buffers_) != 0) {
+    if (!prepared_ || Api_ImageProcess(&param_, &buffers_) != 0) {
         return 1;
     }
     CopyDataToDst(dst, dstStride, shift);

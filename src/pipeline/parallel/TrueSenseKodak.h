@@ -1,8 +1,7 @@
 // The reference pan-and-colour engine: brings frames of any depth, grid code and mirror into the form of
 // Api_ImageProcess and writes its 8-bit result in the layout asked for.
 //
-// The pipeline runs on the calling thread, the copies on the default team; `threads_num` has no effect. Calculate of
-// two engines must not overlap (the kernels share their scratch descriptors).
+// The pipeline runs on the calling thread, the copies on the default team; `threads_num` has no effect.
 #ifndef ORV_PIPELINE_PARALLEL_TRUESENSEKODAK_H
 #define ORV_PIPELINE_PARALLEL_TRUESENSEKODAK_H
 
@@ -23,7 +22,8 @@ public:
     void SetOutputPixelType(bool alpha, bool bgr) override;
     int Init(T const* src, _OrvRect rect, _OrvSize size, int srcStride, int bits, T* dst, int dstStride,
              unsigned char grid, tagTrueSenseParam* param) override;
-    // 0, or 1 when the pipeline failed; the destination is then as it was.
+    // 0, or 1 when the pipeline failed or no Init has succeeded since CleanMemory or a refused one; the destination is
+    // then as it was.
     int Calculate() override;
     // Refuses a depth of 10.
     int InitRGB(unsigned short const* src, _OrvRect rect, _OrvSize size, int srcStride, int bits, unsigned char* dst,
@@ -68,6 +68,7 @@ private:
     Bytes frame_;             // int16, the extended frame, 12 bits
     Bytes rgb_;               // the result of the pipeline
     Bytes memory_[kBuffers];  // the buffers of `buffers_`, in its order
+    bool prepared_ = false;   // `frame_` holds the frame of the last Init
     char logBuffer_[1024] = {};
     ImageProcessParam param_ = {};
     ImageProcessBuffers buffers_ = {};

@@ -166,13 +166,19 @@ void Convolver<T>::Push(int y) {
 template class Convolver<short>;
 template class Convolver<int>;
 
-bool RowsThenColumns::Fits(int w, int h, LogText_t* log) {
+bool ConvolutionFits(int w, int h, LogText_t* log) {
     return ScratchFits("pBuf", Elements(w, h) * static_cast<ptrdiff_t>(sizeof(int)), log);
 }
 
-RowsThenColumns::RowsThenColumns(int* plane, int w, int h, const float* kernel, int taps)
-    : alongRows_(plane, w, h, Stencil(kernel, taps, 1), reinterpret_cast<int*>(g_dynamicBuffer)),
-      alongColumns_(plane, w, h, Stencil(kernel, 1, taps), reinterpret_cast<int*>(g_dynamicBuffer) + w) {}
+void FilterRowsThenColumns(int* plane, int w, int h, const float* kernel, int taps) {
+    int* const memory = reinterpret_cast<int*>(g_dynamicBuffer);
+    Convolver<int> alongRows(plane, w, h, Stencil(kernel, taps, 1), memory);
+    Convolver<int> alongColumns(plane, w, h, Stencil(kernel, 1, taps), memory + w);
+    for (int y = 0; y < h; ++y) {
+        alongRows.Push(y);
+        alongColumns.Push(y);
+    }
+}
 
 }  // namespace orv
 
@@ -192,8 +198,11 @@ int Alg_Convolve2D(short* data, int w, int h, float* kernel, int kernelWidth, in
 }
 
 int Alg_Convolve1D_Int32(int* data, int w, int h, float* kernel, int taps, int direction, LogText_t* log) {
-    if (taps > Stencil::kMaxTaps || (direction != 0 && direction != 1)) {
-        return taps > Stencil::kMaxTaps ? -1 : 0;
+    if (direction != 0 && direction != 1) {
+        return 0;
+    }
+    if (taps > Stencil::kMaxTaps) {
+        return -1;
     }
     const bool rows = direction == 0;
     return Convolve(data, w, h, Stencil(kernel, rows ? taps : 1, rows ? 1 : taps), log);

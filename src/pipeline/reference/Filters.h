@@ -39,21 +39,11 @@ private:
     bool exact_;
 };
 
-// Filters along rows, then along columns by one kernel.
-class RowsThenColumns {
-public:
-    // Borrows scratch as one pass would; w by h elements must fit.
-    RowsThenColumns(int* plane, int w, int h, const float* kernel, int taps);
-    static bool Fits(int w, int h, LogText_t* log);
+// Whether the scratch holds what a convolution of w by h integers borrows; a message when not.
+bool ConvolutionFits(int w, int h, LogText_t* log);
 
-    void Push(int y) {
-        alongRows_.Push(y);
-        alongColumns_.Push(y);
-    }
-
-private:
-    Convolver<int> alongRows_, alongColumns_;
-};
+// Filters along rows, then along columns by one kernel, both in one walk over the rows. The scratch must fit.
+void FilterRowsThenColumns(int* plane, int w, int h, const float* kernel, int taps);
 
 }  // namespace orv
 

@@ -1,7 +1,7 @@
 // The reference form of the pan-and-colour pipeline: its stages as plain kernels, and the driver that calls them.
 //
-// Everything here runs on the calling thread, on memory of the caller, and is not re-entrant: the scratch descriptors
-// below are shared by the whole process. Kernels return 0, or -1 after a message to the log.
+// Everything here runs on the calling thread, on memory of the caller. Kernels return 0, or -1 after a message to the
+// log.
 //
 // Sizes: a frame of w by h samples, both multiples of 4 inside the pipeline; N = w * h; half-size planes of
 // qw = w / 2 by qh = h / 2, Q = qw * qh. Domains: L12 is a linear sample, 0 to 4095; G10 a 10-bit gamma code, 0 to
@@ -17,13 +17,13 @@ struct LogText_t {
     uint32_t length;  // bytes written so far, without the terminating zero
 };
 
-// Scratch of the kernels. A kernel that borrows n bytes at g_dynamicBuffer fails unless g_dynamicBuffer + n lies within
-// [g_bufFloor, g_bufCeil]. The two other addresses are not checked.
-extern unsigned char* g_dynamicBuffer;
-extern unsigned char* g_bufFloor;
-extern unsigned char* g_bufCeil;
-extern unsigned char* g_dynamicBuffer1;
-extern unsigned char* g_dynamicBuffer2;
+// Scratch of the kernels, each thread's own. A kernel that borrows n bytes at g_dynamicBuffer fails unless
+// g_dynamicBuffer + n lies within [g_bufFloor, g_bufCeil]. The two other addresses are not checked.
+extern thread_local unsigned char* g_dynamicBuffer;
+extern thread_local unsigned char* g_bufFloor;
+extern thread_local unsigned char* g_bufCeil;
+extern thread_local unsigned char* g_dynamicBuffer1;
+extern thread_local unsigned char* g_dynamicBuffer2;
 
 // Site codes of the mosaic, [row & 3][col & 3]: pan 3, red 5, green 7, blue 9 on even rows, one more on odd rows.
 extern const int32_t pgprCFA[4][4];

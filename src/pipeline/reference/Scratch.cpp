@@ -3,11 +3,11 @@
 #include <cstdarg>
 #include <cstdio>
 
-unsigned char* g_dynamicBuffer = nullptr;
-unsigned char* g_bufFloor = nullptr;
-unsigned char* g_bufCeil = nullptr;
-unsigned char* g_dynamicBuffer1 = nullptr;
-unsigned char* g_dynamicBuffer2 = nullptr;
+thread_local unsigned char* g_dynamicBuffer = nullptr;
+thread_local unsigned char* g_bufFloor = nullptr;
+thread_local unsigned char* g_bufCeil = nullptr;
+thread_local unsigned char* g_dynamicBuffer1 = nullptr;
+thread_local unsigned char* g_dynamicBuffer2 = nullptr;
 
 namespace orv {
 

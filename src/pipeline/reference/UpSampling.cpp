@@ -1,10 +1,11 @@
 // Half-size planes back to full size.
+#include <cstring>
+
 #include "pipeline/reference/Filters.h"
 #include "rows/Simd.h"
 
 using orv::AppendLog;
 using orv::Elements;
-using orv::RowsThenColumns;
 
 const int32_t grbgCFA[2][2] = {{1, 0}, {2, 1}};
 const int32_t bggrCFA[2][2] = {{2, 1}, {1, 0}};
@@ -32,25 +33,28 @@ ORV_ALWAYS_INLINE void DivideRowBody(int* row, int n) {
 }
 ORV_ROW_TEMPLATE((int Divisor), (Divisor), DivideRow, (int* row, int n), (row, n))
 
+// A copy at g_dynamicBuffer, where it stays until the first filter: the low plane may lie in what is written next.
+const int* CopyToScratch(const int* low, int qw, int qh) {
+    int* const copy = reinterpret_cast<int*>(g_dynamicBuffer);
+    std::memmove(copy, low, static_cast<size_t>(Elements(qw, qh)) * sizeof(int));
+    return copy;
+}
+
 // Each sample of `low`, divided, to its block of 2 by 2 of `full`, and that plane smoothed: linear interpolation.
 template <int Divisor>
 int Expand(int* low, int qw, int qh, const float* kernel, int* full, LogText_t* log) {
     const int w = 2 * qw, h = 2 * qh;
-    if (!RowsThenColumns::Fits(w, h, log)) {
+    if (!orv::ConvolutionFits(w, h, log)) {
         return -1;
     }
-    RowsThenColumns smoothing(full, w, h, kernel, 3);
-    for (int i = 0; i < qh; ++i) {
-        int* row = low + Elements(qw, i);
-        int* out = full + Elements(w, 2 * i);
-        if (Divisor != 1) {
-            DivideRow<Divisor>(row, qw);
-        }
-        DoubleRow(row, qw, out);
-        DoubleRow(row, qw, out + w);
-        smoothing.Push(2 * i);
-        smoothing.Push(2 * i + 1);
+    for (int i = 0; Divisor != 1 && i < qh; ++i) {
+        DivideRow<Divisor>(low + Elements(qw, i), qw);
     }
+    const int* const copy = CopyToScratch(low, qw, qh);
+    for (int y = 0; y < h; ++y) {
+        DoubleRow(copy + Elements(qw, y / 2), qw, full + Elements(w, y));
+    }
+    orv::FilterRowsThenColumns(full, w, h, kernel, 3);
     return 0;
 }
 
@@ -63,20 +67,13 @@ ORV_ALWAYS_INLINE void KeepColumnsBody(const int* row, int even, int odd, int n,
 }
 ORV_ROW_FUNCTION(KeepColumns, (const int* row, int even, int odd, int n, int* out), (row, even, odd, n, out))
 
-// The samples of one colour alone, zero between, summed over their surroundings.
-int GatherColor(const int* mosaic, int qw, int qh, const int32_t (&table)[2][2], int color, const float* kernel,
-                int* low, LogText_t* log) {
-    if (!RowsThenColumns::Fits(qw, qh, log)) {
-        return -1;
-    }
-    RowsThenColumns sums(low, qw, qh, kernel, 3);
+// The samples of one colour alone, zero between.
+void ScatterColor(const int* mosaic, int qw, int qh, const int32_t (&table)[2][2], int color, int* low) {
     for (int i = 0; i < qh; ++i) {
         const ptrdiff_t at = Elements(qw, i);
         const auto mask = [&](int column) { return table[i & 1][column] == color ? -1 : 0; };
         KeepColumns(mosaic + at, mask(0), mask(1), qw, low + at);
-        sums.Push(i);
     }
-    return 0;
 }
 
 }  // namespace
@@ -106,13 +103,19 @@ int Alg_LowColorDiffUpSample(int* lowColorDiff, int qw, int qh, int cfaPattern, 
     int* const lowR = reinterpret_cast<int*>(g_dynamicBuffer1);
     int* const lowG = lowR + Q;
     int* const lowB = lowG + Q;
+    if (!orv::ConvolutionFits(qw, qh, log)) {
+        return -1;
+    }
+    int* const planes[3] = {lowR, lowG, lowB};
+    const int* const mosaic = CopyToScratch(lowColorDiff, qw, qh);
+    for (int color = 0; color < 3; ++color) {
+        ScatterColor(mosaic, qw, qh, table, color, planes[color]);
+    }
     // A missing sample counts as zero. Divided by the density of their samples, twice as high in green, the sums become
     // means inside the plane.
     float kernel[3] = {1.0F, 2.0F, 1.0F};
-    if (GatherColor(lowColorDiff, qw, qh, table, 0, kernel, lowR, log) != 0 ||
-        GatherColor(lowColorDiff, qw, qh, table, 2, kernel, lowB, log) != 0 ||
-        GatherColor(lowColorDiff, qw, qh, table, 1, kernel, lowG, log) != 0) {
-        return -1;
+    for (int* plane : planes) {
+        orv::FilterRowsThenColumns(plane, qw, qh, kernel, 3);
     }
     for (float& tap : kernel) {
         tap *= 0.25F;

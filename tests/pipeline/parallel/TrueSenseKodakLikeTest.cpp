@@ -105,6 +105,30 @@ TEST(TrueSenseKodakLike, FrontEndRoundsOnceAndReadsSigned) {
     EXPECT_EQ(Grey(2048), Convert(frame, with(std::nextafter(1.0, 2.0), 1, 0)));
 }
 
+// Any floor but 0 is subtracted by its low 32 bits, wrapping, and brings the limits.
+TEST(TrueSenseKodakLike, FloorsBeyondTheSamplesWrap) {
+    constexpr long kTwo32 = 1L << 32;
+    const auto kInt = std::numeric_limits<int>::min();
+    const struct {
+        long floor;
+        int above, below, within;  // what 5000, 0xFFFF and 11 come to
+    } cases[] = {{kTwo32, 4095, 0, 11},
+                 {-kTwo32, 4095, 0, 11},
+                 {kTwo32 + 3, 4095, 0, 8},
+                 {kInt, 0, 4095, 0},
+                 {std::numeric_limits<int>::max(), 0, 0, 0},
+                 {std::numeric_limits<long>::min(), 4095, 0, 11},
+                 {std::numeric_limits<long>::max(), 4095, 0, 12}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.floor);
+        auto param = Plain();
+        param.darkFloor = c.floor;
+        EXPECT_EQ(Grey(c.above), Convert(Flat(5000), param));
+        EXPECT_EQ(Grey(c.below), Convert(Flat(0xFFFF), param));
+        EXPECT_EQ(Grey(c.within), Convert(Flat(11), param));
+    }
+}
+
 TEST(TrueSenseKodakLike, NoRecordMeansBothFilters) {
     tagTrueSenseParam defaults;
     TrueSense_DefaultValues(&defaults);

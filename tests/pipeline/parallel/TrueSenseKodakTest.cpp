@@ -190,6 +190,27 @@ TEST(TrueSenseKodak, NoRecordMeansTheDefaults) {
     EXPECT_EQ(result, expected);
 }
 
+TEST(TrueSenseKodak, WithoutAFrameCalculateFails) {
+    TrueSenseKodak<unsigned char> engine;
+    const auto job = NoiseJob<unsigned char>(8, 8, 8, 0);
+    const std::vector<unsigned char> untouched(8 * 8 * 3, 0xA5);
+    std::vector<unsigned char> result = untouched;
+    const auto init = [&](int bits, unsigned char grid) {
+        return engine.Init(job.source.data(), job.Rect(), {8, 8}, 8, bits, result.data(), 24, grid, nullptr);
+    };
+    EXPECT_EQ(engine.Calculate(), 1);
+    EXPECT_EQ(engine.CalculateRGB(), 1);
+    for (const int refused : {9, 8}) {  // no such depth, no such grid
+        EXPECT_EQ(init(8, 0), 0);
+        EXPECT_EQ(init(refused, refused == 8 ? 16 : 0), 7);
+        EXPECT_EQ(engine.Calculate(), 1);
+    }
+    EXPECT_EQ(init(8, 0), 0);
+    engine.CleanMemory();
+    EXPECT_EQ(engine.Calculate(), 1);
+    EXPECT_EQ(result, untouched);
+}
+
 TEST(TrueSenseKodak, RefusesWithTheCodeAndForgetsTheGeometry) {
     TrueSenseKodak<unsigned short> engine;
     const auto job = NoiseJob<unsigned short>(8, 8, 12, 0);

@@ -76,6 +76,9 @@ TEST(Convolve, AppliesTheKernelReversedAndTruncatesTowardZero) {
     const Ints before = row;
     EXPECT_EQ(Alg_Convolve1D_Int32(row.data(), 3, 1, mean, 3, 1, log), 0);
     EXPECT_EQ(Alg_Convolve1D_Int32(row.data(), 3, 1, mean, 3, 2, log), 0);
+    // Which is told before a count of taps that no kernel has.
+    EXPECT_EQ(Alg_Convolve1D_Int32(row.data(), 3, 1, mean, 65, 2, log), 0);
+    EXPECT_EQ(Alg_Convolve1D_Int32(row.data(), 3, 1, mean, 65, 1, log), -1);
     EXPECT_EQ(row, before);
 }
 

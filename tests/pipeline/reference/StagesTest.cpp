@@ -107,10 +107,21 @@ TEST_P(KernelLevels, UpSamplingFollowsTheFormula) {
     Ints source = mosaic, up(4 * Q);
     ASSERT_EQ(Alg_LowPanUpSample(source.data(), qw, qh, up.data(), log), 0);
     EXPECT_EQ(up, expanded(mosaic));
+    // Also from inside the result, and from the scratch that the filters take.
+    std::copy(mosaic.begin(), mosaic.end(), up.begin());
+    ASSERT_EQ(Alg_LowPanUpSample(up.data(), qw, qh, up.data(), log), 0);
+    EXPECT_EQ(up, expanded(mosaic));
+    int* const inScratch = reinterpret_cast<int*>(g_dynamicBuffer);
+    std::copy(mosaic.begin(), mosaic.end(), inScratch);
+    ASSERT_EQ(Alg_LowPanUpSample(inScratch, qw, qh, up.data(), log), 0);
+    EXPECT_EQ(up, expanded(mosaic));
     for (int pattern = 0; pattern < 4; ++pattern) {
         Ints low(3 * Q), planes[3] = {up, up, up};
         g_dynamicBuffer1 = reinterpret_cast<unsigned char*>(low.data());
-        ASSERT_EQ(Alg_LowColorDiffUpSample(source.data(), qw, qh, pattern, planes[0].data(), planes[1].data(),
+        // In place of the three low planes, in the scratch and apart.
+        int* const places[4] = {low.data(), low.data() + Q, inScratch, source.data()};
+        std::copy(mosaic.begin(), mosaic.end(), places[pattern]);
+        ASSERT_EQ(Alg_LowColorDiffUpSample(places[pattern], qw, qh, pattern, planes[0].data(), planes[1].data(),
                                            planes[2].data(), log),
                   0);
         for (int c = 0; c < 3; ++c) {
