@@ -1,14 +1,16 @@
-# Install tree: libraries, headers, the CMake package OrvDemosaicing (target Orv::Demosaicing) and a pkg-config file.
+# Install tree: libraries, headers, the CMake package OrvDemosaicing (targets Orv::Demosaicing,
+# Orv::Helpers) and pkg-config files.
 include(CMakePackageConfigHelpers)
 
 set(ORV_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/OrvDemosaicing)
-set(ORV_INSTALLED OrvDemosaicing)
+set(ORV_INSTALLED OrvDemosaicing OrvHelpers)
 if(TARGET OrvMisc)
   list(APPEND ORV_INSTALLED OrvMisc)
   install(FILES misc/OrvParamStorage.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orv)
 endif()
 install(TARGETS ${ORV_INSTALLED} EXPORT OrvDemosaicingTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES include/OrvImage.h include/OrvComponent.h include/OrvBayer.h include/OrvTrueSense.h
+              helpers/OrvHelpers.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orv)
 install(EXPORT OrvDemosaicingTargets NAMESPACE Orv:: DESTINATION ${ORV_CMAKE_DIR})
 
@@ -21,5 +23,7 @@ install(FILES ${PROJECT_BINARY_DIR}/OrvDemosaicingConfig.cmake
 
 # From lib/pkgconfig back to the prefix, so that the tree may be moved.
 file(RELATIVE_PATH ORV_PC_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
-configure_file(cmake/OrvDemosaicing.pc.in ${PROJECT_BINARY_DIR}/OrvDemosaicing.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/OrvDemosaicing.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+foreach(name IN ITEMS OrvDemosaicing OrvHelpers)
+  configure_file(cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()

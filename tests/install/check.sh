@@ -17,8 +17,12 @@ lib=$(dirname "$(find "$work/prefix" -name 'libOrvDemosaicing.so' | head -n 1)")
 nm -D --defined-only -C "$lib/libOrvDemosaicing.so" | awk '$2 == "T" || $2 == "W" || $2 == "B" || $2 == "D" || $2 == "R" || $2 == "V" || $2 == "u" {
     sub(/^[0-9a-f]+ . /, ""); sub(/@@.*/, ""); print }' | LC_ALL=C sort >"$work/symbols"
 LC_ALL=C sort "$here/exported-symbols.txt" | diff -u - "$work/symbols" || { echo "exported symbols differ"; exit 1; }
+nm -D --defined-only "$lib/libOrvHelpers.so" | awk '$2 != "A" { sub(/@@.*/, ""); print $3 }' | LC_ALL=C sort >"$work/helpers"
+grep -o 'ORV_API .*(' "$work/prefix/include/orv/OrvHelpers.h" | sed 's/(.*//; s/.*[ *]//' | LC_ALL=C sort |
+    diff -u - "$work/helpers" || { echo "libOrvHelpers exports something else than its header declares"; exit 1; }
+if readelf -d "$lib/libOrvHelpers.so" | grep NEEDED | grep -E 'Orv|opencv'; then exit 1; fi
 readelf -d "$lib/libOrvDemosaicing.so" | grep -q 'soname: \[libOrvDemosaicing.so.1\]'
-! readelf -d "$lib/libOrvDemosaicing.so" | grep -E 'R(UN)?PATH' | grep -vq '\$ORIGIN'
+if readelf -d "$lib/libOrvDemosaicing.so" | grep -E 'R(UN)?PATH' | grep -v '\$ORIGIN'; then exit 1; fi
 
 # Public headers stand alone, in C99 and from C++11 on; the container of parameters is C++ only.
 for header in "$work"/prefix/include/orv/*.h; do
@@ -41,5 +45,5 @@ LD_LIBRARY_PATH=$lib "$work/stranger"
 # A program in C, linked without the C++ driver's own libraries.
 # shellcheck disable=SC2046
 "$cxx" -x c -std=c99 -Wall -Wextra -Wpedantic -Werror "$here/stranger/main.c" -o "$work/stranger-c" -nodefaultlibs -lc \
-    $(pkg-config --cflags --libs OrvDemosaicing)
+    $(pkg-config --cflags --libs OrvDemosaicing OrvHelpers)
 LD_LIBRARY_PATH=$lib "$work/stranger-c"
