@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "bayer/Interpolation.h"
 #include "bayer/OrvBayerImp.h"
 #include "component/PixelTypes.h"
 #include "rows/Simd.h"
@@ -154,8 +155,7 @@ uint32_t BayerToColor(_OrvImage const* source, _OrvImage* destination, int algor
             return ConvertWithEngine(engine, *source, *destination);
         }
         if (algorithm == 0 || algorithm == 2) {
-            PackedFrames scratch;
-            ConvertWithOpenCv(*source, *destination, code, scratch);
+            return orv::StatusOf(orv::kFamilyBayer, orv::InterpolateFrame(*source, *destination, code));
         }
     } catch (const cv::Exception&) {
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeOpenCv);

@@ -2,6 +2,7 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include "bayer/Interpolation.h"
 #include "bayer/OrvBayerImp.h"
 #include "component/PixelTypes.h"
 
@@ -63,32 +64,6 @@ int PixelTypeToBayerType(unsigned pixelType, int algorithm, bool isBGR) {
     return algorithm == 2 ? codes.edgeAware : codes.plain;
 }
 
-void ConvertWithOpenCv(const _OrvImage& source, const _OrvImage& destination, int code, PackedFrames& scratch) {
-    // A matrix header of a negative size is not checked by OpenCV on every path.
-    if (source.width < 0 || source.height < 0 || destination.width < 0 || destination.height < 0) {
-        CV_Error(cv::Error::StsBadSize, "negative frame size");
-    }
-    const int depth = orv::HasByteSamples(source.pixelType) ? CV_8U : CV_16U;
-    cv::Mat from(source.height, source.width, CV_MAKETYPE(depth, 1), source.data, static_cast<size_t>(source.stride));
-    cv::Mat to(destination.height, destination.width, CV_MAKETYPE(depth, 3), destination.data,
-               static_cast<size_t>(destination.stride));
-    const bool edgeAware = code >= cv::COLOR_BayerBG2BGR_EA;
-    if (!edgeAware || to.size() != from.size()) {
-        cv::cvtColor(from, to, code, 0);
-        return;
-    }
-    if (!from.isContinuous()) {
-        from.copyTo(scratch.source);
-        from = scratch.source;
-    }
-    if (to.isContinuous()) {
-        cv::cvtColor(from, to, code, 0);
-    } else {
-        cv::cvtColor(from, scratch.destination, code, 0);
-        scratch.destination.copyTo(to);
-    }
-}
-
 uint32_t ConvertWithEngine(DemosaicingIPP& engine, const _OrvImage& source, _OrvImage& destination) {
     int code = engine.Init(&destination, &source);
     if (code == orv::kCodeOk) {
@@ -147,11 +122,10 @@ uint32_t OrvBayerImp::ConvertImage(_OrvImage const* source, _OrvImage* destinati
         if (algorithm == 1) {
             return ConvertWithEngine(Engine(byteSamples), *source, *destination);
         }
-        ConvertWithOpenCv(*source, *destination, code, packed_);
+        return orv::StatusOf(orv::kFamilyBayer, orv::InterpolateFrame(*source, *destination, code));
     } catch (const cv::Exception&) {
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeOpenCv);
     }
-    return 0;
 }
 
 uint32_t OrvBayerImp::AllocData(_OrvImage const* source, _OrvImage* destination) {
@@ -170,7 +144,6 @@ uint32_t OrvBayerImp::AllocData(_OrvImage const* source, _OrvImage* destination)
 }
 
 void OrvBayerImp::ReleaseData() {
-    packed_ = PackedFrames();
     engine8_.reset();
     engine16_.reset();
 }

@@ -3,7 +3,6 @@
 
 #include <array>
 #include <memory>
-#include <opencv2/core.hpp>
 
 #include "OrvBayer.h"
 #include "bayer/DemosaicingIPP.h"
@@ -15,16 +14,6 @@ extern const std::array<uint8_t, 256> g_isBGR;
 // The OpenCV conversion code for a Bayer word, edge-aware for algorithm 2 and bilinear for every other number;
 // -1 for a word that is no Bayer word. Depth does not matter.
 int PixelTypeToBayerType(unsigned pixelType, int algorithm, bool isBGR);
-
-// Algorithms 0 and 2: cv::cvtColor with `code` between the two frames in place, in the source's sample width. Throws
-// cv::Exception. A destination of another size than the source's keeps its pixels.
-//
-// The edge-aware conversion of OpenCV 4.6 takes rows as packed, whatever their step. So rows with padding go through
-// `scratch`, which is kept from frame to frame.
-struct PackedFrames {
-    cv::Mat source, destination;
-};
-void ConvertWithOpenCv(const _OrvImage& source, const _OrvImage& destination, int code, PackedFrames& scratch);
 
 // Algorithm 1: one frame through `engine`. Throws cv::Exception.
 uint32_t ConvertWithEngine(DemosaicingIPP& engine, const _OrvImage& source, _OrvImage& destination);
@@ -47,7 +36,6 @@ private:
 
     long algType_ = 0;
     long noRealloc_ = 0;
-    PackedFrames packed_;
     // At most one of the two lives.
     std::unique_ptr<DemosaicingIPP_8> engine8_;
     std::unique_ptr<DemosaicingIPP_16> engine16_;

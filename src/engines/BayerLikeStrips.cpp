@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "rows/BayerRow.h"
 #include "rows/Lines.h"
 #include "rows/Simd.h"
 #include "rows/StripStages.h"
@@ -13,12 +14,6 @@ namespace {
 
 // Lanes of 16 bits throughout: samples and means have 12 bits, differences 13 with their sign.
 using Lane = int16_t;
-
-ORV_ALWAYS_INLINE Lane RoundedHalf(int a, int b) { return static_cast<Lane>(static_cast<Lane>(a + b + 1) >> 1); }
-
-ORV_ALWAYS_INLINE Lane RoundedQuarter(int a, int b, int c, int d) {
-    return static_cast<Lane>(static_cast<Lane>(a + b + c + d + 2) >> 2);
-}
 
 // A row of the half-size mosaic from the differences pan - colour of its two rows. The mean over a block, two sites of
 // which have half the sum of the other two, rounded up, is half that sum, rounded down.
@@ -38,7 +33,7 @@ ORV_ALWAYS_INLINE void RedRowBody(const Lane* upper, const Lane* lower, const La
     for (int i = 0; i < n; ++i) {
         const Lane left = static_cast<Lane>(-upper[i - 1] - lower[i - 1]);
         const Lane own = static_cast<Lane>(-upper[i] - lower[i]);
-        const Lane filled = static_cast<Lane>(RoundedHalf(left, 0) + RoundedHalf(own, 0));
+        const Lane filled = static_cast<Lane>(RoundedHalf(left, Lane{0}) + RoundedHalf(own, Lane{0}));
         const Lane red = static_cast<Lane>(static_cast<Lane>(filled - upper[i - 1] - lower[i]) >> 2);
         low[i] = Select(redSites[i], red, static_cast<Lane>(own >> 1));
     }
@@ -46,18 +41,10 @@ ORV_ALWAYS_INLINE void RedRowBody(const Lane* upper, const Lane* lower, const La
 ORV_ROW_FUNCTION(RedRow, (const Lane* upper, const Lane* lower, const Lane* redSites, int n, Lane* low),
                  (upper, lower, redSites, n, low))
 
-// The bilinear Bayer conversion. `own` is the colour that the row has beside green, `other` the one of the rows above
-// and below; `greenSites` has all bits at green sites.
+// The bilinear Bayer conversion.
 ORV_ALWAYS_INLINE void DemosaicRowBody(const Lane* up, const Lane* middle, const Lane* down, const Lane* greenSites,
                                        int n, Lane* green, Lane* own, Lane* other) {
-#pragma omp simd
-    for (int i = 0; i < n; ++i) {
-        const Lane cross = RoundedQuarter(up[i], down[i], middle[i - 1], middle[i + 1]);
-        const Lane diagonal = RoundedQuarter(up[i - 1], up[i + 1], down[i - 1], down[i + 1]);
-        green[i] = Select(greenSites[i], middle[i], cross);
-        own[i] = Select(greenSites[i], RoundedHalf(middle[i - 1], middle[i + 1]), middle[i]);
-        other[i] = Select(greenSites[i], RoundedHalf(up[i], down[i]), diagonal);
-    }
+    BayerRowBody<Interpolation::Bilinear, Lane>(up, middle, down, greenSites, n, green, own, other);
 }
 ORV_ROW_FUNCTION(DemosaicRow,
                  (const Lane* up, const Lane* middle, const Lane* down, const Lane* greenSites, int n, Lane* green,

@@ -56,6 +56,19 @@ ORV_ALWAYS_INLINE int32_t Clamp(int32_t v, int32_t low, int32_t high) {
 
 ORV_ALWAYS_INLINE int32_t Abs(int32_t v) { return v < 0 ? -v : v; }
 
+// `a` where the mask has all bits, `b` where it has none.
+template <class Lane>
+ORV_ALWAYS_INLINE Lane Select(Lane mask, Lane a, Lane b) {
+    return static_cast<Lane>((mask & a) | (~mask & b));
+}
+
+template <class Lane>
+ORV_ALWAYS_INLINE Lane Distance(Lane a, Lane b) {
+    const Lane low = a < b ? a : b;
+    const Lane high = a < b ? b : a;
+    return static_cast<Lane>(high - low);
+}
+
 }  // namespace orv
 
 #endif

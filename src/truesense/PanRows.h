@@ -13,12 +13,6 @@
 
 namespace orv {
 
-// `a` where the mask has all bits, `b` where it has none.
-template <class Lane>
-ORV_ALWAYS_INLINE Lane Select(Lane mask, Lane a, Lane b) {
-    return static_cast<Lane>((mask & a) | (~mask & b));
-}
-
 // The mask of every other lane: 0, -1, 0, -1 ...
 template <class Lane>
 void FillAlternate(int n, Lane* mask) {
@@ -36,13 +30,6 @@ ORV_ALWAYS_INLINE Lane Half(Lane a, Lane b) {
 template <class Lane>
 ORV_ALWAYS_INLINE Lane Quarter(Lane a, Lane b, Lane c, Lane d) {
     return static_cast<Lane>(static_cast<Lane>(static_cast<Lane>(a + b) + static_cast<Lane>(c + d)) >> 2);
-}
-
-template <class Lane>
-ORV_ALWAYS_INLINE Lane Distance(Lane a, Lane b) {
-    const Lane low = a < b ? a : b;
-    const Lane high = a < b ? b : a;
-    return static_cast<Lane>(high - low);
 }
 
 // `row` of 2n samples to its even and odd columns.
