@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <iterator>
 
+#include "OrvBayer.h"
 #include "OrvTrueSense.h"
 #include "support/Image.h"
 #include "support/Noise.h"
@@ -82,6 +83,29 @@ TEST(Fork, ChildConvertsAfterOpenMpOfTheHost) {
     ++members;
     ASSERT_EQ(kTeam, members);
     ExpectInChild([] { return ConvertAll().size() == 5 && CountThreads() == 1; });
+}
+
+// Frames large enough to be handed to OpenCV's threads.
+std::vector<std::vector<uint8_t>> ConvertBayer() {
+    Image source(OrvPixelBayerRG16, 16, 1024, 512, 2048);
+    orvtest::Noise noise(7);
+    for (uint8_t& byte : source.bytes) {
+        byte = static_cast<uint8_t>(noise.Next());
+    }
+    std::vector<std::vector<uint8_t>> results;
+    for (const int algorithm : {0, 2}) {
+        Image result(OrvPixelRGB16, 16, 1024, 512, 6144);
+        EXPECT_EQ(0U, BayerToColor(&source.record, &result.record, algorithm));
+        results.push_back(result.bytes);
+    }
+    return results;
+}
+
+TEST(Fork, ChildrenConvertBayerAfterThreadsOfOpenCv) {
+    const auto expected = ConvertBayer();
+    for (int i = 0; i < 50; ++i) {
+        ExpectInChild([&] { return ConvertBayer() == expected && CountThreads() == 1; });
+    }
 }
 
 }  // namespace
