@@ -1,0 +1,164 @@
+// The table of parameters against what components register and engines read.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "OrvBayer.h"
+#include "OrvHelpers.h"
+#include "OrvTrueSense.h"
+#include "support/Noise.h"
+
+namespace {
+
+struct Component {
+    std::unique_ptr<OrvBayer, void (*)(OrvBayer*)> bayer{OrvBayer_CreateComponent(), OrvBayer_DeleteComponent};
+    std::unique_ptr<OrvTrueSense, void (*)(OrvTrueSense*)> trueSense{OrvTrueSense_CreateComponent(),
+                                                                     OrvTrueSense_DeleteComponent};
+};
+
+std::string TextOf(OrvComponent* component, const char* name) {
+    char text[64] = "";
+    unsigned length = sizeof(text);
+    EXPECT_EQ(0U, OrvParam_GetText(component, name, text, &length)) << name;
+    return text;
+}
+
+TEST(Parameters, TableIsWhatComponentsRegister) {
+    const Component components;
+    for (OrvComponent* component : {components.bayer->GetComponent(), components.trueSense->GetComponent()}) {
+        const int family = OrvParam_Family(component);
+        ASSERT_EQ(OrvParam_Count(component), OrvParam_InfoCount(family));
+        for (int i = 0; i < OrvParam_Count(component); ++i) {
+            const OrvParamInfo* info = OrvParam_InfoAt(family, i);
+            char name[64] = "";
+            unsigned length = sizeof(name);
+            ASSERT_EQ(0U, OrvParam_Name(component, i, name, &length));
+            ASSERT_STREQ(name, info->name);
+            SCOPED_TRACE(name);
+            EXPECT_EQ(info, OrvParam_Info(family, name));
+            EXPECT_EQ(info->standardText, TextOf(component, name));
+            EXPECT_NE('\0', info->meaning[0]);
+            EXPECT_NE('\0', info->range[0]);
+            int64_t integer = -1;
+            double number = -1;
+            if (info->type == OrvParamInteger) {
+                ASSERT_EQ(0U, OrvParam_GetInteger(component, name, &integer));
+                EXPECT_EQ(info->standard, static_cast<double>(integer));
+                EXPECT_EQ(0U, OrvParam_SetInteger(component, name, info->integerLimit));
+                if (info->integerLimit < INT64_MAX) {
+                    EXPECT_EQ(0x8001000CU, OrvParam_SetInteger(component, name, info->integerLimit + 1));
+                }
+                EXPECT_EQ(0x8001000CU, OrvParam_SetInteger(component, name, -1));
+                ASSERT_EQ(0U, OrvParam_GetInteger(component, name, &integer));
+                EXPECT_EQ(info->integerLimit, integer);
+                EXPECT_EQ(0x8001000BU, OrvParam_GetFloat(component, name, &number));
+            } else {
+                ASSERT_EQ(0U, OrvParam_GetFloat(component, name, &number));
+                EXPECT_EQ(info->standard, number);
+                EXPECT_EQ(0U, OrvParam_SetFloat(component, name, -1.25));
+                EXPECT_EQ("-1.25", TextOf(component, name));
+                EXPECT_EQ(0U, OrvParam_SetText(component, name, "2.5"));
+                EXPECT_EQ(0x8001000CU, OrvParam_SetText(component, name, "2.5x"));
+                ASSERT_EQ(0U, OrvParam_GetFloat(component, name, &number));
+                EXPECT_EQ(2.5, number);
+                EXPECT_EQ(0x8001000BU, OrvParam_GetInteger(component, name, &integer));
+            }
+        }
+    }
+}
+
+// A dim frame of noise, whose pixels depend on all that an engine reads.
+class TrueSenseFrame {
+public:
+    std::vector<uint16_t> Convert(int algorithm, const std::vector<std::pair<std::string, std::string>>& settings) {
+        const std::unique_ptr<OrvTrueSense, void (*)(OrvTrueSense*)> component(OrvTrueSense_CreateComponent(),
+                                                                               OrvTrueSense_DeleteComponent);
+        OrvComponent* view = component->GetComponent();
+        EXPECT_EQ(0U, OrvParam_SetInteger(view, "TrueSenseAlgType", algorithm));
+        for (const auto& each : settings) {
+            EXPECT_EQ(0U, OrvParam_SetText(view, each.first.c_str(), each.second.c_str()));
+        }
+        std::vector<uint16_t> result(3 * mosaic_.size());
+        _OrvImage source;
+        _OrvImage destination;
+        EXPECT_EQ(0U, OrvFrame_Make(&source, OrvPixelTrueSense12, kSide, kSide, 0, mosaic_.data()));
+        EXPECT_EQ(0U, OrvFrame_Make(&destination, OrvPixelRGB12, kSide, kSide, 0, result.data()));
+        EXPECT_EQ(0U, OrvTrueSense_ConvertImage(component.get(), &source, &destination));
+        return result;
+    }
+
+private:
+    static constexpr int kSide = 32;
+    std::vector<uint16_t> mosaic_ = orvtest::NoiseSamples<uint16_t>(9, kSide* kSide, 1500);
+};
+
+// What the table says about who reads a parameter.
+TEST(Parameters, ChangeTheResultsOfTheAlgorithmsThatReadThem) {
+    TrueSenseFrame frame;
+    for (int algorithm = 0; algorithm < 5; ++algorithm) {
+        for (int i = 2; i < OrvParam_InfoCount(OrvFamilyTrueSense); ++i) {
+            const OrvParamInfo* info = OrvParam_InfoAt(OrvFamilyTrueSense, i);
+            const std::string name = info->name;
+            // All passes of the cleaning on, and the noise model read in the row that the name ends with.
+            static const char* const kRows[] = {"11.04", "17.69", "23.96", "29.91", "36.77"};
+            const bool row = name.rfind("ISO", 0) == 0;
+            const int n = row ? name.back() - '0' : 0;
+            std::vector<std::pair<std::string, std::string>> settings = {
+                {"sharpnessEnable", "1"}, {"panSigma1", "1"},   {"panSigma2", "1"},
+                {"colorRadius2", "1"},    {"colorSigma2", "1"}, {"maxSharpen", "3"}};
+            settings.emplace_back("analogGain", name.find("AnalogGain") != std::string::npos ? "20" : kRows[n]);
+            const std::vector<uint16_t> before = frame.Convert(algorithm, settings);
+            std::string value = info->type == OrvParamInteger ? (info->standard == 0 ? "1" : "0")
+                                                              : std::to_string(3 * info->standard + 40);
+            value = name == "analogGain"        ? "30"
+                    : name == "sharpnessEnable" ? "0"
+                    : name == "colorRadius2"    ? "0"
+                                                : value;
+            value = name == "darkFloor" ? "100" : name == "ISOAnalogGain_0" ? "12" : value;
+            settings.emplace_back(name, value);
+            // Rows 1 and 2 surround an analog gain of 20; the other abscissae do not matter there.
+            const bool unread = (info->algorithms >> algorithm & 1) == 0 || name == "threads_num" ||
+                                name == "ISOAnalogGain_0" || name == "ISOAnalogGain_3" || name == "ISOAnalogGain_4";
+            EXPECT_EQ(unread, before == frame.Convert(algorithm, settings)) << name << " by " << algorithm;
+        }
+    }
+}
+
+TEST(Parameters, RefuseWhatIsNotThere) {
+    const Component components;
+    OrvComponent* component = components.bayer->GetComponent();
+    int64_t integer = 5;
+    double number = 5;
+    char text[8] = "before";
+    unsigned length = sizeof(text);
+    EXPECT_EQ(0, OrvParam_Family(nullptr));
+    EXPECT_EQ(0, OrvParam_Count(nullptr));
+    for (OrvComponent* each : {component, static_cast<OrvComponent*>(nullptr)}) {
+        const char* name = each == nullptr ? "NoRealloc" : nullptr;
+        EXPECT_EQ(0x80070007, OrvParam_GetInteger(each, name, &integer));
+        EXPECT_EQ(0x80070007, OrvParam_SetInteger(each, name, 1));
+        EXPECT_EQ(0x80070007, OrvParam_GetFloat(each, name, &number));
+        EXPECT_EQ(0x80070007, OrvParam_SetFloat(each, name, 1));
+        EXPECT_EQ(0x80070007, OrvParam_GetText(each, name, text, &length));
+        EXPECT_EQ(0x80070007, OrvParam_SetText(each, name, "1"));
+    }
+    EXPECT_EQ(0x80070007, OrvParam_GetInteger(component, "NoRealloc", nullptr));
+    EXPECT_EQ(0x80070007, OrvParam_SetText(component, "NoRealloc", nullptr));
+    EXPECT_EQ(0x8001000AU, OrvParam_GetInteger(component, "norealloc", &integer));
+    EXPECT_EQ(0x80070007, OrvParam_Name(component, 2, text, &length));
+    EXPECT_EQ(0x80070007, OrvParam_Name(component, -1, text, &length));
+    EXPECT_EQ(5, integer);
+    EXPECT_EQ(5, number);
+    EXPECT_STREQ("before", text);
+    EXPECT_EQ(0x80050006, OrvParam_Name(component, 0, text, &length));
+    EXPECT_EQ(13U, length);
+    EXPECT_EQ(nullptr, OrvParam_InfoAt(OrvFamilyTrueSense, 66));
+    EXPECT_EQ(nullptr, OrvParam_InfoAt(4, 0));
+    EXPECT_EQ(nullptr, OrvParam_Info(OrvFamilyBayer, "darkFloor"));
+    EXPECT_EQ(nullptr, OrvParam_Info(OrvFamilyBayer, nullptr));
+}
+
+}  // namespace

@@ -1,0 +1,159 @@
+// Packed rows against the layouts written bit by bit.
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "OrvHelpers.h"
+#include "rows/Simd.h"
+#include "support/Noise.h"
+
+namespace {
+
+// Bytes that end where an unreadable page begins.
+class FencedBytes {
+public:
+    explicit FencedBytes(size_t count) : count_(count) {
+        base_ =
+            static_cast<uint8_t*>(mmap(nullptr, 2 * kPage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+        EXPECT_EQ(0, mprotect(base_ + kPage, kPage, PROT_NONE));
+    }
+    ~FencedBytes() { munmap(base_, 2 * kPage); }
+    FencedBytes(const FencedBytes&) = delete;
+    FencedBytes& operator=(const FencedBytes&) = delete;
+    uint8_t* Data() const { return base_ + kPage - count_; }
+
+private:
+    static constexpr size_t kPage = 4096;
+    size_t count_;
+    uint8_t* base_;
+};
+
+// Where bit `bit` of sample `x` stands: the byte of its row, times 8, plus the bit in it.
+int PlaceOf(int packing, int x, int bit) {
+    const auto pair = [&](int high, int low, int lowBits) {
+        return bit >= lowBits ? 8 * high + bit - lowBits : low + bit;
+    };
+    const int at = 3 * (x / 2);
+    switch (packing) {
+    case OrvPacking10p: return 10 * x + bit;
+    case OrvPacking12p: return 12 * x + bit;
+    case OrvPacking10Packed: return pair(at + 2 * (x % 2), 8 * (at + 1) + 4 * (x % 2), 2);
+    case OrvPacking12Packed: return pair(at + 2 * (x % 2), 8 * (at + 1) + 4 * (x % 2), 4);
+    case OrvPackingRaw10: return pair(5 * (x / 4) + x % 4, 8 * (5 * (x / 4) + 4) + 2 * (x % 4), 2);
+    default: return pair(at + x % 2, 8 * (at + 2) + 4 * (x % 2), 4);
+    }
+}
+
+int64_t RowBytesOf(int packing, int width) {
+    switch (packing) {
+    case OrvPacking10p: return (10 * width + 7) / 8;
+    case OrvPacking12p: return (12 * width + 7) / 8;
+    case OrvPackingRaw10: return 5 * ((width + 3) / 4);
+    case OrvPackingRaw12: return 3 * ((width + 1) / 2);
+    default: return 3 * (width / 2) + 2 * (width & 1);
+    }
+}
+
+class EveryLayout : public testing::TestWithParam<int> {};
+
+TEST_P(EveryLayout, UnpacksRowsOfEveryWidthUpToTheirLastByte) {
+    const int packing = GetParam();
+    const int bits = OrvPacking_Bits(packing);
+    constexpr int kRows = 3;
+    constexpr uint16_t kGuard = 0xA5A5;
+    for (const orv::SimdLevel level : {orv::SimdLevel::Baseline, orv::BestSimdLevel()}) {
+        orv::SetSimdLevel(level);
+        for (int width = 0; width <= 70; ++width) {
+            SCOPED_TRACE(width);
+            const int64_t rowBytes = RowBytesOf(packing, width);
+            ASSERT_EQ(rowBytes, OrvPacking_RowBytes(packing, width));
+            const int64_t stride = rowBytes + width % 4;
+            const int outSamples = width + width % 3;
+            const size_t bytes = width == 0 ? 0 : static_cast<size_t>(2 * stride + rowBytes);
+            const FencedBytes source(bytes);
+            const std::vector<uint8_t> noise = orvtest::NoiseSamples<uint8_t>(11, bytes, 255);
+            std::copy(noise.begin(), noise.end(), source.Data());
+            std::vector<uint16_t> expected(static_cast<size_t>(kRows * outSamples), kGuard);
+            std::vector<uint16_t> got = expected;
+            for (int y = 0; y < kRows; ++y) {
+                for (int x = 0; x < width; ++x) {
+                    int sample = 0;
+                    for (int bit = 0; bit < bits; ++bit) {
+                        const int place = PlaceOf(packing, x, bit);
+                        sample |= ((source.Data()[y * stride + place / 8] >> (place % 8)) & 1) << bit;
+                    }
+                    expected[static_cast<size_t>(y * outSamples + x)] = static_cast<uint16_t>(sample);
+                }
+            }
+            const size_t outBytes = width == 0 ? 0 : static_cast<size_t>(2 * (2 * outSamples + width));
+            ASSERT_EQ(0U, OrvPacking_Unpack(packing, source.Data(), bytes, stride, width, kRows, got.data(), outBytes,
+                                            2 * outSamples));
+            ASSERT_EQ(expected, got);
+            if (width == 0) {
+                continue;
+            }
+            // Bad calls write nothing.
+            const auto refused = [&](uint32_t status, size_t inBytes, int64_t inStride, size_t toBytes,
+                                     int64_t outStride) {
+                EXPECT_EQ(status, OrvPacking_Unpack(packing, source.Data(), inBytes, inStride, width, kRows, got.data(),
+                                                    toBytes, outStride));
+            };
+            refused(0x80070006, bytes - 1, stride, outBytes, 2 * outSamples);
+            refused(0x80070006, bytes, stride, outBytes - 1, 2 * outSamples);
+            refused(0x80070007, bytes, rowBytes - 1, outBytes, 2 * outSamples);
+            refused(0x80070007, bytes, stride, outBytes, 2 * width - 2);
+            refused(0x80070007, bytes, stride, outBytes, 2 * outSamples + 1);
+            EXPECT_EQ(expected, got);
+        }
+    }
+    orv::SetSimdLevel(orv::BestSimdLevel());
+}
+
+INSTANTIATE_TEST_SUITE_P(Packings, EveryLayout, testing::Range(1, 7), [](const testing::TestParamInfo<int>& packing) {
+    return std::string(OrvPacking_Name(packing.param));
+});
+
+TEST(Unpack, VectorsByHand) {
+    const uint8_t three[] = {0xAB, 0xCD, 0xEF};
+    const uint8_t five[] = {0x01, 0x80, 0x40, 0xFF, 0xE4};  // low pairs 0, 1, 2, 3
+    const struct {
+        int packing;
+        std::vector<uint8_t> bytes;
+        std::vector<uint16_t> samples;
+    } vectors[] = {
+        {OrvPacking12p, {three, three + 3}, {0xDAB, 0xEFC}},
+        {OrvPacking12Packed, {three, three + 3}, {0xABD, 0xEFC}},
+        {OrvPackingRaw12, {three, three + 3}, {0xABF, 0xCDE}},
+        {OrvPacking10Packed, {three, three + 3}, {0x2AD, 0x3BC}},
+        {OrvPackingRaw10, {five, five + 5}, {0x004, 0x201, 0x102, 0x3FF}},
+        {OrvPacking10p, {five, five + 5}, {0x001, 0x020, 0x3F4, 0x393}},
+    };
+    for (const auto& each : vectors) {
+        std::vector<uint16_t> got(each.samples.size());
+        const auto width = static_cast<int64_t>(got.size());
+        EXPECT_EQ(0U, OrvPacking_Unpack(each.packing, each.bytes.data(), each.bytes.size(),
+                                        static_cast<int64_t>(each.bytes.size()), width, 1, got.data(), 2 * got.size(),
+                                        2 * width));
+        EXPECT_EQ(each.samples, got) << OrvPacking_Name(each.packing);
+    }
+}
+
+TEST(Unpack, RefusesWhatIsNoFrame) {
+    uint8_t in[8] = {};
+    uint16_t out[4] = {7, 7, 7, 7};
+    for (const int packing : {-1, 0, 7}) {
+        EXPECT_EQ(0x80070007, OrvPacking_Unpack(packing, in, 8, 8, 4, 1, out, 8, 8));
+        EXPECT_EQ(-1, OrvPacking_RowBytes(packing, 4));
+    }
+    EXPECT_EQ(0x80070007, OrvPacking_Unpack(OrvPacking10p, nullptr, 8, 8, 4, 1, out, 8, 8));
+    EXPECT_EQ(0x80070007, OrvPacking_Unpack(OrvPacking10p, in, 8, 8, 4, 1, nullptr, 8, 8));
+    EXPECT_EQ(0x80070007, OrvPacking_Unpack(OrvPacking10p, in, 8, 8, -4, 1, out, 8, 8));
+    EXPECT_EQ(0x80070007, OrvPacking_Unpack(OrvPacking10p, in, 8, 8, 4, -1, out, 8, 8));
+    EXPECT_EQ(0x80070006, OrvPacking_Unpack(OrvPacking10p, in, 8, INT64_MAX, 4, INT64_MAX, out, 8, 8));
+    EXPECT_EQ(0U, OrvPacking_Unpack(OrvPacking10p, nullptr, 0, 8, 4, 0, nullptr, 0, 8));
+    EXPECT_EQ((std::vector<uint16_t>{7, 7, 7, 7}), std::vector<uint16_t>(out, out + 4));
+}
+
+}  // namespace
