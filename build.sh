@@ -7,6 +7,7 @@
 #     ./build.sh lint       clang-format and clang-tidy
 #     ./build.sh bench      the table of speeds relative to OpenCV's bilinear conversion
 #     ./build.sh count      instructions per pixel of every engine, against the recorded ones
+#     ./build.sh python     installs what is missing, builds, passes the tests of the Python package
 #
 # ORV_TEST_VECTORS names a folder of frames with expected results; the tests that want them skip without.
 set -euo pipefail
@@ -43,6 +44,7 @@ logged() {
 
 library="g++ cmake ninja-build libopencv-core-dev libopencv-imgproc-dev"
 tool="libopencv-imgcodecs-dev libcli11-dev"
+python="python3-numpy python3-pytest python3-distributed"
 tests="libgtest-dev libbenchmark-dev pkg-config binutils"
 
 build() { # build PRESET
@@ -85,8 +87,15 @@ count)
     build ci
     bench/instructions.sh build/ci "${@:2}"
     ;;
+python)
+    need $library $tool $python
+    build demo
+    logged install-python cmake --install build/demo --prefix build/python
+    export ORV_LIBRARY=$PWD/build/python/lib PATH=$PWD/build/python/bin:$PATH
+    /usr/bin/python3 -m pytest -q python "${@:2}"
+    ;;
 *)
-    sed -n '2,11s/^# \{0,1\}//p' "$0"
+    sed -n '2,12s/^# \{0,1\}//p' "$0"
     exit 1
     ;;
 esac
