@@ -60,9 +60,11 @@ ORV_ALWAYS_INLINE void BetweenRowsBody(const Lane* near, const Lane* far, int n,
 }
 ORV_ROW_FUNCTION(BetweenRows, (const Lane* near, const Lane* far, int n, Lane* between), (near, far, n, between))
 
-// (4 * near + step) / 16 rounded half to even, where `step` goes to the far neighbour and has 16 bits, the quarter 15.
-// The tie to be rounded down is the one above an even result, 8 above a multiple of 32. `near4` and `near2` are
-// 4 * near, of which low bits count, and near + 2.
+// One step across from `near`, a row of BetweenRows with values of four times a difference, a quarter of the way to its
+// neighbour `near + step`: (4 * near + step) / 16, rounded half to even. The numerator takes 17 bits. In 16 it is done
+// by quarters: (near + (step >> 2) + 2) >> 2 has the same floor and rounds halves up, to the wrong side where an even
+// result lies below; there the numerator is 8 above a multiple of 32, which its low bits tell. `near4` is 4 * near, of
+// which the low bits count, `near2` is near + 2.
 ORV_ALWAYS_INLINE Lane Sixteenth(Lane near4, Lane near2, Lane step) {
     const Lane quarter = static_cast<Lane>(near2 + static_cast<Lane>(step >> 2));
     const Lane down = (static_cast<Lane>(near4 + step) & 31) == 8 ? static_cast<Lane>(-1) : static_cast<Lane>(0);
@@ -70,8 +72,8 @@ ORV_ALWAYS_INLINE Lane Sixteenth(Lane near4, Lane near2, Lane step) {
 }
 
 // One colour of a finished row: `pan` plus the difference, doubled across. `between` has n + 2 lanes from -1 on.
-ORV_ALWAYS_INLINE void ColourRowBody(const Lane* between, const Lane* evenPan, const Lane* oddPan, int n,
-                                     int16_t* colour) {
+ORV_ALWAYS_INLINE void PanPlusDifferenceBody(const Lane* between, const Lane* evenPan, const Lane* oddPan, int n,
+                                             int16_t* colour) {
 #pragma omp simd
     for (int i = 0; i < n; ++i) {
         const Lane near = between[i];
@@ -83,13 +85,21 @@ ORV_ALWAYS_INLINE void ColourRowBody(const Lane* between, const Lane* evenPan, c
         colour[2 * i + 1] = static_cast<int16_t>(oddPan[i] + right);
     }
 }
-ORV_ROW_FUNCTION(ColourRow, (const Lane* between, const Lane* evenPan, const Lane* oddPan, int n, int16_t* colour),
+ORV_ROW_FUNCTION(PanPlusDifference,
+                 (const Lane* between, const Lane* evenPan, const Lane* oddPan, int n, int16_t* colour),
                  (between, evenPan, oddPan, n, colour))
 
-constexpr int kLowRows = RingRowsFor(1, 1, 1);  // rings of rows of the half-size mosaic
-constexpr int kPlaneRows = 2 * kLowRows;        // rings of rows of the plane
+// A step is a row of the half-size mosaic, two rows of the plane.
+enum Stage { kSplit, kPan, kLow, kDemosaic, kFinish };
+constexpr StripPlan kPlan({
+    {2, {}},
+    {2, {{kSplit, 1}}},
+    {1, {{kPan, 0}}},
+    {1, {{kLow, 1}}},
+    {2, {{kSplit, 0}, {kPan, 0}, {kDemosaic, 1}}},
+});
 
-struct StripLines {
+struct BayerLikeLines {
     Lines<Lane> panSites;    // pan samples of the mosaic
     Lines<Lane> colour;      // colour samples of the mosaic
     Lines<Lane> pan;         // pan at their sites
@@ -100,13 +110,15 @@ struct StripLines {
     Lane* between;           // a row of one colour, doubled down
     int16_t* rows[3];        // red, green, blue of a finished row
 
-    StripLines(int W, LineCutter* cutter) {
+    BayerLikeLines(int W, LineCutter* cutter) {
         const int n = W / 2;
-        for (Lines<Lane>* ring : {&panSites, &colour, &pan, &diff}) {
-            *ring = cutter->Ring<Lane>(kPlaneRows, n);
-        }
-        for (Lines<Lane>* ring : {&low, &lowDiff[0], &lowDiff[1], &lowDiff[2]}) {
-            *ring = cutter->Ring<Lane>(kLowRows, n);
+        panSites = cutter->Ring<Lane>(kPlan.RingRows(kSplit), n);
+        colour = cutter->Ring<Lane>(kPlan.RingRows(kSplit, kPan), n);
+        pan = cutter->Ring<Lane>(kPlan.RingRows(kPan), n);
+        diff = cutter->Ring<Lane>(kPlan.RingRows(kPan, kLow), n);
+        low = cutter->Ring<Lane>(kPlan.RingRows(kLow), n);
+        for (Lines<Lane>& ring : lowDiff) {
+            ring = cutter->Ring<Lane>(kPlan.RingRows(kDemosaic), n);
         }
         alternate = cutter->Line<Lane>(n + 1);
         between = cutter->Line<Lane>(n);
@@ -116,35 +128,23 @@ struct StripLines {
     }
 };
 
-class Strip {
+class BayerLikeStrip {
 public:
-    Strip(const int16_t* mosaic, int W, int H, LineCutter cutter, const ColourRowSink& sink)
+    BayerLikeStrip(const int16_t* mosaic, int W, int H, LineCutter cutter, const ColourRowSink& sink)
         : mosaic_(mosaic), W_(W), H_(H), n_(W / 2), h_(H / 2), sink_(sink), lines_(W, &cutter) {
         FillAlternate(n_ + 1, lines_.alternate);
     }
 
     // Rows [first, end) of the half-size mosaic, two rows of the plane each.
     void Run(int first, int end) {
-        const auto split = [this](int l) {
-            Split(2 * l);
-            Split(2 * l + 1);
-        };
-        const auto average = [this](int l) {
-            CompletePan(2 * l);
-            CompletePan(2 * l + 1);
-            Average(l);
-        };
         const auto demosaic = [this](int l) {
             if (l == Inner(l)) {
                 Demosaic(l);
             }
         };
-        const auto finish = [this](int l) {
-            Finish(2 * l);
-            Finish(2 * l + 1);
-        };
-        RunStages(first, end, h_, StripStage{0, split}, StripStage{1, average}, StripStage{1, demosaic},
-                  StripStage{1, finish});
+        RunStages(
+            kPlan, first, end, h_, [this](int y) { Split(y); }, [this](int y) { CompletePan(y); },
+            [this](int l) { Average(l); }, demosaic, [this](int y) { Finish(y); });
     }
 
 private:
@@ -153,8 +153,8 @@ private:
     int Inner(int y) const { return std::min(std::max(y, 1), h_ - 2); }
 
     void Split(int y) const {
-        Lane* pan = lines_.panSites[y];
-        Lane* colour = lines_.colour[y];
+        Lane* pan = lines_.panSites.Make(y);
+        Lane* colour = lines_.colour.Make(y);
         SplitRow<Lane>(mosaic_ + static_cast<ptrdiff_t>(y) * W_, n_, Odd(y) ? colour : pan, Odd(y) ? pan : colour);
     }
 
@@ -163,22 +163,22 @@ private:
         const int below = y == H_ - 1 ? y - 1 : y + 1;
         CompletePanRow<PanTies::Vertical, Lane>(
             {lines_.panSites[above], lines_.panSites[y], lines_.panSites[below], y, y == 0 || y == H_ - 1},
-            lines_.colour[y], n_, lines_.pan[y], lines_.diff[y]);
+            lines_.colour[y], n_, lines_.pan.Make(y), lines_.diff.Make(y));
     }
 
     void Average(int y) const {
         if (Odd(y)) {
-            RedRow(lines_.diff[2 * y], lines_.diff[2 * y + 1], lines_.alternate, n_, lines_.low[y]);
+            RedRow(lines_.diff[2 * y], lines_.diff[2 * y + 1], lines_.alternate, n_, lines_.low.Make(y));
         } else {
-            BlueRow(lines_.diff[2 * y], lines_.diff[2 * y + 1], n_, lines_.low[y]);
+            BlueRow(lines_.diff[2 * y], lines_.diff[2 * y + 1], n_, lines_.low.Make(y));
         }
     }
 
     void Demosaic(int y) const {
-        Lane* own = lines_.lowDiff[Odd(y) ? 0 : 2][y];
-        Lane* other = lines_.lowDiff[Odd(y) ? 2 : 0][y];
+        Lane* own = lines_.lowDiff[Odd(y) ? 0 : 2].Make(y);
+        Lane* other = lines_.lowDiff[Odd(y) ? 2 : 0].Make(y);
         DemosaicRow(lines_.low[y - 1], lines_.low[y], lines_.low[y + 1], lines_.alternate + (y & 1), n_,
-                    lines_.lowDiff[1][y], own, other);
+                    lines_.lowDiff[1].Make(y), own, other);
         for (const Lines<Lane>& ring : lines_.lowDiff) {
             Lane* row = ring[y];
             row[0] = row[1];
@@ -195,7 +195,7 @@ private:
             BetweenRows(lines_.lowDiff[channel][Inner(near)], lines_.lowDiff[channel][Inner(far)], n_, lines_.between);
             lines_.between[-1] = lines_.between[0];
             lines_.between[n_] = lines_.between[n_ - 1];
-            ColourRow(lines_.between, evenPan, oddPan, n_, lines_.rows[channel]);
+            PanPlusDifference(lines_.between, evenPan, oddPan, n_, lines_.rows[channel]);
         }
         sink_.Row(y, lines_.rows[0], lines_.rows[1], lines_.rows[2]);
     }
@@ -205,20 +205,20 @@ private:
     int n_;  // lanes per row
     int h_;  // rows of the half-size mosaic
     const ColourRowSink& sink_;
-    const StripLines lines_;
+    const BayerLikeLines lines_;
 };
 
 }  // namespace
 
 size_t BayerLikeScratchBytes(int W) {
     LineCutter cutter(nullptr);
-    const StripLines lines(W, &cutter);
+    const BayerLikeLines lines(W, &cutter);
     return cutter.Bytes();
 }
 
 void ReconstructBayerLikeStrip(const int16_t* mosaic, int W, int H, int y0, int y1, void* scratch,
                                const ColourRowSink& sink) {
-    Strip(mosaic, W, H, LineCutter(scratch), sink).Run(y0 / 2, y1 / 2);
+    BayerLikeStrip(mosaic, W, H, LineCutter(scratch), sink).Run(y0 / 2, y1 / 2);
 }
 
 }  // namespace orv

@@ -11,7 +11,8 @@ namespace orv {
 
 namespace {
 
-// The difference that is left of `mean` when the colour pan - mean has been stored in 16 bits.
+// A mean of differences becomes the difference of a site: its colour, pan - mean, is a stored sample of 16 bits, which
+// takes part in later sums as it was stored. Lanes of 16 bits are for samples whose sums all fit.
 ORV_ALWAYS_INLINE int16_t Settle(int16_t, int16_t mean) { return mean; }
 ORV_ALWAYS_INLINE int32_t Settle(int32_t pan, int32_t mean) { return pan - static_cast<int16_t>(pan - mean); }
 
@@ -69,8 +70,8 @@ ORV_ROW_TEMPLATE((class Lane), (Lane), DirectionRow,
 // One colour of a whole row, 2n samples in column order: at colour sites from its difference `diff`, at pan sites from
 // the differences of the pair along the direction. `Odd` rows begin with a colour site.
 template <class Lane, bool Odd>
-ORV_ALWAYS_INLINE void ColourRowBody(const Lane* across, const Lane* panSites, const Lane* pan, const Lane* diff,
-                                     const Lane* diffUp, const Lane* diffDown, int n, int16_t* colour) {
+ORV_ALWAYS_INLINE void ColourSitesBody(const Lane* across, const Lane* panSites, const Lane* pan, const Lane* diff,
+                                       const Lane* diffUp, const Lane* diffDown, int n, int16_t* colour) {
 #pragma omp simd
     for (int i = 0; i < n; ++i) {
         const Lane mean =
@@ -81,15 +82,15 @@ ORV_ALWAYS_INLINE void ColourRowBody(const Lane* across, const Lane* panSites, c
         colour[2 * i + 1] = Odd ? atPan : atColour;
     }
 }
-ORV_ROW_TEMPLATE((class Lane, bool Odd), (Lane, Odd), ColourRow,
+ORV_ROW_TEMPLATE((class Lane, bool Odd), (Lane, Odd), ColourSites,
                  (const Lane* across, const Lane* panSites, const Lane* pan, const Lane* diff, const Lane* diffUp,
                   const Lane* diffDown, int n, int16_t* colour),
                  (across, panSites, pan, diff, diffUp, diffDown, n, colour))
 
 // The same on the first and last row of the plane: means of the colour itself, `inner` the only vertical neighbour.
 template <class Lane, bool Odd>
-ORV_ALWAYS_INLINE void ColourRimRowBody(const Lane* pan, const Lane* diff, const Lane* panInner, const Lane* diffInner,
-                                        int n, int16_t* colour) {
+ORV_ALWAYS_INLINE void ColourRimBody(const Lane* pan, const Lane* diff, const Lane* panInner, const Lane* diffInner,
+                                     int n, int16_t* colour) {
     for (int i = 0; i < n; ++i) {
         const int left = Odd ? i : i - 1;
         const Lane inner = static_cast<Lane>(panInner[i] - diffInner[i]);
@@ -101,20 +102,22 @@ ORV_ALWAYS_INLINE void ColourRimRowBody(const Lane* pan, const Lane* diff, const
         colour[2 * i + 1] = Odd ? atPan : atColour;
     }
 }
-ORV_ROW_TEMPLATE((class Lane, bool Odd), (Lane, Odd), ColourRimRow,
+ORV_ROW_TEMPLATE((class Lane, bool Odd), (Lane, Odd), ColourRim,
                  (const Lane* pan, const Lane* diff, const Lane* panInner, const Lane* diffInner, int n,
                   int16_t* colour),
                  (pan, diff, panInner, diffInner, n, colour))
 
-// Rows that the stages after the first reach up and down.
-constexpr int kPanReach = 1;
-constexpr int kSeedReach = 2;
-constexpr int kChromaReach = 2;
-constexpr int kColourReach = 1;
-constexpr int kRingRows = RingRowsFor(kPanReach, kSeedReach, kChromaReach, kColourReach);
+enum Stage { kSplit, kPan, kSeed, kChroma, kFinish };
+constexpr StripPlan kPlan({
+    {1, {}},
+    {1, {{kSplit, 1}}},
+    {1, {{kPan, 2}}},
+    {1, {{kPan, 2}, {kSeed, 2}}},
+    {1, {{kSplit, 0}, {kPan, 1}, {kSeed, 1}, {kChroma, 1}}},
+});
 
 template <class Lane>
-struct StripLines {
+struct FastLines {
     Lines<Lane> panSites;  // pan samples of the mosaic
     Lines<Lane> colour;    // colour samples of the mosaic
     // At colour sites:
@@ -128,10 +131,18 @@ struct StripLines {
     Lane* across;          // directions at the pan sites of a row
     int16_t* rows[3];      // red, green, blue of a finished row
 
-    StripLines(int W, LineCutter* cutter) {
+    FastLines(int W, LineCutter* cutter) {
         const int n = W / 2;
-        for (Lines<Lane>* ring : {&panSites, &colour, &pan, &diff, &green, &diagonal, &own, &other}) {
-            *ring = cutter->Ring<Lane>(kRingRows, n);
+        panSites = cutter->Ring<Lane>(kPlan.RingRows(kSplit), n);
+        colour = cutter->Ring<Lane>(kPlan.RingRows(kSplit, kPan), n);
+        for (Lines<Lane>* ring : {&pan, &diff}) {
+            *ring = cutter->Ring<Lane>(kPlan.RingRows(kPan), n);
+        }
+        for (Lines<Lane>* ring : {&green, &diagonal}) {
+            *ring = cutter->Ring<Lane>(kPlan.RingRows(kSeed), n);
+        }
+        for (Lines<Lane>* ring : {&own, &other}) {
+            *ring = cutter->Ring<Lane>(kPlan.RingRows(kChroma), n);
         }
         alternate = cutter->Line<Lane>(n + 1);
         across = cutter->Line<Lane>(n);
@@ -142,19 +153,17 @@ struct StripLines {
 };
 
 template <class Lane>
-class Strip {
+class FastStrip {
 public:
-    Strip(const int16_t* mosaic, int W, int H, LineCutter cutter, const ColourRowSink& sink)
+    FastStrip(const int16_t* mosaic, int W, int H, LineCutter cutter, const ColourRowSink& sink)
         : mosaic_(mosaic), W_(W), H_(H), n_(W / 2), last_(n_ - 1), sink_(sink), lines_(W, &cutter) {
         FillAlternate(n_ + 1, lines_.alternate);
     }
 
     void Run(int y0, int y1) const {
-        RunStages(y0, y1, H_, StripStage{0, [this](int y) { Split(y); }},
-                  StripStage{kPanReach, [this](int y) { FillPan(y); }},
-                  StripStage{kSeedReach, [this](int y) { Seed(y); }},
-                  StripStage{kChromaReach, [this](int y) { CalculateBlueOrRedComponentFast1(y); }},
-                  StripStage{kColourReach, [this](int y) { Finish(y); }});
+        RunStages(
+            kPlan, y0, y1, H_, [this](int y) { Split(y); }, [this](int y) { FillPan(y); }, [this](int y) { Seed(y); },
+            [this](int y) { CalculateBlueOrRedComponentFast1(y); }, [this](int y) { Finish(y); });
     }
 
 private:
@@ -173,15 +182,15 @@ private:
     }
 
     void Split(int y) const {
-        Lane* pan = lines_.panSites[y];
-        Lane* colour = lines_.colour[y];
+        Lane* pan = lines_.panSites.Make(y);
+        Lane* colour = lines_.colour.Make(y);
         SplitRow<Lane>(mosaic_ + static_cast<ptrdiff_t>(y) * W_, n_, Odd(y) ? colour : pan, Odd(y) ? pan : colour);
         Pad(pan);
     }
 
     void FillPan(int y) const {
-        Lane* pan = lines_.pan[y];
-        Lane* diff = lines_.diff[y];
+        Lane* pan = lines_.pan.Make(y);
+        Lane* diff = lines_.diff.Make(y);
         const PanNeighbours<Lane> sites = {lines_.panSites[Above(y, 1)], lines_.panSites[y],
                                            lines_.panSites[Below(y, 1)], y, Rim(y)};
         CompletePanRow<PanTies::Vertical>(sites, lines_.colour[y], n_, pan, diff);
@@ -194,8 +203,8 @@ private:
         const Lane* down = lines_.diff[Below(y, 2)];
         const Lane* middle = lines_.diff[y];
         const Lane* pan = lines_.pan[y];
-        Lane* green = lines_.green[y];
-        Lane* diagonal = lines_.diagonal[y];
+        Lane* green = lines_.green.Make(y);
+        Lane* diagonal = lines_.diagonal.Make(y);
         SeedRow<Lane>(up, middle, down, pan, GreenSites(y), n_, green, diagonal);
         // In two corners the green site between the missing neighbours counts twice, and the one diagonal neighbour
         // that is left counts half.
@@ -216,8 +225,8 @@ private:
         const int above = Above(y, 2);
         const int below = Below(y, 2);
         const Lane* pan = lines_.pan[y];
-        Lane* own = lines_.own[y];
-        Lane* other = lines_.other[y];
+        Lane* own = lines_.own.Make(y);
+        Lane* other = lines_.other.Make(y);
         ChromaRow<Lane>(lines_.diff[above], lines_.diff[below], lines_.diagonal[above], lines_.diagonal[below],
                         lines_.diff[y], lines_.diagonal[y], pan, GreenSites(y), n_, own, other);
         if (y < 2) {
@@ -248,9 +257,9 @@ private:
         const Lane* diffDown = Difference(below, channel);
         int16_t* colour = lines_.rows[channel];
         if (Rim(y)) {
-            ColourRimRow<Lane, OddRow>(pan, diff, lines_.pan[above], diffUp, n_, colour);
+            ColourRim<Lane, OddRow>(pan, diff, lines_.pan[above], diffUp, n_, colour);
         } else {
-            ColourRow<Lane, OddRow>(lines_.across, lines_.panSites[y], pan, diff, diffUp, diffDown, n_, colour);
+            ColourSites<Lane, OddRow>(lines_.across, lines_.panSites[y], pan, diff, diffUp, diffDown, n_, colour);
         }
         const int end = OddRow ? last_ : 0;
         const Lane beside = static_cast<Lane>(pan[end] - diff[end]);
@@ -279,23 +288,23 @@ private:
     int n_;     // lanes per row
     int last_;  // the last of them
     const ColourRowSink& sink_;
-    const StripLines<Lane> lines_;
+    const FastLines<Lane> lines_;
 };
 
 }  // namespace
 
-size_t StripScratchBytes(int W) {
+size_t FastScratchBytes(int W) {
     LineCutter cutter(nullptr);
-    const StripLines<int32_t> lines(W, &cutter);
+    const FastLines<int32_t> lines(W, &cutter);
     return cutter.Bytes();
 }
 
-void ReconstructStrip(const int16_t* mosaic, int W, int H, int y0, int y1, bool narrow, void* scratch,
-                      const ColourRowSink& sink) {
+void ReconstructFastStrip(const int16_t* mosaic, int W, int H, int y0, int y1, bool narrow, void* scratch,
+                          const ColourRowSink& sink) {
     if (narrow) {
-        Strip<int16_t>(mosaic, W, H, LineCutter(scratch), sink).Run(y0, y1);
+        FastStrip<int16_t>(mosaic, W, H, LineCutter(scratch), sink).Run(y0, y1);
     } else {
-        Strip<int32_t>(mosaic, W, H, LineCutter(scratch), sink).Run(y0, y1);
+        FastStrip<int32_t>(mosaic, W, H, LineCutter(scratch), sink).Run(y0, y1);
     }
 }
 

@@ -19,14 +19,14 @@
 namespace orv {
 
 // Bytes of scratch memory that one strip of a plane of `W` columns needs.
-size_t StripScratchBytes(int W);
+size_t FastScratchBytes(int W);
 
 // Reconstructs rows [y0, y1) of the mosaic and hands them to `sink` in order. `W`, `H`, `y0` and `y1` are multiples of
 // 4. Reads up to 6 more rows of the mosaic on either side; writes `scratch` only.
 //
 // `narrow` promises that every sample of the mosaic lies in 0 to 4095; all sums then fit 16 bits. Else sums are 32-bit
 // and stored samples wrap to signed 16 bits. For such samples both give the same.
-void ReconstructStrip(const int16_t* mosaic, int W, int H, int y0, int y1, bool narrow, void* scratch,
+void ReconstructFastStrip(const int16_t* mosaic, int W, int H, int y0, int y1, bool narrow, void* scratch,
                       const ColourRowSink& sink);
 
 }  // namespace orv

@@ -89,7 +89,7 @@ struct BlockRow {
 };
 
 template <class Lane>
-ORV_ALWAYS_INLINE void LowRowBody(BlockRow<Lane> in, int n, Lane* diff, Lane* pan) {
+ORV_ALWAYS_INLINE void BlockMeansBody(BlockRow<Lane> in, int n, Lane* diff, Lane* pan) {
 #pragma omp simd
     for (int i = 0; i < n; ++i) {
         const Lane upper = in.filled[0][i];
@@ -98,7 +98,8 @@ ORV_ALWAYS_INLINE void LowRowBody(BlockRow<Lane> in, int n, Lane* diff, Lane* pa
         pan[i] = Quarter(in.pan[0][i], upper, lower, in.pan[1][i]);
     }
 }
-ORV_ROW_TEMPLATE((class Lane), (Lane), LowRow, (BlockRow<Lane> in, int n, Lane* diff, Lane* pan), (in, n, diff, pan))
+ORV_ROW_TEMPLATE((class Lane), (Lane), BlockMeans, (BlockRow<Lane> in, int n, Lane* diff, Lane* pan),
+                 (in, n, diff, pan))
 
 // The row of full size behind `low`, smoothed along the row: even and odd columns.
 template <class Lane>
@@ -165,7 +166,7 @@ ORV_ALWAYS_INLINE void CorrectFrom(ColourLanes<Lane> in, const float* m, int i, 
 }
 
 template <class Lane>
-ORV_ALWAYS_INLINE void CorrectRowBody(ColourLanes<Lane> in, const float* m, int n, int16_t* const* out) {
+ORV_ALWAYS_INLINE void CorrectColoursBody(ColourLanes<Lane> in, const float* m, int n, int16_t* const* out) {
     CorrectFrom(in, m, 0, n, out);
 }
 
@@ -217,8 +218,8 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void CorrectLanes(ColourLanes<int16_t> in, con
 }
 
 template <class Lane>
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void CorrectRowBodyAvx2(ColourLanes<Lane> in, const float* m, int n,
-                                                          int16_t* const* out) {
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void CorrectColoursBodyAvx2(ColourLanes<Lane> in, const float* m, int n,
+                                                              int16_t* const* out) {
     if constexpr (sizeof(Lane) == 2) {
         __m256 factors[9];
         for (int i = 0; i < 9; ++i) {
@@ -238,53 +239,63 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void CorrectRowBodyAvx2(ColourLanes<Lane> in, 
     }
 }
 #endif
-ORV_ROW_TEMPLATE_TUNED((class Lane), (Lane), CorrectRow,
+ORV_ROW_TEMPLATE_TUNED((class Lane), (Lane), CorrectColours,
                        (ColourLanes<Lane> in, const float* m, int n, int16_t* const* out), (in, m, n, out))
 
 constexpr int kRadius = 2;  // of the impulse filter
 
+// A step is a row of blocks, two rows of the mosaic. What `impulse` and `smooth` switch reaches nowhere when it is off.
+enum Stage { kBalance, kPan, kLow, kAlong, kComplete, kFinish };
+constexpr StripPlan<6> PlanOf(bool impulse, bool smooth) {
+    return StripPlan<6>({
+        {2, {}},
+        {2, {{kBalance, 1}}},
+        {1, {{kBalance, 0}, {kPan, 0}}},
+        {1, {{kLow, impulse ? kRadius : 0}}},
+        {1, {{kLow, 0}, {kAlong, 1}}},
+        {2, {{kBalance, 0}, {kPan, 0}, {kLow, 0}, {kAlong, 0}, {kComplete, smooth ? 1 : 0}}},
+    });
+}
+
 template <class Lane>
-struct StripLines {
+struct SimpleLines {
     // Of sites:
     Lines<Lane> panSites;  // pan samples of the mosaic
     Lines<Lane> colour;    // colour samples of the mosaic
     Lines<Lane> pan;       // pan at colour sites
     // Of blocks:
     Lines<Lane> lowColorDiff;          // colour - pan
-    Lines<Lane> filtered;              // the same without impulses
+    Lane* filtered;                    // the same without impulses
     Lines<Lane> lowPan;                // mean pan
     Lines<Lane> chroma, along;         // filled along rows: the one of red and blue on the row, green
     Lines<Lane> low[kChannels];        // differences of red, green, blue; of red or blue, whichever is not in `chroma`
     Lines<Lane> smooth[kChannels][2];  // the same smoothed along the row, even and odd columns
     Lines<Lane> panSmooth[2];          // mean pan smoothed along the row, even and odd columns
-    Lane* lowPanFull[4];               // mean pan at full size: even and odd columns of the two rows of blocks
+    Lane* lowPanFull[2];               // mean pan at full size: even and odd columns of a row
     Lane* full[kChannels][2];          // smoothed differences of a row, even and odd columns
     Lane* alternate;                   // 0, -1, 0, -1 ...
     int16_t* rows[kChannels];          // red, green, blue of a finished row
 
-    // The impulse filter and the smoothing passes, which `filters` provides for, want longer rings.
-    StripLines(int W, bool filters, LineCutter* cutter) {
+    SimpleLines(int W, const StripPlan<6>& plan, LineCutter* cutter) {
         const int n = W / 2;
-        panSites = cutter->Ring<Lane>(filters ? 16 : 8, n);
-        colour = cutter->Ring<Lane>(4, n);
-        pan = cutter->Ring<Lane>(filters ? 16 : 4, n);
-        lowColorDiff = cutter->Ring<Lane>(filters ? 8 : 4, n);
-        filtered = cutter->Ring<Lane>(filters ? 8 : 1, n);
-        lowPan = cutter->Ring<Lane>(filters ? 8 : 2, n);
-        chroma = cutter->Ring<Lane>(4, n);
-        along = cutter->Ring<Lane>(4, n);
-        const int lowRows = filters ? 4 : 1;
+        panSites = cutter->Ring<Lane>(plan.RingRows(kBalance), n);
+        colour = cutter->Ring<Lane>(plan.RingRows(kBalance, kLow), n);
+        pan = cutter->Ring<Lane>(plan.RingRows(kPan), n);
+        lowColorDiff = cutter->Ring<Lane>(plan.RingRows(kLow, kAlong), n);
+        filtered = cutter->Line<Lane>(n);
+        lowPan = cutter->Ring<Lane>(plan.RingRows(kLow), n);
+        chroma = cutter->Ring<Lane>(plan.RingRows(kAlong), n);
+        along = cutter->Ring<Lane>(plan.RingRows(kAlong, kComplete), n);
         for (int channel = 0; channel < kChannels; ++channel) {
-            low[channel] = cutter->Ring<Lane>(lowRows, n);
+            low[channel] = cutter->Ring<Lane>(plan.RingRows(kComplete), n);
             for (int column = 0; column < 2; ++column) {
-                smooth[channel][column] = cutter->Ring<Lane>(lowRows, n);
+                smooth[channel][column] = cutter->Ring<Lane>(plan.RingRows(kComplete), n);
                 full[channel][column] = cutter->Line<Lane>(n);
             }
         }
-        panSmooth[0] = cutter->Ring<Lane>(lowRows, n);
-        panSmooth[1] = cutter->Ring<Lane>(lowRows, n);
-        for (Lane*& row : lowPanFull) {
-            row = cutter->Line<Lane>(n);
+        for (int column = 0; column < 2; ++column) {
+            panSmooth[column] = cutter->Ring<Lane>(plan.RingRows(kComplete), n);
+            lowPanFull[column] = cutter->Line<Lane>(n);
         }
         alternate = cutter->Line<Lane>(n + 1);
         for (int16_t*& row : rows) {
@@ -307,7 +318,9 @@ public:
           lowH_(H / 2),
           settings_(settings),
           sink_(sink),
-          lines_(W, Filters, &cutter) {
+          plan_(PlanOf(Filters && settings.impulseFilter,
+                       Filters && (settings.panSmoothEnable || settings.colorSmoothEnable))),
+          lines_(W, plan_, &cutter) {
         FillAlternate(n_ + 1, lines_.alternate);
         unitPan_ = settings.panGain == 1.0;
         unitColour_ = settings.redGain == 1.0 && settings.greenGain == 1.0 && settings.blueGain == 1.0;
@@ -317,26 +330,11 @@ public:
     }
 
     void Run(int y0, int y1) {
-        const auto balance = [this](int l) {
-            CalculateWhiteBalance(2 * l);
-            CalculateWhiteBalance(2 * l + 1);
-        };
-        const auto makeLow = [this](int l) {
-            InterpolatePanFast(2 * l);
-            InterpolatePanFast(2 * l + 1);
-            GenerateLow(l);
-        };
-        const auto finish = [this](int l) {
-            LowPanUpSample(l);
-            ColorCorrection(2 * l);
-            ColorCorrection(2 * l + 1);
-        };
-        const int filter = impulseFilter_ ? kRadius : 0;
-        const int smooth = panSmoothEnable_ || colorSmoothEnable_ ? 1 : 0;
-        // Rows of blocks.
-        RunStages(y0 / 2, y1 / 2, lowH_, StripStage{0, balance}, StripStage{1, makeLow},
-                  StripStage{filter, [this](int l) { CalculateImpulseFilter(l); }},
-                  StripStage{1, [this](int l) { LowColorDiffUpSample(l); }}, StripStage{smooth, finish});
+        RunStages(
+            plan_, y0 / 2, y1 / 2, lowH_, [this](int y) { CalculateWhiteBalance(y); },
+            [this](int y) { InterpolatePanFast(y); }, [this](int l) { GenerateLow(l); },
+            [this](int l) { CalculateImpulseFilter(l); }, [this](int l) { LowColorDiffUpSample(l); },
+            [this](int y) { Finish(y); });
     }
 
 private:
@@ -349,8 +347,8 @@ private:
     int BelowOrOwn(int l) const { return l + 1 == lowH_ ? l : l + 1; }
 
     void CalculateWhiteBalance(int y) const {
-        Lane* pan = lines_.panSites[y];
-        Lane* colour = lines_.colour[y];
+        Lane* pan = lines_.panSites.Make(y);
+        Lane* colour = lines_.colour.Make(y);
         SplitRow<Lane>(mosaic_ + static_cast<ptrdiff_t>(y) * W_, n_, Odd(y) ? colour : pan, Odd(y) ? pan : colour);
         if (!unitPan_) {
             const Gain gain = Gain::Make(settings_.panGain);
@@ -370,7 +368,7 @@ private:
         const bool rim = y == 0 || y == H_ - 1;
         const PanNeighbours<Lane> sites = {lines_.panSites[Above(y)], lines_.panSites[y], lines_.panSites[Below(y, H_)],
                                            y, rim};
-        CompletePanRow<PanTies::OddRows>(sites, n_, lines_.pan[y]);
+        CompletePanRow<PanTies::OddRows>(sites, n_, lines_.pan.Make(y));
     }
 
     void GenerateLow(int l) const {
@@ -378,14 +376,14 @@ private:
         const BlockRow<Lane> blocks = {{lines_.panSites[y], lines_.panSites[y + 1]},
                                        {lines_.colour[y], lines_.colour[y + 1]},
                                        {lines_.pan[y], lines_.pan[y + 1]}};
-        LowRow<Lane>(blocks, n_, lines_.lowColorDiff[l], lines_.lowPan[l]);
+        BlockMeans<Lane>(blocks, n_, lines_.lowColorDiff.Make(l), lines_.lowPan.Make(l));
     }
 
     // The differences that the completion reads, filled along the row.
     void CalculateImpulseFilter(int l) const {
         const Lane* diff = lines_.lowColorDiff[l];
         if (impulseFilter_) {
-            Lane* row = lines_.filtered[l];
+            Lane* row = lines_.filtered;
             diff = row;
             std::copy(lines_.lowColorDiff[l], lines_.lowColorDiff[l] + n_, row);
             if (l >= kRadius && l < lowH_ - kRadius) {
@@ -393,7 +391,7 @@ private:
                               lines_.lowColorDiff[l + 1], lines_.lowColorDiff[l + kRadius], kRadius, n_, row);
             }
         }
-        FillAlongRow(diff, l, n_, lines_.alternate, lines_.chroma[l], lines_.along[l]);
+        FillAlongRow(diff, l, n_, lines_.alternate, lines_.chroma.Make(l), lines_.along.Make(l));
     }
 
     // Finished differences of a row of blocks.
@@ -405,39 +403,45 @@ private:
         const int up = Above(l);
         const int down = Below(l, lowH_);
         const Lines<Lane>& along = lines_.along;
-        FillOtherChroma(lines_.chroma[up], lines_.chroma[down], n_, Difference(Odd(l) ? 2 : 0, l));
+        FillOtherChroma(lines_.chroma[up], lines_.chroma[down], n_, lines_.low[Odd(l) ? 2 : 0].Make(l));
         FillGreen(along[up], along[l], along[down], l, l == 0 || l == lowH_ - 1, n_, lines_.alternate,
-                  Difference(1, l));
+                  lines_.low[1].Make(l));
         if (colorSmoothEnable_) {
             for (int channel = 0; channel < kChannels; ++channel) {
-                SmoothRow(Difference(channel, l), lines_.smooth[channel][0][l], lines_.smooth[channel][1][l]);
+                SmoothRow(Difference(channel, l), lines_.smooth[channel], l);
             }
+        }
+        if (panSmoothEnable_) {
+            SmoothRow(lines_.lowPan[l], lines_.panSmooth, l);
         }
     }
 
     // The two halves of CalculateConvolveSimple1D over rows of full size, each of which stands twice in each direction.
-    void SmoothRow(Lane* low, Lane* even, Lane* odd) const {
+    void SmoothRow(Lane* low, const Lines<Lane>* across, int l) const {
         low[-1] = low[0];
         low[n_] = low[last_];
-        SmoothAcross<Lane>(low, n_, even, odd);
+        SmoothAcross<Lane>(low, n_, across[0].Make(l), across[1].Make(l));
     }
     void SmoothColumns(const Lines<Lane>& across, int y, Lane* out) const {
         const int l = y >> 1;
         SmoothAlong<Lane>(across[l], across[Odd(y) ? BelowOrOwn(l) : AboveOrOwn(l)], n_, out);
     }
 
-    // Nothing reads the result.
-    void LowPanUpSample(int l) const {
-        Replicate<Lane>(lines_.lowPan[l], n_, lines_.lowPanFull[0], lines_.lowPanFull[1]);
-        Replicate<Lane>(lines_.lowPan[l], n_, lines_.lowPanFull[2], lines_.lowPanFull[3]);
-        if (panSmoothEnable_) {
-            for (const int row : {AboveOrOwn(l), l, BelowOrOwn(l)}) {
-                SmoothRow(lines_.lowPan[row], lines_.panSmooth[0][row], lines_.panSmooth[1][row]);
-            }
-            for (int i = 0; i < 4; ++i) {
-                SmoothColumns(lines_.panSmooth[i & 1], 2 * l + i / 2, lines_.lowPanFull[i]);
-            }
+    // Mean pan at full size. No later stage reads it: the branch belongs to the method, is kept on purpose, and is part
+    // of its cost.
+    void LowPanUpSample(int y) const {
+        if (!panSmoothEnable_) {
+            Replicate<Lane>(lines_.lowPan[y >> 1], n_, lines_.lowPanFull[0], lines_.lowPanFull[1]);
+            return;
         }
+        for (int column = 0; column < 2; ++column) {
+            SmoothColumns(lines_.panSmooth[column], y, lines_.lowPanFull[column]);
+        }
+    }
+
+    void Finish(int y) const {
+        LowPanUpSample(y);
+        ColorCorrection(y);
     }
 
     void ColorCorrection(int y) const {
@@ -454,7 +458,7 @@ private:
                 }
             }
         }
-        CorrectRow<Lane>(lanes, settings_.matrix, n_, lines_.rows);
+        CorrectColours<Lane>(lanes, settings_.matrix, n_, lines_.rows);
         sink_.Row(y, lines_.rows[0], lines_.rows[1], lines_.rows[2]);
     }
 
@@ -467,7 +471,8 @@ private:
     const ColourRowSink& sink_;
     bool unitPan_, unitColour_;  // gains
     bool impulseFilter_, panSmoothEnable_, colorSmoothEnable_;
-    const StripLines<Lane> lines_;
+    const StripPlan<6> plan_;
+    const SimpleLines<Lane> lines_;
 };
 
 // True when a gain brings every sample to 12 bits.
@@ -479,7 +484,7 @@ bool AllClamp(const SimpleSettings& settings) {
 
 size_t SimpleScratchBytes(int W) {
     LineCutter cutter(nullptr);
-    const StripLines<int32_t> lines(W, true, &cutter);
+    const SimpleLines<int32_t> lines(W, PlanOf(true, true), &cutter);
     return cutter.Bytes();
 }
 

@@ -15,7 +15,7 @@ int TrueSenseToRgb<T>::InitRGB(unsigned short const* src, _OrvRect rect, _OrvSiz
 // The team of Calculate decides, so this follows `threads_num` from frame to frame.
 template <class T>
 bool TrueSenseToRgb<T>::Reserve(const orv::EngineFrame& frame) {
-    return rings_.Reserve(orv::StripScratchBytes(frame.geometry.W), frame.geometry.H, frame.Threads());
+    return rings_.Reserve(orv::FastScratchBytes(frame.geometry.W), frame.geometry.H, frame.Threads());
 }
 
 template <class T>
@@ -23,7 +23,7 @@ int TrueSenseToRgb<T>::Reconstruct(const orv::EngineFrame& frame, const orv::Col
     const int W = frame.geometry.W;
     const int H = frame.geometry.H;
     orv::ForEachBandWithWorker(H, rings_.Workers(), [&](int worker, int y0, int y1) {
-        orv::ReconstructStrip(frame.mosaic, W, H, y0, y1, frame.narrow, rings_.Of(worker), sink);
+        orv::ReconstructFastStrip(frame.mosaic, W, H, y0, y1, frame.narrow, rings_.Of(worker), sink);
     });
     return 0;
 }

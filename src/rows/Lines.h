@@ -2,6 +2,9 @@
 #ifndef ORV_ROWS_LINES_H
 #define ORV_ROWS_LINES_H
 
+#include <algorithm>
+#include <cassert>
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 
@@ -12,8 +15,24 @@ struct Lines {
     T* base = nullptr;
     ptrdiff_t stride = 0;  // elements
     int mask = -1;         // all bits for a plane, 2^k - 1 for a ring of 2^k rows
+#ifndef NDEBUG
+    int* holds = nullptr;  // the rows that a ring holds, by place; null for a plane
+#endif
 
-    T* operator[](int y) const { return base + (y & mask) * stride; }
+    // A row that has been made and that its ring still holds.
+    T* operator[](int y) const {
+        assert((holds == nullptr || holds[y & mask] == y) && "the ring no longer holds this row, or never did");
+        return base + (y & mask) * stride;
+    }
+    // The place of a row that is about to be made.
+    T* Make(int y) const {
+#ifndef NDEBUG
+        if (holds != nullptr) {
+            holds[y & mask] = y;
+        }
+#endif
+        return base + (y & mask) * stride;
+    }
 };
 
 // Cuts lines out of a block of memory, each aligned to a cache line and with a spare cache line on either side. Made on
@@ -26,6 +45,12 @@ public:
     Lines<T> Ring(int rows, ptrdiff_t n) {
         Lines<T> lines = Plane<T>(rows, n);
         lines.mask = rows - 1;
+#ifndef NDEBUG
+        lines.holds = Line<int>(rows);
+        if (lines.holds != nullptr) {
+            std::fill(lines.holds, lines.holds + rows, INT_MIN);
+        }
+#endif
         return lines;
     }
     template <class T>
