@@ -33,7 +33,7 @@ public:
                 const int rows = stages[read.stage].rows;
                 const int reach = (read.reach + rows - 1) / rows;
                 ahead_[read.stage] = std::max(ahead_[read.stage], ahead_[reader] + reach);
-                reach_[read.stage][reader] = reach + 1;
+                reach_[read.stage][reader] = std::max(reach_[read.stage][reader], reach + 1);
             }
         }
     }

@@ -15,16 +15,16 @@ namespace {
 ORV_ALWAYS_INLINE int32_t Smooth(int32_t near, int32_t far) { return (3 * near + far) >> 2; }
 
 // Twice the samples along the row. Reads one sample on either side.
-ORV_ALWAYS_INLINE void DoubleRowBody(const int32_t* low, int n, int32_t* out) {
+ORV_ALWAYS_INLINE void DoubleAlongBody(const int32_t* low, int n, int32_t* out) {
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
         out[2 * x] = Smooth(low[x], low[x - 1]);
         out[2 * x + 1] = Smooth(low[x], low[x + 1]);
     }
 }
-ORV_ROW_FUNCTION(DoubleRow, (const int32_t* low, int n, int32_t* out), (low, n, out))
+ORV_ROW_FUNCTION(DoubleAlong, (const int32_t* low, int n, int32_t* out), (low, n, out))
 
-constexpr int kChunk = 512;  // pixels that a row function takes through its local lines at a time
+constexpr int kPixelsAtOnce = 512;  // pixels that a row function takes through its local lines at a time
 
 // The rows of double width that a row lies between: of its own block, and the next beyond it.
 struct RowPair {
@@ -33,17 +33,17 @@ struct RowPair {
 };
 
 // Cleaned pan of one row as gamma codes.
-ORV_ALWAYS_INLINE void CodeRowBody(RowPair pan, int n, int16_t* code) {
+ORV_ALWAYS_INLINE void CodesOfPanUpBody(RowPair pan, int n, int16_t* code) {
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
         code[x] = static_cast<int16_t>(Smooth(pan.near[x], pan.far[x]) >> 16);
     }
 }
-ORV_ROW_FUNCTION(CodeRow, (RowPair pan, int n, int16_t* code), (pan, n, code))
+ORV_ROW_FUNCTION(CodesOfPanUp, (RowPair pan, int n, int16_t* code), (pan, n, code))
 
-// Gamma codes of the three colours: pan and difference; n at most kChunk.
-ORV_ALWAYS_INLINE void ColorCodesBody(RowPair pan, RowPair red, RowPair green, RowPair blue, int n, int16_t* codeR,
-                                      int16_t* codeG, int16_t* codeB) {
+// Gamma codes of the three colours: pan and difference; n at most kPixelsAtOnce.
+ORV_ALWAYS_INLINE void CodesOfColoursBody(RowPair pan, RowPair red, RowPair green, RowPair blue, int n, int16_t* codeR,
+                                          int16_t* codeG, int16_t* codeB) {
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
         const int32_t p = Smooth(pan.near[x], pan.far[x]);
@@ -52,14 +52,14 @@ ORV_ALWAYS_INLINE void ColorCodesBody(RowPair pan, RowPair red, RowPair green, R
         codeB[x] = CodeOf(p + Smooth(blue.near[x], blue.far[x]));
     }
 }
-ORV_ROW_FUNCTION(ColorCodes,
+ORV_ROW_FUNCTION(CodesOfColours,
                  (RowPair pan, RowPair red, RowPair green, RowPair blue, int n, int16_t* codeR, int16_t* codeG,
                   int16_t* codeB),
                  (pan, red, green, blue, n, codeR, codeG, codeB))
 
-// The detail of n pixels, at most kChunk, as gamma codes: from what the sharpener knows of them and their entries of
-// its two tables.
-struct DetailRow {
+// The detail of n pixels, at most kPixelsAtOnce, as gamma codes: from what the sharpener knows of them and their
+// entries of its two tables.
+struct DetailSources {
     const int16_t* fullPan;  // pan with its noise
     const int16_t* code;     // cleaned pan
     const int16_t* lowpass;  // its surroundings
@@ -68,8 +68,8 @@ struct DetailRow {
     const float* restore;
 };
 
-ORV_ALWAYS_INLINE void DetailRowOfBody(const DetailRow& row, float maxSharpen, int n, int16_t* detail) {
-    const DetailRow in = row;
+ORV_ALWAYS_INLINE void MakeDetailBody(const DetailSources& row, float maxSharpen, int n, int16_t* detail) {
+    const DetailSources in = row;
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
         const float gain = SharpenGain(in.edge[x], in.threshold[x], maxSharpen);
@@ -86,9 +86,9 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256 FloatsOf(__m256i words, int half) {
     return _mm256_cvtepi32_ps(WidenHalf(words, half));
 }
 
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void DetailRowOfBodyAvx2(const DetailRow& row, float maxSharpen, int n,
-                                                           int16_t* detail) {
-    const DetailRow in = row;
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void MakeDetailBodyAvx2(const DetailSources& row, float maxSharpen, int n,
+                                                          int16_t* detail) {
+    const DetailSources in = row;
     const __m256 one = _mm256_set1_ps(1.0F), most = _mm256_set1_ps(maxSharpen), high = _mm256_set1_ps(1023.0F);
     for (int x = 0; x < n; x += 16) {
         const __m256i code = Words(in.code + x);
@@ -109,7 +109,7 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void DetailRowOfBodyAvx2(const DetailRow& row,
 }
 #endif
 
-ORV_ROW_FUNCTION_TUNED(DetailRowOf, (const DetailRow& row, float maxSharpen, int n, int16_t* detail),
+ORV_ROW_FUNCTION_TUNED(MakeDetail, (const DetailSources& row, float maxSharpen, int n, int16_t* detail),
                        (row, maxSharpen, n, detail))
 
 // Weighted sums 1-2-1 of codes two columns apart, on columns [2, n - 2).
@@ -122,7 +122,8 @@ ORV_ALWAYS_INLINE void SumAlongBody(const int16_t* code, int n, int16_t* sum) {
 ORV_ROW_FUNCTION(SumAlong, (const int16_t* code, int n, int16_t* sum), (code, n, sum))
 
 // Edge response on columns [1, n - 1): a cross and a diagonal one.
-ORV_ALWAYS_INLINE void EdgeRowBody(const int16_t* up, const int16_t* mid, const int16_t* down, int n, int16_t* edge) {
+ORV_ALWAYS_INLINE void EdgeResponseBody(const int16_t* up, const int16_t* mid, const int16_t* down, int n,
+                                        int16_t* edge) {
 #pragma omp simd
     for (int x = 1; x < n - 1; ++x) {
         const auto cross = static_cast<int16_t>(down[x] + up[x] - (mid[x + 1] + mid[x - 1]));
@@ -130,17 +131,18 @@ ORV_ALWAYS_INLINE void EdgeRowBody(const int16_t* up, const int16_t* mid, const 
         edge[x] = static_cast<int16_t>(static_cast<int16_t>(Abs(cross)) + static_cast<int16_t>(Abs(diagonal)));
     }
 }
-ORV_ROW_FUNCTION(EdgeRow, (const int16_t* up, const int16_t* mid, const int16_t* down, int n, int16_t* edge),
+ORV_ROW_FUNCTION(EdgeResponse, (const int16_t* up, const int16_t* mid, const int16_t* down, int n, int16_t* edge),
                  (up, mid, down, n, edge))
 
 // Mean code of the surroundings, from three rows of sums.
-ORV_ALWAYS_INLINE void LowpassRowBody(const int16_t* up, const int16_t* mid, const int16_t* down, int n, int16_t* low) {
+ORV_ALWAYS_INLINE void LowpassOfSumsBody(const int16_t* up, const int16_t* mid, const int16_t* down, int n,
+                                         int16_t* low) {
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
         low[x] = static_cast<int16_t>(static_cast<int16_t>(up[x] + 2 * mid[x] + down[x]) >> 4);
     }
 }
-ORV_ROW_FUNCTION(LowpassRow, (const int16_t* up, const int16_t* mid, const int16_t* down, int n, int16_t* low),
+ORV_ROW_FUNCTION(LowpassOfSums, (const int16_t* up, const int16_t* mid, const int16_t* down, int n, int16_t* low),
                  (up, mid, down, n, low))
 
 ORV_ALWAYS_INLINE void BrightenRowBody(const int16_t* add, int n, int16_t* color) {
@@ -153,6 +155,37 @@ ORV_ROW_FUNCTION(BrightenRow, (const int16_t* add, int n, int16_t* color), (add,
 
 enum { kRed, kGreen, kBlue, kColors };
 
+// A step is a row of the half-size planes.
+enum Stage {
+    kCleanColor,
+    kCleanPan = kCleanColor + kCleanStages,
+    kDoublePan = kCleanPan + kCleanStages,
+    kFill,
+    kComplete,
+    kCodes,
+    kFinish,
+    kStages
+};
+using ColourPlan = StripPlan<kStages>;
+ColourPlan PlanOf(const ColourFrame& frame) {
+    const auto color = [&](int stage) { return CleanStage(*frame.color, kCleanColor, stage); };
+    const auto pan = [&](int stage) { return CleanStage(*frame.pan, kCleanPan, stage); };
+    constexpr int kCleanedColor = kCleanPan - 1, kCleanedPan = kDoublePan - 1;
+    return ColourPlan({
+        color(0),
+        color(1),
+        color(2),
+        pan(0),
+        pan(1),
+        pan(2),
+        {1, {{kCleanedPan, 0}}},
+        {1, {{kCleanedColor, 0}}},
+        {1, {{kFill, 1}}},
+        {2, {{kDoublePan, 1}}},
+        {2, {{kDoublePan, 1}, {kComplete, 1}, {kCodes, frame.settings->sharpen ? 2 : 0}}},
+    });
+}
+
 struct ColourLines {
     Lines<int32_t> chroma, green;     // the mosaic filled along rows
     int32_t* alternate;               // 0, -1, 0, -1 ...
@@ -163,18 +196,18 @@ struct ColourLines {
     int16_t *edge, *lowpass;
     int16_t* out[kColors];
 
-    ColourLines(int W, LineCutter* cutter) {
+    ColourLines(int W, const ColourPlan& plan, LineCutter* cutter) {
         const int n = W / 2;
-        chroma = cutter->Ring<int32_t>(4, n);
-        green = cutter->Ring<int32_t>(4, n);
+        chroma = cutter->Ring<int32_t>(plan.RingRows(kFill), n);
+        green = cutter->Ring<int32_t>(plan.RingRows(kFill), n);
         alternate = cutter->Line<int32_t>(n + 1);
         low = cutter->Line<int32_t>(n);
         for (Lines<int32_t>& ring : doubled) {
-            ring = cutter->Ring<int32_t>(2, W);
+            ring = cutter->Ring<int32_t>(plan.RingRows(kComplete), W);
         }
-        doubledPan = cutter->Ring<int32_t>(4, W);
-        code = cutter->Ring<int16_t>(8, W);
-        sum = cutter->Ring<int16_t>(8, W);
+        doubledPan = cutter->Ring<int32_t>(plan.RingRows(kDoublePan), W);
+        code = cutter->Ring<int16_t>(plan.RingRows(kCodes), W);
+        sum = cutter->Ring<int16_t>(plan.RingRows(kCodes), W);
         edge = cutter->Line<int16_t>(W);
         lowpass = cutter->Line<int16_t>(W);
         for (int16_t*& row : out) {
@@ -185,70 +218,63 @@ struct ColourLines {
 
 class ColourStrip {
 public:
-    // Rows [y0, y1).
-    ColourStrip(const ColourFrame& frame, int y0, int y1, LineCutter cutter, const ColourRowSink& sink)
+    // With a cutter made on null it only counts.
+    ColourStrip(const ColourFrame& frame, LineCutter* cutter)
         : frame_(frame),
           settings_(*frame.settings),
-          sink_(sink),
           W_(frame.W),
           H_(frame.H),
           n_(frame.W / 2),
           rows_(frame.H / 2),
-          y0_(y0),
-          y1_(y1),
-          lines_(W_, &cutter),
-          color_(*frame.color, y0 / 2 - kHalo, y1 / 2 + kHalo, &cutter),
-          pan_(*frame.pan, y0 / 2 - kHalo, y1 / 2 + kHalo, &cutter) {
-        FillAlternate(n_ + 1, lines_.alternate);
-    }
+          plan_(PlanOf(frame)),
+          lines_(W_, plan_, cutter),
+          color_(*frame.color, plan_, kCleanColor, cutter),
+          pan_(*frame.pan, plan_, kCleanPan, cutter) {}
 
-    void Run() const {
-        const int i0 = y0_ / 2, i1 = y1_ / 2;
-        const auto within = [this, i0, i1](int i, int halo) {
-            return i >= std::max(0, i0 - halo) && i < std::min(rows_, i1 + halo);
+    // Rows [y0, y1).
+    void Run(int y0, int y1, const ColourRowSink& sink) const {
+        FillAlternate(n_ + 1, lines_.alternate);
+        const bool color = !settings_.mono;
+        const auto cleanColor = [this, color](int stage) {
+            return [this, color, stage](int i) {
+                if (color) {
+                    color_.Make(stage, i);
+                }
+            };
         };
-        // Rows 2i - 1 and 2i lie between rows i - 1 and i of the half-size planes. Colours follow one step behind pan,
-        // since the sharpener looks two rows ahead.
-        for (int t = i0 - kHalo - std::max(color_.Lead(), pan_.Lead()); t <= i1 + 1; ++t) {
-            pan_.Step(t);
-            if (!settings_.mono) {
-                color_.Step(t);
+        const auto cleanPan = [this](int stage) { return [this, stage](int i) { pan_.Make(stage, i); }; };
+        const auto fill = [this, color](int i) {
+            if (color) {
+                FillAlongRow(color_[i], i, n_, lines_.alternate, lines_.chroma.Make(i), lines_.green.Make(i));
             }
-            if (within(t, kHalo)) {
-                DoublePan(t);
-                if (!settings_.mono) {
-                    FillAlongRow(color_[t], t, n_, lines_.alternate, lines_.chroma[t], lines_.green[t]);
-                }
+        };
+        const auto complete = [this, color](int i) {
+            if (color) {
+                DoubleColors(i);
             }
-            if (within(t - 1, 1) && !settings_.mono) {
-                DoubleColors(t - 1);
+        };
+        const auto codes = [this](int y) {
+            if (settings_.sharpen) {
+                MakeCodes(y);
             }
-            for (const int y : {2 * t - 1, 2 * t}) {
-                if (settings_.sharpen && y >= std::max(0, y0_ - 2) && y < std::min(H_, y1_ + 2)) {
-                    MakeCodes(y);
-                }
-            }
-            for (const int y : {2 * t - 3, 2 * t - 2}) {
-                if (y >= y0_ && y < y1_) {
-                    Finish(y);
-                }
-            }
-        }
+        };
+        RunStages(
+            plan_, y0 / 2, y1 / 2, rows_, cleanColor(0), cleanColor(1), cleanColor(2), cleanPan(0), cleanPan(1),
+            cleanPan(2), [this](int i) { DoublePan(i); }, fill, complete, codes,
+            [this, &sink](int y) { Finish(y, sink); });
     }
 
 private:
-    static constexpr int kHalo = 2;  // rows of the half-size planes on either side
-
     void DoublePan(int i) const {
         int32_t* row = lines_.low;
         std::copy(pan_[i], pan_[i] + n_, row);
-        Double(row, lines_.doubledPan[i]);
+        Double(row, lines_.doubledPan.Make(i));
     }
     // Sets the samples beside the row.
     void Double(int32_t* row, int32_t* out) const {
         row[-1] = row[0];
         row[n_] = row[n_ - 1];
-        DoubleRow(row, n_, out);
+        DoubleAlong(row, n_, out);
     }
 
     // Neighbour rows; the one on the other side where one is missing.
@@ -258,12 +284,12 @@ private:
     void DoubleColors(int i) const {
         const bool odd = (i & 1) != 0;
         int32_t* row = lines_.low;
-        Double(lines_.chroma[i], lines_.doubled[odd ? kRed : kBlue][i]);
+        Double(lines_.chroma[i], lines_.doubled[odd ? kRed : kBlue].Make(i));
         FillOtherChroma<int32_t>(lines_.chroma[Above(i)], lines_.chroma[Below(i)], n_, row);
-        Double(row, lines_.doubled[odd ? kBlue : kRed][i]);
+        Double(row, lines_.doubled[odd ? kBlue : kRed].Make(i));
         FillGreen<int32_t>(lines_.green[Above(i)], lines_.green[i], lines_.green[Below(i)], i, i == 0 || i == rows_ - 1,
                            n_, lines_.alternate, row);
-        Double(row, lines_.doubled[kGreen][i]);
+        Double(row, lines_.doubled[kGreen].Make(i));
     }
 
     // The rows of double width about row y of the frame.
@@ -274,21 +300,21 @@ private:
     }
 
     void MakeCodes(int y) const {
-        int16_t* code = lines_.code[y];
-        int16_t* sum = lines_.sum[y];
-        CodeRow(Between(lines_.doubledPan, y), W_, code);
+        int16_t* code = lines_.code.Make(y);
+        int16_t* sum = lines_.sum.Make(y);
+        CodesOfPanUp(Between(lines_.doubledPan, y), W_, code);
         SumAlong(code, W_, sum);
         for (const int x : {0, 1, W_ - 2, W_ - 1}) {
             sum[x] = static_cast<int16_t>(4 * code[x]);
         }
     }
 
-    void Finish(int y) const {
+    void Finish(int y, const ColourRowSink& sink) const {
         ColorCorrection(y);
         if (settings_.sharpen) {
             Sharpness(y);
         }
-        sink_.Row(y, lines_.out[kRed], lines_.out[kGreen], lines_.out[kBlue]);
+        sink.Row(y, lines_.out[kRed], lines_.out[kGreen], lines_.out[kBlue]);
     }
 
     void ColorCorrection(int y) const {
@@ -297,16 +323,16 @@ private:
             pairs[c] = settings_.mono ? RowPair() : Between(lines_.doubled[c], y);
         }
         const RowPair pan = Between(lines_.doubledPan, y);
-        int16_t codes[kColors][kChunk];
-        alignas(32) float linear[kColors][kChunk];
+        int16_t codes[kColors][kPixelsAtOnce];
+        alignas(32) float linear[kColors][kPixelsAtOnce];
         const auto from = [](RowPair pair, int x) { return RowPair{pair.near + x, pair.far + x}; };
-        for (int x = 0; x < W_; x += kChunk) {
-            const int n = std::min(kChunk, W_ - x);
+        for (int x = 0; x < W_; x += kPixelsAtOnce) {
+            const int n = std::min(kPixelsAtOnce, W_ - x);
             if (settings_.mono) {
-                CodeRow(from(pan, x), n, codes[0]);
+                CodesOfPanUp(from(pan, x), n, codes[0]);
             } else {
-                ColorCodes(from(pan, x), from(pairs[kRed], x), from(pairs[kGreen], x), from(pairs[kBlue], x), n,
-                           codes[kRed], codes[kGreen], codes[kBlue]);
+                CodesOfColours(from(pan, x), from(pairs[kRed], x), from(pairs[kGreen], x), from(pairs[kBlue], x), n,
+                               codes[kRed], codes[kGreen], codes[kBlue]);
             }
             for (int c = 0; c < kColors; ++c) {
                 const int16_t* code = codes[settings_.mono ? 0 : c];
@@ -325,22 +351,22 @@ private:
                 lines_.edge[x] = static_cast<int16_t>(2 * code[x]);
             }
         } else {
-            EdgeRow(lines_.code[y - 1], code, lines_.code[y + 1], W_, lines_.edge);
+            EdgeResponse(lines_.code[y - 1], code, lines_.code[y + 1], W_, lines_.edge);
             for (const int x : {0, W_ - 1}) {
                 lines_.edge[x] = static_cast<int16_t>(2 * code[x]);
             }
         }
         const bool rim = y < 2 || y >= H_ - 2;
-        LowpassRow(lines_.sum[rim ? y : y - 2], lines_.sum[y], lines_.sum[rim ? y : y + 2], W_, lines_.lowpass);
+        LowpassOfSums(lines_.sum[rim ? y : y - 2], lines_.sum[y], lines_.sum[rim ? y : y + 2], W_, lines_.lowpass);
         const int16_t* fullPan = frame_.fullPan[y];
-        alignas(32) float threshold[kChunk], restore[kChunk];
-        alignas(32) int16_t detail[kChunk], add[kChunk];
-        for (int x = 0; x < W_; x += kChunk) {
-            const int n = std::min(kChunk, W_ - x);
+        alignas(32) float threshold[kPixelsAtOnce], restore[kPixelsAtOnce];
+        alignas(32) int16_t detail[kPixelsAtOnce], add[kPixelsAtOnce];
+        for (int x = 0; x < W_; x += kPixelsAtOnce) {
+            const int n = std::min(kPixelsAtOnce, W_ - x);
             LookUp(settings_.sharpening.threshold, lines_.lowpass + x, n, threshold);
             LookUp(settings_.sharpening.noiseRestore, code + x, n, restore);
-            const DetailRow row = {fullPan + x, code + x, lines_.lowpass + x, lines_.edge + x, threshold, restore};
-            DetailRowOf(row, settings_.maxSharpen, n, detail);
+            const DetailSources row = {fullPan + x, code + x, lines_.lowpass + x, lines_.edge + x, threshold, restore};
+            MakeDetail(row, settings_.maxSharpen, n, detail);
             LookUp(settings_.linear16, detail, n, add);
             for (int16_t* out : lines_.out) {
                 BrightenRow(add, n, out + x);
@@ -350,26 +376,24 @@ private:
 
     const ColourFrame& frame_;
     const KodakLikeSettings& settings_;
-    const ColourRowSink& sink_;
     const int W_, H_;
     const int n_, rows_;  // of the half-size planes
-    const int y0_, y1_;
+    const ColourPlan plan_;
     const ColourLines lines_;
     const CleanRows color_, pan_;
 };
 
 }  // namespace
 
-size_t ColourStripScratchBytes(int W) {
+size_t ColourStripScratchBytes(const ColourFrame& frame) {
     LineCutter cutter(nullptr);
-    const ColourLines lines(W, &cutter);
-    CleanRows::CutMost(W / 2, &cutter);
-    CleanRows::CutMost(W / 2, &cutter);
+    const ColourStrip strip(frame, &cutter);
     return cutter.Bytes();
 }
 
 void MakeColourStrip(const ColourFrame& frame, int y0, int y1, void* scratch, const ColourRowSink& sink) {
-    ColourStrip(frame, y0, y1, LineCutter(scratch), sink).Run();
+    LineCutter cutter(scratch);
+    ColourStrip(frame, &cutter).Run(y0, y1, sink);
 }
 
 }  // namespace orv

@@ -25,8 +25,8 @@ struct ColourFrame {
     Lines<int16_t> fullPan;       // G10; read where the settings sharpen
 };
 
-// Bytes of scratch memory that one strip needs.
-size_t ColourStripScratchBytes(int W);
+// Bytes of scratch memory that one strip needs. Of the frame its width, settings and passes count.
+size_t ColourStripScratchBytes(const ColourFrame& frame);
 
 // Hands rows [y0, y1) to `sink` in order, multiples of 4. Writes `scratch` only.
 void MakeColourStrip(const ColourFrame& frame, int y0, int y1, void* scratch, const ColourRowSink& sink);

@@ -11,31 +11,31 @@ namespace orv {
 namespace {
 
 // Gamma codes that the noise depends on: of the uncleaned colour, of the uncleaned pan.
-ORV_ALWAYS_INLINE void ColorCodesBody(const int16_t* colorDiff, const int16_t* panSum, int n, int16_t* codes) {
+ORV_ALWAYS_INLINE void CodesOfColorBody(const int16_t* colorDiff, const int16_t* panSum, int n, int16_t* codes) {
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
         codes[x] = static_cast<int16_t>(Clamp(colorDiff[x] + (panSum[x] >> 2), 0, 1023));
     }
 }
-ORV_ROW_FUNCTION(ColorCodes, (const int16_t* colorDiff, const int16_t* panSum, int n, int16_t* codes),
+ORV_ROW_FUNCTION(CodesOfColor, (const int16_t* colorDiff, const int16_t* panSum, int n, int16_t* codes),
                  (colorDiff, panSum, n, codes))
 
-ORV_ALWAYS_INLINE void PanCodesBody(const int16_t* panSum, int n, int16_t* codes) {
+ORV_ALWAYS_INLINE void CodesOfPanBody(const int16_t* panSum, int n, int16_t* codes) {
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
         codes[x] = static_cast<int16_t>(panSum[x] >> 2);
     }
 }
-ORV_ROW_FUNCTION(PanCodes, (const int16_t* panSum, int n, int16_t* codes), (panSum, n, codes))
+ORV_ROW_FUNCTION(CodesOfPan, (const int16_t* panSum, int n, int16_t* codes), (panSum, n, codes))
 
 template <int Fraction>
-ORV_ALWAYS_INLINE void WidenRowBody(const int16_t* row, int n, int32_t* out) {
+ORV_ALWAYS_INLINE void CodesToFixedBody(const int16_t* row, int n, int32_t* out) {
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
         out[x] = row[x] * (1 << Fraction);
     }
 }
-ORV_ROW_TEMPLATE((int Fraction), (Fraction), WidenRow, (const int16_t* row, int n, int32_t* out), (row, n, out))
+ORV_ROW_TEMPLATE((int Fraction), (Fraction), CodesToFixed, (const int16_t* row, int n, int32_t* out), (row, n, out))
 
 // The values less than `limit` away from a centre: after a shift that takes the window to the low end of T, where sums
 // wrap around, one comparison tells.
@@ -57,8 +57,8 @@ struct Window {
 
 // The first pass on columns [s, w - s): the plane is its own reference, and differences fit 16 bits.
 template <int Fraction>
-ORV_ALWAYS_INLINE void FirstSigmaRowBody(const int16_t* up, const int16_t* mid, const int16_t* down,
-                                         const int16_t* limits, int s, int w, int32_t* out) {
+ORV_ALWAYS_INLINE void SigmaFirstBody(const int16_t* up, const int16_t* mid, const int16_t* down, const int16_t* limits,
+                                      int s, int w, int32_t* out) {
 #pragma omp simd
     for (int x = s; x < w - s; ++x) {
         const int16_t centre = mid[x];
@@ -78,8 +78,8 @@ ORV_ALWAYS_INLINE void FirstSigmaRowBody(const int16_t* up, const int16_t* mid, 
 
 // A later one.
 template <int Fraction>
-ORV_ALWAYS_INLINE void SigmaRowBody(const int32_t* up, const int32_t* mid, const int32_t* down,
-                                    const int16_t* reference, const int16_t* limits, int s, int w, int32_t* out) {
+ORV_ALWAYS_INLINE void SigmaLaterBody(const int32_t* up, const int32_t* mid, const int32_t* down,
+                                      const int16_t* reference, const int16_t* limits, int s, int w, int32_t* out) {
 #pragma omp simd
     for (int x = s; x < w - s; ++x) {
         const int32_t centre = mid[x];
@@ -102,8 +102,8 @@ ORV_ALWAYS_INLINE void SigmaRowBody(const int32_t* up, const int32_t* mid, const
 // is written again as the end of the row, or between two rows.
 
 template <int Fraction>
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void FirstSigmaRowBodyAvx2(const int16_t* up, const int16_t* mid, const int16_t* down,
-                                                             const int16_t* limits, int s, int w, int32_t* out) {
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void SigmaFirstBodyAvx2(const int16_t* up, const int16_t* mid, const int16_t* down,
+                                                          const int16_t* limits, int s, int w, int32_t* out) {
     const __m256i lowest = _mm256_set1_epi16(INT16_MIN), one = _mm256_set1_epi16(1), zero = _mm256_setzero_si256();
     for (int x = s; x < w - s; x += 16) {
         const int16_t* const neighbours[8] = {up + x - s,  up + x,       up + x + s, mid + x - s,
@@ -131,9 +131,9 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void FirstSigmaRowBodyAvx2(const int16_t* up, 
 }
 
 template <int Fraction>
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void SigmaRowBodyAvx2(const int32_t* up, const int32_t* mid, const int32_t* down,
-                                                        const int16_t* reference, const int16_t* limits, int s, int w,
-                                                        int32_t* out) {
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void SigmaLaterBodyAvx2(const int32_t* up, const int32_t* mid, const int32_t* down,
+                                                          const int16_t* reference, const int16_t* limits, int s, int w,
+                                                          int32_t* out) {
     const __m256i lowest = _mm256_set1_epi32(INT32_MIN), one = _mm256_set1_epi32(1), zero = _mm256_setzero_si256();
     for (int x = s; x < w - s; x += 8) {
         const int32_t* const neighbours[8] = {up + x - s,  up + x,       up + x + s, mid + x - s,
@@ -158,12 +158,12 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void SigmaRowBodyAvx2(const int32_t* up, const
 }
 #endif
 
-ORV_ROW_TEMPLATE_TUNED((int Fraction), (Fraction), FirstSigmaRow,
+ORV_ROW_TEMPLATE_TUNED((int Fraction), (Fraction), SigmaFirst,
                        (const int16_t* up, const int16_t* mid, const int16_t* down, const int16_t* limits, int s, int w,
                         int32_t* out),
                        (up, mid, down, limits, s, w, out))
 
-ORV_ROW_TEMPLATE_TUNED((int Fraction), (Fraction), SigmaRow,
+ORV_ROW_TEMPLATE_TUNED((int Fraction), (Fraction), SigmaLater,
                        (const int32_t* up, const int32_t* mid, const int32_t* down, const int16_t* reference,
                         const int16_t* limits, int s, int w, int32_t* out),
                        (up, mid, down, reference, limits, s, w, out))
@@ -171,9 +171,9 @@ ORV_ROW_TEMPLATE_TUNED((int Fraction), (Fraction), SigmaRow,
 // The limits of a pass for row y.
 void MakeLimits(const LowPlane& plane, int pass, int y, int16_t* codes, int16_t* limits) {
     if (plane.color) {
-        ColorCodes(plane.codes[y], plane.panSum[y], plane.n, codes);
+        CodesOfColor(plane.codes[y], plane.panSum[y], plane.n, codes);
     } else {
-        PanCodes(plane.codes[y], plane.n, codes);
+        CodesOfPan(plane.codes[y], plane.n, codes);
     }
     LookUp(plane.passes.pass[pass].limit, codes, plane.n, limits);
 }
@@ -182,7 +182,7 @@ void MakeLimits(const LowPlane& plane, int pass, int y, int16_t* codes, int16_t*
 template <int Fraction>
 void KeepColumns(const LowPlane& plane, int pass, int y, const Lines<int32_t>& from, int x0, int x1, int32_t* out) {
     if (pass == 0) {
-        WidenRow<Fraction>(plane.codes[y] + x0, x1 - x0, out + x0);
+        CodesToFixed<Fraction>(plane.codes[y] + x0, x1 - x0, out + x0);
     } else {
         std::copy(from[y] + x0, from[y] + x1, out + x0);
     }
@@ -200,9 +200,9 @@ void FilterRow(const LowPlane& plane, int pass, int y, const Lines<int32_t>& fro
         return;
     }
     if (pass == 0) {
-        FirstSigmaRow<Fraction>(before[y - s], before[y], before[y + s], limits, s, w, out);
+        SigmaFirst<Fraction>(before[y - s], before[y], before[y + s], limits, s, w, out);
     } else {
-        SigmaRow<Fraction>(from[y - s], from[y], from[y + s], before[y], limits, s, w, out);
+        SigmaLater<Fraction>(from[y - s], from[y], from[y + s], before[y], limits, s, w, out);
     }
     KeepColumns<Fraction>(plane, pass, y, from, 0, s, out);
     KeepColumns<Fraction>(plane, pass, y, from, w - s, w, out);
@@ -216,17 +216,16 @@ void MakeRow(const LowPlane& plane, int pass, int y, const Lines<int32_t>& from,
     }
 }
 
-constexpr int kMostRows = 8;   // of spacings after the first pass that rings are worth
-constexpr int kRingRows = 32;  // enough for a spacing of these
-
-// The power of two from `least` on.
-int RingRows(int least) {
-    int rows = 1;
-    while (rows < least) {
-        rows *= 2;
+// A row that no pass changes.
+void WidenRow(const LowPlane& plane, int y, int32_t* out) {
+    if (plane.color) {
+        CodesToFixed<kColorFraction>(plane.codes[y], plane.n, out);
+    } else {
+        CodesToFixed<kPanFraction>(plane.codes[y], plane.n, out);
     }
-    return rows;
 }
+
+constexpr int kMostRows = 8;  // of spacings after the first pass that rings are worth
 
 }  // namespace
 
@@ -236,6 +235,13 @@ bool LowPlane::InRings() const {
         rowsAhead += passes.pass[k].spacing;
     }
     return rowsAhead <= kMostRows;
+}
+
+int LowPlane::LimitsOf(int pass) const {
+    while (passes.pass[pass].limitsOfLast) {
+        --pass;
+    }
+    return pass;
 }
 
 size_t CleaningScratchBytes(int n) {
@@ -258,58 +264,34 @@ void LowPlane::Clean(int pass, int y0, int y1, void* scratch) const {
     }
 }
 
-CleanRows::CleanRows(const LowPlane& plane, int y0, int y1, LineCutter* cutter)
-    : plane_(plane), y0_(y0), y1_(y1), codes_(cutter->Line<int16_t>(plane.n)) {
-    const SigmaPasses& passes = plane.passes;
-    if (!plane.InRings()) {
-        result_ = plane.work[(passes.count - 1) & 1];
-        return;
+StripStage CleanStage(const LowPlane& plane, int first, int stage) {
+    const int skipped = kCleanStages - plane.passes.count;
+    const int pass = stage - skipped;
+    if (!plane.InRings() || pass < 1) {
+        return {1, {}};  // the first pass reads the plane
     }
-    for (int k = passes.count - 2; k >= 0; --k) {
-        const int spacing = passes.pass[k + 1].spacing;
-        ahead_[k] = ahead_[k + 1] + spacing;
-        rings_[k] = cutter->Ring<int32_t>(RingRows(2 * spacing + 1), plane.n);
-    }
-    for (int k = 0; k < passes.count; ++k) {
-        // Kept for the passes behind that may have the same.
-        limits_[k] =
-            passes.pass[k].limitsOfLast ? limits_[k - 1] : cutter->Ring<int16_t>(RingRows(ahead_[k] + 1), plane.n);
-    }
-    result_ = cutter->Ring<int32_t>(kKept, plane.n);
-    rings_[std::max(0, passes.count - 1)] = result_;
+    return {1, {{first + stage - 1, plane.passes.pass[pass].spacing}, {first + skipped + plane.LimitsOf(pass), 0}}};
 }
 
-void CleanRows::CutMost(int n, LineCutter* cutter) {
-    cutter->Line<int16_t>(n);
-    cutter->Ring<int16_t>(3 * kRingRows, n);
-    cutter->Ring<int32_t>(2 * kRingRows + kKept, n);
+const int32_t* CleanRows::operator[](int y) const {
+    return plane_.InRings() ? rings_[kCleanStages - 1][y] : plane_.work[(plane_.passes.count - 1) & 1][y];
 }
 
-void CleanRows::Step(int t) const {
-    if (!plane_.InRings()) {
+void CleanRows::Make(int stage, int y) const {
+    if (!Used(stage)) {
         return;
     }
-    const auto wanted = [this](int y, int halo) {
-        return y >= std::max(0, y0_ - halo) && y < std::min(plane_.rows, y1_ + halo);
-    };
-    for (int k = 0; k < plane_.passes.count; ++k) {
-        const int y = t + ahead_[k];
-        if (!wanted(y, ahead_[k])) {
-            continue;
-        }
-        int16_t* limits = limits_[k][y];
-        if (!plane_.passes.pass[k].limitsOfLast) {
-            MakeLimits(plane_, k, y, codes_, limits);
-        }
-        MakeRow(plane_, k, y, rings_[std::max(0, k - 1)], limits, rings_[k][y]);
+    int32_t* row = rings_[stage].Make(y);
+    const int pass = PassOf(stage);
+    if (pass < 0) {
+        WidenRow(plane_, y, row);
+        return;
     }
-    if (plane_.passes.count == 0 && wanted(t, 0)) {
-        if (plane_.color) {
-            WidenRow<kColorFraction>(plane_.codes[t], plane_.n, result_[t]);
-        } else {
-            WidenRow<kPanFraction>(plane_.codes[t], plane_.n, result_[t]);
-        }
+    const int maker = stage - pass + plane_.LimitsOf(pass);
+    if (maker == stage) {
+        MakeLimits(plane_, pass, y, codes_, limits_[stage].Make(y));
     }
+    MakeRow(plane_, pass, y, rings_[std::max(0, stage - 1)], limits_[maker][y], row);
 }
 
 }  // namespace orv

@@ -7,6 +7,7 @@
 
 #include "pipeline/parallel/KodakLikeSettings.h"
 #include "rows/Lines.h"
+#include "rows/StripStages.h"
 
 namespace orv {
 
@@ -24,6 +25,8 @@ struct LowPlane {
 
     // True when the passes fit line rings.
     bool InRings() const;
+    // The pass whose limits a pass has: its own or an earlier one's.
+    int LimitsOf(int pass) const;
     // Makes rows [y0, y1) of pass number `pass`, from 0, of a plane that is not cleaned in rings.
     void Clean(int pass, int y0, int y1, void* scratch) const;
 };
@@ -31,28 +34,37 @@ struct LowPlane {
 // Bytes of scratch memory for one band of LowPlane::Clean.
 size_t CleaningScratchBytes(int n);
 
-// The cleaned rows of a plane, 16.16, in order.
+// The stages of a strip that clean a plane row by row. The last pass is the last stage, whatever their number.
+constexpr int kCleanStages = 3;
+
+// What stage `stage` of them reads, the first one being stage `first` of the strip.
+StripStage CleanStage(const LowPlane& plane, int first, int stage);
+
+// Rows of a plane under these stages, 16.16.
 class CleanRows {
 public:
-    // Results are wanted for rows from `y0` to `y1`, the last kKept of them at a time.
-    CleanRows(const LowPlane& plane, int y0, int y1, LineCutter* cutter);
-    static constexpr int kKept = 4;
-    static void CutMost(int n, LineCutter* cutter);
+    template <int Stages>
+    CleanRows(const LowPlane& plane, const StripPlan<Stages>& plan, int first, LineCutter* cutter)
+        : plane_(plane), codes_(cutter->Line<int16_t>(plane.n)) {
+        for (int stage = 0; stage < kCleanStages; ++stage) {
+            const int rows = Used(stage) ? plan.RingRows(first + stage) : 1;
+            rings_[stage] = cutter->Ring<int32_t>(rows, plane.n);
+            limits_[stage] = cutter->Ring<int16_t>(rows, plane.n);
+        }
+    }
 
-    // Rows that come before the first one wanted.
-    int Lead() const { return 2 * ahead_[0]; }
-    // To be called for t from y0 - Lead() on: makes row t of the result, where it is wanted.
-    void Step(int t) const;
-    const int32_t* operator[](int y) const { return result_[y]; }
+    void Make(int stage, int y) const;
+    // The result.
+    const int32_t* operator[](int y) const;
 
 private:
+    int PassOf(int stage) const { return stage - (kCleanStages - plane_.passes.count); }
+    bool Used(int stage) const { return plane_.InRings() && (PassOf(stage) >= 0 || stage == kCleanStages - 1); }
+
     const LowPlane& plane_;
-    int y0_, y1_;
-    int ahead_[3] = {};        // rows that a pass is ahead of the last one
-    Lines<int32_t> rings_[3];  // by pass
-    Lines<int32_t> result_;
-    Lines<int16_t> limits_[3];  // by pass
     int16_t* codes_;
+    Lines<int32_t> rings_[kCleanStages];
+    Lines<int16_t> limits_[kCleanStages];
 };
 
 }  // namespace orv

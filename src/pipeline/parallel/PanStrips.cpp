@@ -4,22 +4,15 @@
 
 #include "pipeline/Arithmetic.h"
 #include "pipeline/PanBlend.h"
+#include "rows/StripStages.h"
+#include "truesense/PanRows.h"
 
 namespace orv {
 
 namespace {
 
-// `row` of 2n samples to its even and odd columns.
-ORV_ALWAYS_INLINE void SplitRowBody(const int16_t* row, int n, int16_t* even, int16_t* odd) {
-#pragma omp simd
-    for (int x = 0; x < n; ++x) {
-        even[x] = row[2 * x];
-        odd[x] = row[2 * x + 1];
-    }
-}
-ORV_ROW_FUNCTION(SplitRow, (const int16_t* row, int n, int16_t* even, int16_t* odd), (row, n, even, odd))
-
-// The same through tables of 12-bit samples, the colour sites by two that alternate.
+// `row` of 2n samples to its pan and colour sites through tables of 12-bit samples, the colour sites by two that
+// alternate.
 void SplitBalancedRow(const int16_t* row, int n, int panColumn, const int16_t* panTable, const int16_t* const* tables,
                       int16_t* pan, int16_t* color) {
     const int16_t* first = tables[0];
@@ -46,7 +39,7 @@ struct Blending {
     }
 };
 
-constexpr int kChunk = 256;  // cells that a row function takes through its local lines at a time
+constexpr int kCellsAtOnce = 256;  // cells that a row function takes through its local lines at a time
 
 // The samples of one row of cells.
 struct CellRow {
@@ -61,12 +54,12 @@ struct CellRow {
 // Places in the gamma table: of the four pan values of the cells, row by row, and of the means of colour and pan.
 // Side by side, so that one register finds them all.
 struct Places {
-    int16_t pan[4][kChunk];
-    int16_t colorMean[kChunk], panMean[kChunk];
+    int16_t pan[4][kCellsAtOnce];
+    int16_t colorMean[kCellsAtOnce], panMean[kCellsAtOnce];
 };
 
-// Measured samples are taken into the table whatever they are; n at most kChunk.
-ORV_ALWAYS_INLINE void PlaceRowBody(const CellRow& cells, int n, Places* places) {
+// Measured samples are taken into the table whatever they are; n at most kCellsAtOnce.
+ORV_ALWAYS_INLINE void GammaPlacesBody(const CellRow& cells, int n, Places* places) {
     const CellRow in = cells;
     Places& out = *places;
 #pragma omp simd
@@ -79,23 +72,23 @@ ORV_ALWAYS_INLINE void PlaceRowBody(const CellRow& cells, int n, Places* places)
         out.panMean[x] = static_cast<int16_t>((in.panEven[x] + in.panOdd[x] + 1) / 2);
     }
 }
-ORV_ROW_FUNCTION(PlaceRow, (const CellRow& cells, int n, Places* places), (cells, n, places))
+ORV_ROW_FUNCTION(GammaPlaces, (const CellRow& cells, int n, Places* places), (cells, n, places))
 
 // Results of one row of cells; the two rows of `full` are null where none is wanted.
-struct LowRow {
+struct CellResults {
     int16_t* panSum;
     int16_t* colorDiff;
     int16_t* fullEven;
     int16_t* fullOdd;
 };
 
-void MakeLowRow(CellRow cells, const int16_t* gamma, int n, LowRow out) {
+void MakeCellResults(CellRow cells, const int16_t* gamma, int n, CellResults out) {
     Places places;
-    for (int start = 0; start < n; start += kChunk) {
-        const int count = std::min(kChunk, n - start);
+    for (int start = 0; start < n; start += kCellsAtOnce) {
+        const int count = std::min(kCellsAtOnce, n - start);
         const CellRow in = {cells.a + start,      cells.b + start,         cells.panEven + start,
                             cells.panOdd + start, cells.colorEven + start, cells.colorOdd + start};
-        PlaceRow(in, count, &places);
+        GammaPlaces(in, count, &places);
         int16_t* sum = out.panSum + start;
         int16_t* diff = out.colorDiff + start;
         if (out.fullEven == nullptr) {
@@ -121,6 +114,19 @@ void MakeLowRow(CellRow cells, const int16_t* gamma, int n, LowRow out) {
     }
 }
 
+// A step is a row of cells.
+enum Stage { kBalance, kClip, kBlend, kClipDiff };
+using PanPlan = StripPlan<4>;
+PanPlan PlanOf(bool impulse) {
+    const int reach = impulse ? 1 : 0;
+    return PanPlan({
+        {1, {}},
+        {1, {{kBalance, reach}}},
+        {1, {{kBalance, 1 - reach}, {kClip, reach}}},
+        {1, {{kBlend, 2 * reach}}},
+    });
+}
+
 // Lines of one strip, rows of cells.
 struct PanLines {
     Lines<int16_t> samplesA, samplesB, colorEven, colorOdd;  // balanced
@@ -129,56 +135,52 @@ struct PanLines {
     int16_t *panEven, *panOdd;                               // estimates of one row
     int16_t* spare;                                          // a result that is not wanted
 
-    // Returns the bytes.
-    size_t Cut(void* memory, int n) {
-        LineCutter cutter(memory);
-        for (Lines<int16_t>* ring : {&samplesA, &samplesB, &colorEven, &colorOdd, &cleanA, &cleanB}) {
-            *ring = cutter.Ring<int16_t>(4, n);
+    PanLines(const PanPlan& plan, int n, LineCutter* cutter) {
+        for (Lines<int16_t>* ring : {&samplesA, &samplesB}) {
+            *ring = cutter->Ring<int16_t>(plan.RingRows(kBalance), n);
         }
-        diff = cutter.Ring<int16_t>(8, n);
-        panEven = cutter.Line<int16_t>(n);
-        panOdd = cutter.Line<int16_t>(n);
-        spare = cutter.Line<int16_t>(n);
-        return cutter.Bytes();
+        for (Lines<int16_t>* ring : {&colorEven, &colorOdd}) {
+            *ring = cutter->Ring<int16_t>(plan.RingRows(kBalance, kBlend), n);
+        }
+        for (Lines<int16_t>* ring : {&cleanA, &cleanB}) {
+            *ring = cutter->Ring<int16_t>(plan.RingRows(kClip), n);
+        }
+        diff = cutter->Ring<int16_t>(plan.RingRows(kBlend), n);
+        panEven = cutter->Line<int16_t>(n);
+        panOdd = cutter->Line<int16_t>(n);
+        spare = cutter->Line<int16_t>(n);
     }
 };
 
 class PanStrip {
 public:
-    PanStrip(const PanFrame& frame, void* scratch)
+    // Rows of cells [i0, i1).
+    PanStrip(const PanFrame& frame, int i0, int i1, LineCutter cutter)
         : frame_(frame),
           settings_(*frame.settings),
           n_(frame.W / 2),
           rows_(frame.H / 2),
-          plain_(settings_.frontEnd.IsPlain()) {
-        lines_.Cut(scratch, n_);
-        measuredA_ = settings_.impulse ? lines_.cleanA : lines_.samplesA;
-        measuredB_ = settings_.impulse ? lines_.cleanB : lines_.samplesB;
-    }
+          i0_(i0),
+          i1_(i1),
+          plain_(settings_.frontEnd.IsPlain()),
+          plan_(PlanOf(settings_.impulse)),
+          lines_(plan_, n_, &cutter),
+          measuredA_(settings_.impulse ? lines_.cleanA : lines_.samplesA),
+          measuredB_(settings_.impulse ? lines_.cleanB : lines_.samplesB) {}
 
-    // Rows of cells [i0, i1).
-    void Run(int i0, int i1) {
-        // Each stage runs behind the one whose rows it reads.
-        const int diffHalo = settings_.impulse ? 2 : 0;
-        const int blendHalo = diffHalo + 1;
-        const int sampleHalo = blendHalo + (settings_.impulse ? 1 : 0);
-        const auto within = [this, i0, i1](int i, int halo) {
-            return i >= std::max(0, i0 - halo) && i < std::min(rows_, i1 + halo);
+    void Run() const {
+        const auto blend = [this](int i) {
+            InterpolatePan(i);
+            GenerateLow(i);
         };
-        for (int t = i0 - sampleHalo; t < i1 + 4; ++t) {
-            if (within(t, sampleHalo)) {
-                Balance(t);
-            }
-            if (settings_.impulse && within(t - 1, blendHalo)) {
-                Clip(t - 1);
-            }
-            if (within(t - 2, diffHalo)) {
-                InterpolatePan(t - 2);
-                GenerateLow(t - 2, within(t - 2, 0));
-            }
-            if (settings_.impulse && within(t - 4, 0)) {
-                ClipDiff(t - 4);
-            }
+        if (settings_.impulse) {
+            RunStages(
+                plan_, i0_, i1_, rows_, [this](int i) { Balance(i); }, [this](int i) { Clip(i); }, blend,
+                [this](int i) { ClipDiff(i); });
+        } else {
+            const auto nothing = [](int) {};
+            RunStages(
+                plan_, i0_, i1_, rows_, [this](int i) { Balance(i); }, nothing, blend, nothing);
         }
     }
 
@@ -190,10 +192,10 @@ private:
         // The colours of the cells, by column.
         const Site first = (i & 1) == 0 ? kBlueSite : kGreenSite;
         const Site second = (i & 1) == 0 ? kGreenSite : kRedSite;
-        int16_t* a = lines_.samplesA[i];
-        int16_t* b = lines_.samplesB[i];
-        int16_t* even = lines_.colorEven[i];
-        int16_t* odd = lines_.colorOdd[i];
+        int16_t* a = lines_.samplesA.Make(i);
+        int16_t* b = lines_.samplesB.Make(i);
+        int16_t* even = lines_.colorEven.Make(i);
+        int16_t* odd = lines_.colorOdd.Make(i);
         if (!plain_ && frame_.narrow) {
             const int16_t* const tables[2] = {settings_.balanced[first], settings_.balanced[second]};
             const int16_t* panTable = settings_.balanced[kPanSite];
@@ -201,8 +203,8 @@ private:
             SplitBalancedRow(Mosaic(2 * i + 1), n_, 1, panTable, tables, b, odd);
             return;
         }
-        SplitRow(Mosaic(2 * i), n_, a, even);
-        SplitRow(Mosaic(2 * i + 1), n_, odd, b);
+        SplitRow<int16_t>(Mosaic(2 * i), n_, a, even);
+        SplitRow<int16_t>(Mosaic(2 * i + 1), n_, odd, b);
         if (!plain_) {
             const double* factor = settings_.frontEnd.factor;
             for (int16_t* pan : {a, b}) {
@@ -215,8 +217,8 @@ private:
     }
 
     void Clip(int i) const {
-        ClipPlaneRow(lines_.samplesA, i, lines_.cleanA[i]);
-        ClipPlaneRow(lines_.samplesB, i, lines_.cleanB[i]);
+        ClipPlaneRow(lines_.samplesA, i, lines_.cleanA.Make(i));
+        ClipPlaneRow(lines_.samplesB, i, lines_.cleanB.Make(i));
     }
     void ClipPlaneRow(const Lines<int16_t>& samples, int i, int16_t* clean) const {
         std::copy(samples[i], samples[i] + n_, clean);
@@ -242,18 +244,19 @@ private:
         }
     }
 
-    // `own`: the row is one of the strip, not of its halo.
-    void GenerateLow(int i, bool own) const {
+    void GenerateLow(int i) const {
         const CellRow cells = {measuredA_[i], measuredB_[i],       lines_.panEven,
                                lines_.panOdd, lines_.colorEven[i], lines_.colorOdd[i]};
-        LowRow out = {};
-        out.colorDiff = settings_.impulse ? lines_.diff[i] : frame_.colorDiff[i];
+        // Of a row of the halo only the differences are wanted.
+        const bool own = i >= i0_ && i < i1_;
+        CellResults out = {};
+        out.colorDiff = settings_.impulse ? lines_.diff.Make(i) : frame_.colorDiff[i];
         out.panSum = own ? frame_.panSum[i] : lines_.spare;
         if (own && settings_.sharpen) {
             out.fullEven = frame_.fullPan[2 * i];
             out.fullOdd = frame_.fullPan[2 * i + 1];
         }
-        MakeLowRow(cells, settings_.gamma, n_, out);
+        MakeCellResults(cells, settings_.gamma, n_, out);
     }
 
     // Two rows and columns away the mosaic of differences has the same colour, but the vertical pair is that of the
@@ -269,19 +272,25 @@ private:
 
     const PanFrame& frame_;
     const KodakLikeSettings& settings_;
-    int n_;     // cells per row
-    int rows_;  // rows of cells
-    bool plain_;
-    PanLines lines_;
-    Lines<int16_t> measuredA_, measuredB_;  // the pan samples that count
+    const int n_;     // cells per row
+    const int rows_;  // rows of cells
+    const int i0_, i1_;
+    const bool plain_;
+    const PanPlan plan_;
+    const PanLines lines_;
+    const Lines<int16_t> measuredA_, measuredB_;  // the pan samples that count
 };
 
 }  // namespace
 
-size_t PanStripScratchBytes(int W) { return PanLines().Cut(nullptr, W / 2); }
+size_t PanStripScratchBytes(int W, bool impulse) {
+    LineCutter cutter(nullptr);
+    const PanLines lines(PlanOf(impulse), W / 2, &cutter);
+    return cutter.Bytes();
+}
 
 void MakePanStrip(const PanFrame& frame, int y0, int y1, void* scratch) {
-    PanStrip(frame, scratch).Run(y0 / 2, y1 / 2);
+    PanStrip(frame, y0 / 2, y1 / 2, LineCutter(scratch)).Run();
 }
 
 }  // namespace orv

@@ -28,7 +28,7 @@ struct PanFrame {
 };
 
 // Bytes of scratch memory that one strip needs.
-size_t PanStripScratchBytes(int W);
+size_t PanStripScratchBytes(int W, bool impulse);
 
 // Makes the results that belong to rows [y0, y1) of the mosaic, multiples of 4. Reads up to 8 more rows of it on either
 // side; writes rows of the strip and `scratch` only.

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <new>
 
-#include "pipeline/parallel/ColourStrips.h"
 #include "pipeline/parallel/PanStrips.h"
 #include "rows/Bands.h"
 
@@ -27,24 +26,24 @@ size_t ParallelPipeline::CutPlanes(void* memory, int W, int H) {
 
 bool ParallelPipeline::Reserve(const EngineFrame& frame) {
     const int W = frame.geometry.W, H = frame.geometry.H;
-    const size_t lineBytes =
-        std::max({PanStripScratchBytes(W), CleaningScratchBytes(W / 2), ColourStripScratchBytes(W)});
-    if (!settingsMemory_.Reserve(sizeof(KodakLikeSettings)) || !planes_.Reserve(CutPlanes(nullptr, W, H)) ||
-        !lines_.Reserve(lineBytes, H, frame.Threads())) {
+    if (!settingsMemory_.Reserve(sizeof(KodakLikeSettings)) || !planes_.Reserve(CutPlanes(nullptr, W, H))) {
         return false;
     }
     CutPlanes(planes_.Data(), W, H);
     settings_ = new (settingsMemory_.Data()) KodakLikeSettings;
-    return true;
+    settings_->Fill(frame.param, W / 2, H / 2, &color_.passes, &pan_.passes);
+    if (settings_->mono) {
+        color_.passes.count = 0;
+    }
+    clean_ = {W, H, settings_, &color_, &pan_, fullPan_};
+    const size_t lineBytes = std::max(
+        {PanStripScratchBytes(W, settings_->impulse), CleaningScratchBytes(W / 2), ColourStripScratchBytes(clean_)});
+    return lines_.Reserve(lineBytes, H, frame.Threads());
 }
 
 void ParallelPipeline::Run(const EngineFrame& frame, const ColourRowSink& sink) {
     const int W = frame.geometry.W, H = frame.geometry.H;
     const int workers = lines_.Workers();
-    settings_->Fill(frame.param, W / 2, H / 2, &color_.passes, &pan_.passes);
-    if (settings_->mono) {
-        color_.passes.count = 0;
-    }
     const PanFrame mosaic = {frame.mosaic, W, H, frame.narrow, settings_, fullPan_, color_.codes, pan_.codes};
     ForEachBandWithWorker(H, workers,
                           [&](int worker, int y0, int y1) { MakePanStrip(mosaic, y0, y1, lines_.Of(worker)); });
@@ -55,9 +54,8 @@ void ParallelPipeline::Run(const EngineFrame& frame, const ColourRowSink& sink) 
             pan_.Clean(pass, y0, y1, lines_.Of(worker));
         });
     }
-    const ColourFrame clean = {W, H, settings_, &color_, &pan_, fullPan_};
-    ForEachBandWithWorker(H, workers,
-                          [&](int worker, int y0, int y1) { MakeColourStrip(clean, y0, y1, lines_.Of(worker), sink); });
+    ForEachBandWithWorker(
+        H, workers, [&](int worker, int y0, int y1) { MakeColourStrip(clean_, y0, y1, lines_.Of(worker), sink); });
 }
 
 }  // namespace orv

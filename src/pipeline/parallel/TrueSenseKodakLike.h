@@ -10,6 +10,7 @@
 #ifndef ORV_PIPELINE_PARALLEL_TRUESENSEKODAKLIKE_H
 #define ORV_PIPELINE_PARALLEL_TRUESENSEKODAKLIKE_H
 
+#include "pipeline/parallel/ColourStrips.h"
 #include "pipeline/parallel/KodakLikeSettings.h"
 #include "pipeline/parallel/LowCleaning.h"
 #include "rows/Lines.h"
@@ -30,6 +31,7 @@ private:
     KodakLikeSettings* settings_ = nullptr;
     LowPlane color_ = {}, pan_ = {};
     Lines<int16_t> fullPan_;
+    ColourFrame clean_ = {};
     AlignedBuffer settingsMemory_, planes_;
     WorkerScratch lines_;
 };
