@@ -27,7 +27,7 @@ size_t FastScratchBytes(int W);
 // `narrow` promises that every sample of the mosaic lies in 0 to 4095; all sums then fit 16 bits. Else sums are 32-bit
 // and stored samples wrap to signed 16 bits. For such samples both give the same.
 void ReconstructFastStrip(const int16_t* mosaic, int W, int H, int y0, int y1, bool narrow, void* scratch,
-                      const ColourRowSink& sink);
+                          const ColourRowSink& sink);
 
 }  // namespace orv
 

@@ -2,12 +2,13 @@
 
 #include <algorithm>
 
-#include "pipeline/Arithmetic.h"
 #include "rows/Avx2.h"
 #include "rows/Lines.h"
 #include "rows/Simd.h"
 #include "rows/StripStages.h"
+#include "truesense/ClipRow.h"
 #include "truesense/DifferenceRows.h"
+#include "truesense/MixRow.h"
 #include "truesense/PanRows.h"
 
 namespace orv {

@@ -5,59 +5,11 @@
 
 #include <cmath>
 
+#include "rows/LookUp.h"
 #include "rows/Simd.h"
 #include "truesense/Tables.h"
 
 namespace orv {
-
-template <class T>
-ORV_ALWAYS_INLINE T Min(T a, T b) {
-    return a < b ? a : b;
-}
-template <class T>
-ORV_ALWAYS_INLINE T Max(T a, T b) {
-    return a > b ? a : b;
-}
-
-// Table entries one by one: faster than gathered ones on processors that guard against data sampling. Not inlined:
-// where the compiler sees that the lines lie apart it takes vectors of places to pieces, which is slower. `entries` may
-// be `places`.
-template <class T>
-__attribute__((noinline)) void LookUp(const T* table, const int16_t* places, int n, T* entries) {
-    int x = 0;
-    for (; x < n - 3; x += 4) {
-        const T four[4] = {table[places[x]], table[places[x + 1]], table[places[x + 2]], table[places[x + 3]]};
-        entries[x] = four[0];
-        entries[x + 1] = four[1];
-        entries[x + 2] = four[2];
-        entries[x + 3] = four[3];
-    }
-    for (; x < n; ++x) {
-        entries[x] = table[places[x]];
-    }
-}
-
-// Clips columns [s, w - s) of `mid` into the range of eight neighbours: two s columns away on the row itself, three
-// each on rows above and below, of which those straight above and below come from the `near` rows.
-template <class T>
-ORV_ALWAYS_INLINE void ClipRowBody(const T* up, const T* nearUp, const T* mid, const T* nearDown, const T* down, int s,
-                                   int w, T* out) {
-#pragma omp simd
-    for (int x = s; x < w - s; ++x) {
-        T low = Min(up[x - s], nearUp[x]);
-        T high = Max(up[x - s], nearUp[x]);
-        low = Min(low, Min(up[x + s], mid[x - s]));
-        high = Max(high, Max(up[x + s], mid[x - s]));
-        low = Min(low, Min(mid[x + s], down[x - s]));
-        high = Max(high, Max(mid[x + s], down[x - s]));
-        low = Min(low, Min(nearDown[x], down[x + s]));
-        high = Max(high, Max(nearDown[x], down[x + s]));
-        out[x] = Max(Min(high, mid[x]), low);
-    }
-}
-ORV_ROW_TEMPLATE((class T), (T), ClipRow,
-                 (const T* up, const T* nearUp, const T* mid, const T* nearDown, const T* down, int s, int w, T* out),
-                 (up, nearUp, mid, nearDown, down, s, w, out))
 
 // The gamma code of a 16.16 value. Rounding down agrees with rounding toward zero, since nothing below 0 remains.
 ORV_ALWAYS_INLINE int16_t CodeOf(int32_t value) { return static_cast<int16_t>(Clamp(value >> 16, 0, 1023)); }
@@ -73,11 +25,6 @@ ORV_ROW_FUNCTION(CodesOfRow, (const int32_t* row, int n, int16_t* codes), (row, 
 // whole.
 ORV_ALWAYS_INLINE int32_t MeanOf(int32_t sum, int32_t count) {
     return static_cast<int32_t>(static_cast<double>(sum) / static_cast<double>(count));
-}
-
-// One colour of the matrix product, green first.
-ORV_ALWAYS_INLINE int Mix(float r, float g, float b, float kr, float kg, float kb) {
-    return TruncateClamped(Fma(b, kb, Fma(r, kr, g * kg)), 0.0F, 4095.0F);
 }
 
 // The noise variance of a linear signal: slope * signal + intercept.

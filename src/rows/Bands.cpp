@@ -32,17 +32,17 @@ int BandRows(int rows, int threads) {
 
 void SetBandRows(int rows) { g_bandRows.store(RoundUp4(std::max(0, rows)), std::memory_order_relaxed); }
 
-int BandAt(int place, int bands) {
+int BandAt(int turn, int bands) {
     const int order = g_bandOrder.load(std::memory_order_relaxed);
     if (order == 0) {
-        return place;
+        return turn;
     }
     // Steps of a number coprime to `bands`, from anywhere, meet each band once.
     int step = order % bands + 1;
     while (std::gcd(step, bands) != 1) {
         ++step;
     }
-    return static_cast<int>((static_cast<int64_t>(place) * step + order) % bands);
+    return static_cast<int>((static_cast<int64_t>(turn) * step + order) % bands);
 }
 
 void SetBandOrder(int order) { g_bandOrder.store(std::max(0, order), std::memory_order_relaxed); }

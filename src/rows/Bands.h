@@ -13,10 +13,10 @@ int MaxWorkers(int rows, int threads);
 // Fixes the band height for tests; 0 returns to the rule. Rounded up to a multiple of 4.
 void SetBandRows(int rows);
 
-// For tests, another order of the bands for every number above 0; 0 returns to the natural one.
+// For tests, another order in which the bands are handed out for every number above 0; 0 returns to that of their rows.
 void SetBandOrder(int order);
-// The band that is run in place `place` of `bands`.
-int BandAt(int place, int bands);
+// The band, counted from the top, that is handed out as number `turn` of `bands`.
+int BandAt(int turn, int bands);
 
 // The team size of the next parallel region, no more than there are bands; 1 in a process forked from threads.
 int TeamSize(int bands);
@@ -50,15 +50,15 @@ void ForEachBandWithWorker(int rows, int workers, const Fn& fn) {
     const int bands = (rows - 1) / step + 1;
     const int team = TeamSize(bands < workers ? bands : workers);
     if (team <= 1) {
-        for (int place = 0; place < bands; ++place) {
-            const int y = BandAt(place, bands) * step;
+        for (int turn = 0; turn < bands; ++turn) {
+            const int y = BandAt(turn, bands) * step;
             fn(0, y, rows - y > step ? y + step : rows);
         }
         return;
     }
 #pragma omp parallel for num_threads(team) schedule(dynamic, 1)
-    for (int place = 0; place < bands; ++place) {
-        const int y = BandAt(place, bands) * step;
+    for (int turn = 0; turn < bands; ++turn) {
+        const int y = BandAt(turn, bands) * step;
         fn(WorkerIndex(), y, rows - y > step ? y + step : rows);
     }
 }

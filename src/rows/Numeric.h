@@ -49,6 +49,15 @@ ORV_ALWAYS_INLINE int32_t TruncateFromAbove(float x) {
 ORV_ALWAYS_INLINE float Fma(float a, float b, float c) { return __builtin_fmaf(a, b, c); }
 ORV_ALWAYS_INLINE double Fma(double a, double b, double c) { return __builtin_fma(a, b, c); }
 
+template <class T>
+ORV_ALWAYS_INLINE T Min(T a, T b) {
+    return a < b ? a : b;
+}
+template <class T>
+ORV_ALWAYS_INLINE T Max(T a, T b) {
+    return a > b ? a : b;
+}
+
 ORV_ALWAYS_INLINE int32_t Clamp(int32_t v, int32_t low, int32_t high) {
     v = v < low ? low : v;
     return v > high ? high : v;

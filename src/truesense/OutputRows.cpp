@@ -99,7 +99,7 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void MatrixRowBodyAvx2(Planes<Value> in, const
 ORV_ROW_TEMPLATE_TUNED((class Value), (Value), MatrixRow,
                        (Planes<Value> in, const double* m, int n, uint16_t* const* out), (in, m, n, out))
 
-// Table lookups are faster one by one than gathered on processors that guard against data sampling.
+// Table lookups are faster one by one than gathered on processors that mitigate Gather Data Sampling.
 template <class T>
 ORV_ALWAYS_INLINE void TonePixels(const uint16_t* const* in, const T* tones, ptrdiff_t step, int n, T* out) {
     const uint16_t* first = in[0];

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "pipeline/Arithmetic.h"
-#include "pipeline/MixRow.h"
 #include "rows/Avx2.h"
 #include "truesense/DifferenceRows.h"
+#include "truesense/MixRow.h"
 #include "truesense/PanRows.h"
 
 namespace orv {

@@ -5,6 +5,7 @@
 #include "pipeline/Arithmetic.h"
 #include "pipeline/PanBlend.h"
 #include "rows/StripStages.h"
+#include "truesense/ClipRow.h"
 #include "truesense/PanRows.h"
 
 namespace orv {

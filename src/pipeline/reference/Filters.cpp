@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-#include "pipeline/Arithmetic.h"
+#include "truesense/ClipRow.h"
 
 using orv::Elements;
 using orv::Fma;

@@ -2,8 +2,8 @@
 #include <algorithm>
 
 #include "pipeline/Arithmetic.h"
-#include "pipeline/MixRow.h"
 #include "pipeline/reference/Scratch.h"
+#include "truesense/MixRow.h"
 
 using orv::Abs;
 using orv::Clamp;

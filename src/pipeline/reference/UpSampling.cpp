@@ -7,11 +7,6 @@
 using orv::AppendLog;
 using orv::Elements;
 
-const int32_t grbgCFA[2][2] = {{1, 0}, {2, 1}};
-const int32_t bggrCFA[2][2] = {{2, 1}, {1, 0}};
-const int32_t rggbCFA[2][2] = {{0, 1}, {1, 2}};
-const int32_t gbrgCFA[2][2] = {{1, 2}, {0, 1}};
-
 namespace {
 
 ORV_ALWAYS_INLINE void DoubleRowBody(const int* low, int n, int* out) {

@@ -1,4 +1,4 @@
-// Dark floor, gains and the split of the mosaic; the check number; the dump of a plane.
+// Dark floor, gains and the split of the mosaic.
 #include "pipeline/reference/Scratch.h"
 #include "rows/Simd.h"
 
@@ -7,11 +7,6 @@ using orv::Clamp;
 using orv::Elements;
 using orv::TruncateClamped;
 using orv::TruncateToInt32;
-
-const int32_t pgprCFA[4][4] = {{3, 7, 3, 5}, {8, 4, 6, 4}, {3, 9, 3, 7}, {10, 4, 8, 4}};
-const int32_t pbpgCFA[4][4] = {{3, 9, 3, 7}, {10, 4, 8, 4}, {3, 7, 3, 5}, {8, 4, 6, 4}};
-const int32_t prpgCFA[4][4] = {{3, 5, 3, 7}, {6, 4, 8, 4}, {3, 7, 3, 9}, {8, 4, 10, 4}};
-const int32_t pgpbCFA[4][4] = {{3, 7, 3, 9}, {8, 4, 10, 4}, {3, 5, 3, 7}, {6, 4, 8, 4}};
 
 namespace {
 
@@ -50,51 +45,6 @@ ORV_ALWAYS_INLINE void BalanceRowBody(const short* row, const float* gain, int n
 }
 ORV_ROW_FUNCTION(BalanceRow, (const short* row, const float* gain, int n, short* even, short* odd),
                  (row, gain, n, even, odd))
-
-// Formats of one element by its place in a dump.
-struct ElementFormats {
-    const char* firstOfAll;
-    const char* firstOfRow;
-    const char* lastOfAll;
-    const char* lastOfRow;
-    const char* other;
-};
-constexpr ElementFormats kIntegerFormats = {"[[%d", " [%d", "%d]]\n", "%d]\n", " %d "};
-constexpr ElementFormats kFloatFormats = {"[[%5.2f", " [%5.2f", "%5.2f]]\n", "%5.2f]\n", " %5.2f "};
-
-// Printed is the promoted type of Element.
-template <class Element, class Printed>
-void DumpElements(const void* data, ptrdiff_t first, int w, int h, int stride, const ElementFormats& formats,
-                  LogText_t* log) {
-    const Element* row = static_cast<const Element*>(data) + first;
-    for (int y = 0; y < h; ++y, row += stride) {
-        for (int x = 0; x < w; ++x) {
-            const char* format = formats.other;
-            if (x == 0) {
-                format = y == 0 ? formats.firstOfAll : formats.firstOfRow;
-            } else if (x == w - 1) {
-                format = y == h - 1 ? formats.lastOfAll : formats.lastOfRow;
-            }
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-            AppendLog(log, format, static_cast<Printed>(row[x]));
-#pragma GCC diagnostic pop
-        }
-    }
-}
-
-void DumpTriples(const void* data, ptrdiff_t first, int w, int h, int stride, LogText_t* log) {
-    const unsigned char* row = static_cast<const unsigned char*>(data) + 3 * first;
-    AppendLog(log, "[");
-    for (int y = 0; y < h; ++y, row += static_cast<ptrdiff_t>(stride) * 3) {
-        for (int x = 0; x < w; ++x) {
-            const unsigned char* triple = row + static_cast<ptrdiff_t>(x) * 3;
-            AppendLog(log, x == 0 ? "[[%d " : " [%d ", triple[0]);
-            AppendLog(log, "%d ", triple[1]);
-            AppendLog(log, x == w - 1 ? "%d]]\n\n" : "%d]\n", triple[2]);
-        }
-    }
-}
 
 }  // namespace
 
@@ -136,51 +86,5 @@ int Alg_WhiteBalance(short* frame, int w, int h, int cfaPattern, float redGain, 
         const ptrdiff_t target = Elements(qw, row / 2);
         BalanceRow(frame + Elements(w, row), gain, qw, planes[codes[0] - 3] + target, planes[codes[1] - 3] + target);
     }
-    return 0;
-}
-
-unsigned calcHash(void* data, int rowBytes, int rows, unsigned seed) {
-    if (rowBytes < 1 || rows < 1) {
-        return seed;
-    }
-    // 32 steps rotate by five whole turns, so blocks of 32 bytes act by their exclusive or.
-    constexpr int kBlock = 32;
-    const unsigned char* bytes = static_cast<const unsigned char*>(data);
-    const unsigned char* const end = bytes + Elements(rowBytes, rows);
-    unsigned char folded[kBlock] = {};
-    for (; end - bytes >= kBlock; bytes += kBlock) {
-        for (int i = 0; i < kBlock; ++i) {
-            folded[i] = static_cast<unsigned char>(folded[i] ^ bytes[i]);
-        }
-    }
-    unsigned hash = seed;
-    const auto step = [&hash](unsigned char byte) { hash = byte ^ ((hash >> 27) | (hash << 5)); };
-    for (const unsigned char byte : folded) {
-        step(byte);
-    }
-    for (; bytes < end; ++bytes) {
-        step(*bytes);
-    }
-    return hash;
-}
-
-int Alg_GetRegionData(char* name, void* data, int type, int x, int y, int regionWidth, int regionHeight, int stride,
-                      int height, LogText_t* log) {
-    if (regionWidth >= stride || height <= regionHeight) {
-        AppendLog(log, "region position error.\n");
-        return -1;
-    }
-    AppendLog(log, "%s:\n", name);
-    const ptrdiff_t first = x + Elements(stride, y);
-    switch (type) {
-    case 0: DumpElements<uint8_t, int>(data, first, regionWidth, regionHeight, stride, kIntegerFormats, log); break;
-    case 1: DumpElements<uint16_t, int>(data, first, regionWidth, regionHeight, stride, kIntegerFormats, log); break;
-    case 2: DumpElements<int16_t, int>(data, first, regionWidth, regionHeight, stride, kIntegerFormats, log); break;
-    case 3: DumpElements<float, double>(data, first, regionWidth, regionHeight, stride, kFloatFormats, log); break;
-    case 4: DumpTriples(data, first, regionWidth, regionHeight, stride, log); break;
-    case 5: DumpElements<int32_t, int>(data, first, regionWidth, regionHeight, stride, kIntegerFormats, log); break;
-    default: AppendLog(log, "data type error.\n"); return -1;
-    }
-    AppendLog(log, "\n");
     return 0;
 }

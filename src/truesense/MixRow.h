@@ -1,11 +1,16 @@
-// The colour matrix over rows, the same in both forms of the pipeline.
-#ifndef ORV_PIPELINE_MIXROW_H
-#define ORV_PIPELINE_MIXROW_H
+// The colour matrix in single precision, over rows of linear samples: of both pipelines and of the simple engine.
+#ifndef ORV_TRUESENSE_MIXROW_H
+#define ORV_TRUESENSE_MIXROW_H
 
-#include "pipeline/Arithmetic.h"
 #include "rows/Avx2.h"
+#include "rows/Simd.h"
 
 namespace orv {
+
+// One colour of the matrix product, green first.
+ORV_ALWAYS_INLINE int Mix(float r, float g, float b, float kr, float kg, float kb) {
+    return TruncateClamped(Fma(b, kb, Fma(r, kr, g * kg)), 0.0F, 4095.0F);
+}
 
 // One colour of n pixels from its row of the matrix. Lines of floats start at multiples of 32 bytes. Lines are read and
 // written in full vectors of 16 pixels; what stands behind n does not count.
