@@ -7,6 +7,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "OrvBayer.h"
+#include "OrvHelpers.h"
 #include "OrvTrueSense.h"
 #include "Record.h"
 
@@ -105,6 +106,31 @@ FrameRun CopyRun(int width, int height, int bits, int threads) {
     };
 }
 
+// Noise in the packed bytes of a frame.
+FrameRun UnpackRun(int width, int height, int packing) {
+    const int64_t stride = OrvPacking_RowBytes(packing, width);
+    auto source = std::make_shared<std::vector<uint8_t>>(static_cast<size_t>(stride * height));
+    uint32_t state = 12345;
+    for (uint8_t& byte : *source) {
+        state = state * 1664525U + 1013904223U;
+        byte = static_cast<uint8_t>(state >> 24);
+    }
+    auto result = std::make_shared<std::vector<uint16_t>>(static_cast<size_t>(width) * static_cast<size_t>(height));
+    return [=] {
+        return OrvPacking_Unpack(packing, source->data(), source->size(), stride, width, height, result->data(),
+                                 2 * result->size(), 2 * int64_t{width});
+    };
+}
+
+FrameRun To8Run(int width, int height) {
+    auto buffers = std::make_shared<Buffers>(width, height, 12, OrvPixelBayerRG12);
+    auto result = std::make_shared<std::vector<uint8_t>>(static_cast<size_t>(width) * static_cast<size_t>(height));
+    return [=] {
+        return OrvRows_To8(buffers->source.ptr<uint16_t>(), 2 * int64_t{width}, result->data(), width, width, height,
+                           12);
+    };
+}
+
 }  // namespace
 
 const Size kSizes[4] = {{"2", 1920, 1080}, {"5", 2592, 1944}, {"12", 4000, 3000}, {"48", 8000, 6000}};
@@ -115,6 +141,8 @@ void UseThreads(int threads) {
 }
 
 FrameRun ReferenceRun(int width, int height) { return OpenCvRun(width, height, 8, cv::COLOR_BayerBG2BGR); }
+
+FrameRun CopyReferenceRun(int width, int height) { return CopyRun(width, height, 16, 1); }
 
 FrameRun ComponentBilinearRun(int width, int height) { return BayerRun(width, height, 8, 0); }
 
@@ -168,6 +196,16 @@ std::vector<Case> AllCases() {
                  [=](int w, int h, int threads) { return TrueSenseRun(w, h, threads, bits, settings); }});
         }
     }
+    return cases;
+}
+
+std::vector<Case> HelperCases() {
+    std::vector<Case> cases;
+    for (int packing = OrvPacking10p; packing <= OrvPackingRaw12; ++packing) {
+        cases.push_back({OrvPacking_Name(packing), OrvPacking_Bits(packing),
+                         [packing](int w, int h, int) { return UnpackRun(w, h, packing); }});
+    }
+    cases.push_back({"12 bits to 8", 12, [](int w, int h, int) { return To8Run(w, h); }});
     return cases;
 }
 

@@ -25,6 +25,12 @@ std::vector<Case> AllCases();
 // OpenCV's bilinear conversion of an 8-bit frame, the unit of the ratios. Runs with OpenCV's thread count in force.
 FrameRun ReferenceRun(int width, int height);
 
+// What libOrvHelpers does to frames before and after a conversion, on one thread.
+std::vector<Case> HelperCases();
+
+// memcpy of a frame of 16-bit samples, the unit of those.
+FrameRun CopyReferenceRun(int width, int height);
+
 // OpenCV's own threads and the OpenMP default, for everything that follows.
 void UseThreads(int threads);
 

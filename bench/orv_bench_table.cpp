@@ -22,6 +22,7 @@ struct Options {
     int repetitions = 40;
     double seconds = 5;
     bool overhead = false;
+    bool helpers = false;
 };
 
 double Seconds(const FrameRun& run) {
@@ -101,6 +102,22 @@ void PrintTable(const Options& options) {
     }
 }
 
+// Time of a 16-bit memcpy of a frame over that of a helper that makes or reads one.
+void PrintHelpers(const Options& options) {
+    std::printf("| Layout | size | memcpy / helper, best | 25 %% |\n|---|---|---|---|\n");
+    for (const orvbench::Case& each : orvbench::HelperCases()) {
+        for (const std::string& name : options.sizes) {
+            const orvbench::Size size = FindSize(name);
+            Times ofCopy;
+            Times ofHelper;
+            Alternate(options, orvbench::CopyReferenceRun(size.width, size.height),
+                      each.make(size.width, size.height, 1), 1, &ofCopy, &ofHelper);
+            std::printf("| %s | %dx%d | %.2f | %.2f |\n", each.name.c_str(), size.width, size.height,
+                        ofCopy.Best() / ofHelper.Best(), ofCopy.Quarter() / ofHelper.Quarter());
+        }
+    }
+}
+
 // Time of the component's bilinear conversion over that of the bare call, in batches so that small frames can be timed.
 void PrintOverhead(const Options& options) {
     std::printf(
@@ -148,12 +165,17 @@ int main(int argc, char** argv) {
     app.add_option("--seconds", options.seconds, "longest time of one row; five runs are made in any case")
         ->capture_default_str();
     app.add_flag("--overhead", options.overhead, "only the cost of the component over the bare call");
+    app.add_flag("--helpers", options.helpers, "only packed layouts and depths, against a 16-bit memcpy");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 1;
     }
     try {
+        if (options.helpers) {
+            PrintHelpers(options);
+            return 0;
+        }
         if (!options.overhead) {
             PrintTable(options);
         }

@@ -32,7 +32,7 @@ constexpr const char* kIntercept = "12-bit codes squared";
 // One of the five rows of the noise model.
 #define ORV_GAIN_ROW(n, standard)                                             \
     ORV_FLOAT("ISOAnalogGain_" #n, standard, kPipelines, kAscending, kFactor, \
-              "noise model, row " #n ": the analog gain whose noise lines stand in rows " #n)
+              "noise model: the analog gain that row " #n " of the lines is for")
 #define ORV_LINE_ROW(name, n, standard, algorithms, range, unit, meaning) \
     ORV_FLOAT(name "_" #n, standard, algorithms, range, unit, "noise model, row " #n ": " meaning)
 #define ORV_PAN_SLOPE(n, standard)                                           \
