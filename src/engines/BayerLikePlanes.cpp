@@ -17,13 +17,12 @@ void BayerLikePlanes::Create(int16_t* mosaic, int W, int H, int workers) {
     rows_.create(3 * workers, W, CV_32SC1);
 }
 
-int BayerLikePlanes::Reconstruct(int16_t* mosaic, int W, int H, const ColourRowSink& sink) {
-    const int workers = MaxWorkers(H, 0);
+int BayerLikePlanes::Reconstruct(int16_t* mosaic, int W, int H, int workers, const ColourRowSink& sink) {
     int failure = kCodeNoMemory;
     try {
         Create(mosaic, W, H, workers);
         failure = kCodeOpenCv;
-        ForEachBand(H, [this](int y0, int y1) {
+        ForEachBand(H, workers, [this](int y0, int y1) {
             for (int y = y0; y < y1; ++y) {
                 CompleteRow(y);
             }
@@ -32,7 +31,9 @@ int BayerLikePlanes::Reconstruct(int16_t* mosaic, int W, int H, const ColourRowS
                 AverageBlocks(y);
             }
         });
-        Widen();
+        // Inside a loop of OpenCV its functions run on the calling thread: its pool has a size of its own and does not
+        // survive a fork.
+        cv::parallel_for_(cv::Range(0, 1), [this](const cv::Range&) { Widen(); });
     } catch (const cv::Exception&) {
         return failure;
     }

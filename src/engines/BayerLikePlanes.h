@@ -17,11 +17,11 @@ namespace orv {
 
 class BayerLikePlanes {
 public:
-    // Reconstructs the mosaic of `W` by `H` samples, multiples of 4, and hands all rows to `sink`; pan completes the
-    // mosaic in its place. Sums are 32-bit, stored samples signed 16-bit; OpenCV's subtractions and additions saturate.
-    // Returns 0, 9 when memory for the planes ran out, or 1 when a later OpenCV call threw; but for 0 nothing has
-    // reached the sink.
-    int Reconstruct(int16_t* mosaic, int W, int H, const ColourRowSink& sink);
+    // Reconstructs the mosaic of `W` by `H` samples, multiples of 4, on `workers` threads and hands all rows to `sink`;
+    // pan completes the mosaic in its place. Sums are 32-bit, stored samples signed 16-bit; OpenCV's subtractions and
+    // additions saturate. Returns 0, 9 when memory for the planes ran out, or 1 when a later OpenCV call threw; but for
+    // 0 nothing has reached the sink.
+    int Reconstruct(int16_t* mosaic, int W, int H, int workers, const ColourRowSink& sink);
 
 private:
     void Create(int16_t* mosaic, int W, int H, int workers);

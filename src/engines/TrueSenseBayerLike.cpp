@@ -13,7 +13,7 @@ int TrueSenseBayerLike<T>::Reconstruct(const orv::EngineFrame& frame, const orv:
     const int W = frame.geometry.W;
     const int H = frame.geometry.H;
     if (!frame.narrow || !orv::BayerLikeStripsFit(W, H)) {
-        return planes_.Reconstruct(frame.mosaic, W, H, sink);
+        return planes_.Reconstruct(frame.mosaic, W, H, rings_.Workers(), sink);
     }
     orv::ForEachBandWithWorker(H, rings_.Workers(), [&](int worker, int y0, int y1) {
         orv::ReconstructBayerLikeStrip(frame.mosaic, W, H, y0, y1, rings_.Of(worker), sink);

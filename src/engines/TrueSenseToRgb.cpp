@@ -12,7 +12,6 @@ int TrueSenseToRgb<T>::InitRGB(unsigned short const* src, _OrvRect rect, _OrvSiz
     return Base::InitRGB(src, rect, size, srcStride, bits, dst, dstStride, grid, param);
 }
 
-// The team of Calculate decides, so this follows `threads_num` from frame to frame.
 template <class T>
 bool TrueSenseToRgb<T>::Reserve(const orv::EngineFrame& frame) {
     return rings_.Reserve(orv::FastScratchBytes(frame.geometry.W), frame.geometry.H, frame.Threads());

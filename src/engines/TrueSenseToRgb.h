@@ -17,7 +17,7 @@ class TrueSenseToRgb : public orv::TrueSenseEngine<T> {
 public:
     TrueSenseToRgb() : Base(Base::Flags::Low32Bits, Base::Matrix::OfOutput) {}
 
-    // Sets the OpenMP team size to a `threads_num` above 0 and leaves it there.
+    // Sets the process's default team size to a `threads_num` above 0 and leaves it there.
     int InitRGB(unsigned short const* src, _OrvRect rect, _OrvSize size, int srcStride, int bits, unsigned char* dst,
                 int dstStride, unsigned char grid, tagTrueSenseParam* param) override;
 

@@ -47,21 +47,14 @@ int BandAt(int turn, int bands) {
 
 void SetBandOrder(int order) { g_bandOrder.store(std::max(0, order), std::memory_order_relaxed); }
 
-int TeamSize(int bands) { return ForkedFromThreads() ? 1 : std::max(1, std::min(omp_get_max_threads(), bands)); }
-
 int MaxWorkers(int rows, int threads) {
+    if (ForkedFromThreads()) {
+        return 1;
+    }
     return std::max(1, std::min(threads > 0 ? threads : omp_get_max_threads(), (rows + 3) / 4));
 }
 
 void SetThreads(int threads) { omp_set_num_threads(threads); }
-
-ThreadsScope::ThreadsScope(int threads) : saved_(omp_get_max_threads()) {
-    if (threads > 0) {
-        omp_set_num_threads(threads);
-    }
-}
-
-ThreadsScope::~ThreadsScope() { omp_set_num_threads(saved_); }
 
 int WorkerIndex() { return omp_get_thread_num(); }
 

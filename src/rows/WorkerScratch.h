@@ -9,8 +9,7 @@ namespace orv {
 
 class WorkerScratch {
 public:
-    // `bytes` each for as many workers as `rows` rows can keep busy at a team size of `threads`, or at the size in
-    // force for 0. False when memory ran out.
+    // `bytes` for each of the threads that share `rows` rows, see MaxWorkers. False when memory ran out.
     bool Reserve(size_t bytes, int rows, int threads) {
         bytes_ = (bytes + kLine - 1) / kLine * kLine;
         workers_ = MaxWorkers(rows, threads);

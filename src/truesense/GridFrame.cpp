@@ -99,14 +99,14 @@ RegionWalk RegionWalk::Make(int x, int y, int w, int h, int stride, int channels
 
 template <class T>
 uint32_t ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridGeometry& g, int16_t* plane,
-                    int planeStep) {
+                    int planeStep, int threads) {
     if (g.Small()) {
         std::memset(plane, 0, sizeof(int16_t) * static_cast<size_t>(g.H) * static_cast<size_t>(planeStep));
     }
     const auto row = [&](int r) { return plane + static_cast<ptrdiff_t>(r) * planeStep; };
     const uint16_t factor = static_cast<uint16_t>(1 << (shift >= 0 ? shift : 16 + shift));
     std::atomic<uint32_t> used{0};
-    ForEachBand(g.h, [&](int y0, int y1) {
+    ForEachBand(g.h, threads, [&](int y0, int y1) {
         uint16_t bits = 0;
         for (int y = y0; y < y1; ++y) {
             const T* from = src + walk.rowStart + y * walk.rowStep + walk.columnStart;
@@ -138,8 +138,8 @@ uint32_t ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridG
 }
 
 template uint32_t ReadMosaic<unsigned char>(const unsigned char*, const RegionWalk&, int, const GridGeometry&, int16_t*,
-                                            int);
+                                            int, int);
 template uint32_t ReadMosaic<unsigned short>(const unsigned short*, const RegionWalk&, int, const GridGeometry&,
-                                             int16_t*, int);
+                                             int16_t*, int, int);
 
 }  // namespace orv

@@ -52,11 +52,11 @@ struct RegionWalk {
 
 // Reads the region from `src` into the plane, shifted to 12 bits (16-bit store, nothing masked or clamped); then
 // extends it over the whole plane with period 4: rows above and below, then columns left and right. Regions below
-// 4 by 4 start from a zeroed plane. Bands of rows run on the team in force. Returns the union of the bits of all stored
-// samples.
+// 4 by 4 start from a zeroed plane. Runs on `threads` threads, 0 for the process's default. Returns the union of the
+// bits of all stored samples.
 template <class T>
 uint32_t ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridGeometry& geometry, int16_t* plane,
-                    int planeStep);
+                    int planeStep, int threads);
 
 }  // namespace orv
 

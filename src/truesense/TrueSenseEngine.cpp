@@ -96,7 +96,7 @@ int TrueSenseEngine<T>::Load(const Sample* src, const _OrvRect& rect, int srcStr
     }
     const RegionWalk walk = RegionWalk::Make(rect.x, rect.y, rect.width, rect.height, srcStride, 1,
                                              frame_.param.horMirrored != 0, frame_.param.verMirrored != 0);
-    frame_.narrow = ReadMosaic(src, walk, shift, g, frame_.mosaic, g.W) < 4096;
+    frame_.narrow = ReadMosaic(src, walk, shift, g, frame_.mosaic, g.W, frame_.Threads()) < 4096;
     prepared_ = true;
     return kCodeOk;
 }
@@ -120,7 +120,6 @@ int TrueSenseEngine<T>::Process(Sample* dst, int dstStride, int shift) {
     output.matrix = matrix_ == Matrix::OfEngine || IsIdentity(matrix.factor) ? nullptr : matrix.factor;
     output.table = &table;
     output.bounded = matrix_ == Matrix::OfEngine;
-    const ThreadsScope threads(frame_.Threads());
     return Reconstruct(frame_, RegionSink<Sample>(g, output));
 }
 

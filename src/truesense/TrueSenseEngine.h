@@ -29,7 +29,7 @@ struct EngineFrame {
     bool narrow = true;            // every sample of the mosaic lies in 0 to 4095
     tagTrueSenseParam param = {};  // of the caller or the engine's own; never without a tone table
 
-    // The team size of Calculate; 0 for the one in force.
+    // The size of all teams of this frame; 0 for the process's default.
     int Threads() const { return param.threads_num > 0 ? static_cast<int>(param.threads_num) : 0; }
 };
 
@@ -51,11 +51,10 @@ public:
     // grows with the frames and stays.
     int Init(T const* src, _OrvRect rect, _OrvSize size, int srcStride, int bits, T* dst, int dstStride,
              unsigned char grid, tagTrueSenseParam* param) override;
+    // Returns 7, and writes nothing, when `bits` has no output depth and no normalisation is asked for.
+    int Calculate() override;
     int InitRGB(unsigned short const* src, _OrvRect rect, _OrvSize size, int srcStride, int bits, unsigned char* dst,
                 int dstStride, unsigned char grid, tagTrueSenseParam* param) override;
-    // Calculate and CalculateRGB run at the team size `threads_num` when that is above 0 and restore the former one.
-    // Calculate returns 7, and writes nothing, when `bits` has no output depth and no normalisation is asked for.
-    int Calculate() override;
     int CalculateRGB() override;
 
     // For tests: the mosaic plane, null when there is none.

@@ -1,7 +1,6 @@
 #include "engines/TrueSenseBayerLike.h"
 
 #include <gtest/gtest.h>
-#include <omp.h>
 
 #include <algorithm>
 #include <numeric>
@@ -26,7 +25,7 @@ using Planes = std::vector<std::vector<int>>;
 Planes Expected(std::vector<int16_t> mosaic, int W, int H) {
     const orvtest::PlaneSink sink(W, H);
     orv::BayerLikePlanes planes;
-    EXPECT_EQ(0, planes.Reconstruct(mosaic.data(), W, H, sink));
+    EXPECT_EQ(0, planes.Reconstruct(mosaic.data(), W, H, 2, sink));
     return sink.planes;
 }
 
@@ -87,17 +86,6 @@ TEST(TrueSenseBayerLike, StripsEqualOpenCv) {
                 ASSERT_EQ(OfStrips(mosaic, W, H, bandRows), expected) << W << " x " << H << ", " << bandRows;
             }
         }
-    }
-}
-
-TEST(TrueSenseBayerLike, TeamSizeComesBack) {
-    const orvtest::DriverScope restore;
-    omp_set_num_threads(3);
-    for (const int height : {24, 4}) {  // strips, OpenCV
-        Frame frame(40, height, 8, 4095);
-        frame.param.threads_num = 2;
-        ASSERT_EQ(frame.Convert(&frame.param), 0);
-        EXPECT_EQ(omp_get_max_threads(), 3);
     }
 }
 

@@ -1,7 +1,6 @@
 #include "engines/TrueSenseToRgb.h"
 
 #include <gtest/gtest.h>
-#include <omp.h>
 
 #include <cmath>
 #include <limits>
@@ -11,7 +10,6 @@
 #include "engines/FastReference.h"
 #include "rows/Bands.h"
 #include "rows/Simd.h"
-#include "support/DriverScope.h"
 #include "support/EngineVectors.h"
 #include "support/Noise.h"
 #include "truesense/Tables.h"
@@ -280,40 +278,6 @@ TEST(TrueSenseToRgb, GreyThroughMatrix) {
         ASSERT_EQ(0, Finish(engine, f));
         ExpectSame(f.Expected(Defaults()), f.result, f.call);
     }
-}
-
-TEST(TrueSenseToRgb, TeamSize) {
-    const orvtest::DriverScope restore;
-    omp_set_num_threads(3);
-    FastCall call;
-    call.rect = {0, 0, 16, 16};
-    tagTrueSenseParam param = Defaults();
-    param.threads_num = 2;
-    Frame<unsigned char, unsigned char> f(call, 1, 255);
-    TrueSenseToRgb<unsigned char> engine;
-    ASSERT_EQ(0, Start(engine, f, &param));
-    EXPECT_EQ(3, omp_get_max_threads());
-    ASSERT_EQ(0, engine.Calculate());
-    EXPECT_EQ(3, omp_get_max_threads());
-
-    Frame<unsigned short, unsigned char> rgb(call, 1, 255);
-    param.threads_num = 4;
-    rgb.call.bits = 9;
-    EXPECT_EQ(7, StartRgb(engine, rgb, &param));
-    EXPECT_EQ(4, omp_get_max_threads());
-    rgb.call.bits = 8;
-    param.threads_num = 5;
-    EXPECT_EQ(8, engine.InitRGB(nullptr, rgb.call.rect, rgb.size, 64, 8, rgb.Result(), 64, 0, &param));
-    EXPECT_EQ(4, omp_get_max_threads());
-    ASSERT_EQ(0, StartRgb(engine, rgb, &param));
-    ASSERT_EQ(0, engine.CalculateRGB());
-    EXPECT_EQ(5, omp_get_max_threads());
-    // A team that no one could start is cut to the bands.
-    param.threads_num = 1000000;
-    ASSERT_EQ(0, Start(engine, f, &param));
-    ASSERT_EQ(0, engine.Calculate());
-    ExpectSame(f.Expected(param), f.result, f.call);
-    EXPECT_EQ(5, omp_get_max_threads());
 }
 
 TEST(TrueSenseToRgb, RefusalsInOrderAndRepeated) {

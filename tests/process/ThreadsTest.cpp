@@ -61,6 +61,7 @@ void RunTogether(const MakeCamera& make) {
         cameras.push_back(make(side));
     }
     std::vector<std::thread> threads;
+    threads.reserve(cameras.size());
     for (const auto& camera : cameras) {
         threads.emplace_back([&camera] { camera->Run(); });
     }

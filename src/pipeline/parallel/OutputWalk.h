@@ -33,10 +33,11 @@ ORV_ALWAYS_INLINE void StorePixelsBody(const Pixels& pixels, ptrdiff_t step, boo
 ORV_ROW_TEMPLATE((class Out, class Pixels), (Out, Pixels), StorePixels,
                  (const Pixels& pixels, ptrdiff_t step, bool bgr, int n, Out* dst), (pixels, step, bgr, n, dst))
 
-// Writes w by h pixels at `dst` on the team in force. `rowOf(y)` gives the pixels of row y of the result's region.
+// Writes w by h pixels at `dst` on `threads` threads, 0 for the process's default. `rowOf(y)` gives the pixels of row y
+// of the result's region.
 template <class Out, class RowOf>
-void WriteRegion(Out* dst, const RegionWalk& walk, bool bgr, int w, int h, const RowOf& rowOf) {
-    ForEachBand(h, [&](int y0, int y1) {
+void WriteRegion(Out* dst, const RegionWalk& walk, bool bgr, int w, int h, int threads, const RowOf& rowOf) {
+    ForEachBand(h, threads, [&](int y0, int y1) {
         for (int y = y0; y < y1; ++y) {
             StorePixels<Out, decltype(rowOf(y))>(rowOf(y), walk.columnStep, bgr, w,
                                                  dst + walk.rowStart + y * walk.rowStep + walk.columnStart);

@@ -167,6 +167,7 @@ void TrueSenseKodak<T>::LoadParameters(const tagTrueSenseParam& from) {
     to.highLumaNoise = static_cast<float>(from.highLumaNoise);
     to.lowLumaNoise = static_cast<float>(from.lowLumaNoise);
     to.toneTable = from.toneTable;
+    threads_ = static_cast<int32_t>(from.threads_num);
     normalizationEnable_ = IsOn(from.normalizationEnable);
     horMirrored_ = IsOn(from.horMirrored);
     verMirrored_ = IsOn(from.verMirrored);
@@ -195,7 +196,7 @@ int TrueSenseKodak<T>::CopyDataFromSrc(const Sample* src, int srcStride, _OrvRec
     }
     const RegionWalk walk =
         RegionWalk::Make(rect.x, rect.y, rect.width, rect.height, srcStride, 1, horMirrored_, verMirrored_);
-    orv::ReadMosaic(src, walk, shift, geometry_, reinterpret_cast<int16_t*>(frame_.get()), geometry_.W);
+    orv::ReadMosaic(src, walk, shift, geometry_, reinterpret_cast<int16_t*>(frame_.get()), geometry_.W, threads_);
     prepared_ = true;
     return orv::kCodeOk;
 }
@@ -235,7 +236,7 @@ void TrueSenseKodak<T>::CopyDataToDst(Out* dst, int dstStride, int shift) const 
     const RegionWalk walk = RegionWalk::Make(0, 0, g.w, g.h, dstStride, alpha_ ? 4 : 3, horMirrored_, verMirrored_);
     const ptrdiff_t step = static_cast<ptrdiff_t>(g.W) * 3;
     const unsigned char* first = rgb_.get() + g.gridY * step + g.gridX * 3;
-    orv::WriteRegion(dst, walk, bgr_, g.w, g.h, [=](int y) { return BytePixels{first + y * step, shift}; });
+    orv::WriteRegion(dst, walk, bgr_, g.w, g.h, threads_, [=](int y) { return BytePixels{first + y * step, shift}; });
 }
 
 template <class T>

@@ -1,7 +1,7 @@
 // The reference pan-and-colour engine: brings frames of any depth, grid code and mirror into the form of
 // Api_ImageProcess and writes its 8-bit result in the layout asked for.
 //
-// The pipeline runs on the calling thread, the copies on the default team; `threads_num` has no effect.
+// The pipeline runs on the calling thread, the copies on a team of `threads_num`.
 #ifndef ORV_PIPELINE_PARALLEL_TRUESENSEKODAK_H
 #define ORV_PIPELINE_PARALLEL_TRUESENSEKODAK_H
 
@@ -72,6 +72,7 @@ private:
     char logBuffer_[1024] = {};
     ImageProcessParam param_ = {};
     ImageProcessBuffers buffers_ = {};
+    int threads_ = 0;  // of the copies; 0: the process's default
     bool normalizationEnable_ = false, verMirrored_ = false, horMirrored_ = false;
 };
 

@@ -1,7 +1,6 @@
 #include "pipeline/parallel/TrueSenseKodakLike.h"
 
 #include <gtest/gtest.h>
-#include <omp.h>
 
 #include <algorithm>
 #include <cmath>
@@ -246,34 +245,6 @@ TEST(TrueSenseKodakLike, PassesWithoutAnInteriorChangeNothing) {
     param.panRadius1 = 5;  // 2 of 12 cells
     param.panSigma1 = 1000;
     EXPECT_NE(expected, Convert(NoiseFrame(), param));
-}
-
-TEST(TrueSenseKodakLike, TeamSizeComesBackOnEveryWayOut) {
-    const int before = omp_get_max_threads();
-    omp_set_num_threads(3);
-    tagTrueSenseParam param = Plain();
-    param.threads_num = 2;
-    const Samples source = NoiseFrame();
-    Samples result(source.size() * 3);
-    TrueSenseKodakLike<unsigned short> engine;
-    const auto init = [&](const unsigned short* src, int bits, unsigned char grid) {
-        return engine.Init(src, {0, 0, kSize, kSize}, {kSize, kSize}, 2 * kSize, bits, result.data(), 6 * kSize, grid,
-                           &param);
-    };
-    EXPECT_EQ(0, init(source.data(), 12, 0));
-    EXPECT_EQ(0, engine.Calculate());
-    EXPECT_EQ(3, omp_get_max_threads());
-    EXPECT_EQ(7, init(source.data(), 11, 0));
-    EXPECT_EQ(7, engine.Calculate());
-    EXPECT_EQ(7, init(source.data(), 12, 16));
-    EXPECT_EQ(8, init(nullptr, 12, 0));
-    // Unlike the reference engine, this one takes 10 bits to 8.
-    std::vector<unsigned char> bytes(result.size());
-    EXPECT_EQ(0, engine.InitRGB(source.data(), {0, 0, kSize, kSize}, {kSize, kSize}, 2 * kSize, 10, bytes.data(),
-                                3 * kSize, 0, &param));
-    EXPECT_EQ(0, engine.CalculateRGB());
-    EXPECT_EQ(3, omp_get_max_threads());
-    omp_set_num_threads(before);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// Conversions in forked processes. Each test is a process of its own under ctest, which starts without threads.
+// Threads of conversions, in forked processes too. Each test is a process of its own under ctest, which starts without
+// threads.
 #include <gtest/gtest.h>
 #include <omp.h>
 #include <sys/wait.h>
@@ -19,9 +20,10 @@ using orvtest::Image;
 constexpr int kSide = 256;
 constexpr int kTeam = 3;
 
-// Results of every engine on teams of kTeam threads.
-std::vector<std::vector<uint8_t>> ConvertAll() {
-    Image source(OrvPixelTrueSense8, 8, kSide, kSide, kSide);
+// Results of every engine by both entries, `threads` for `threads_num`. Samples have stray high bits, which some stages
+// take another way for.
+std::vector<std::vector<uint8_t>> ConvertAll(int threads) {
+    Image source(OrvPixelTrueSense12, 12, kSide, kSide, 2 * kSide);
     orvtest::Noise noise(5);
     for (uint8_t& byte : source.bytes) {
         byte = static_cast<uint8_t>(noise.Next());
@@ -30,10 +32,12 @@ std::vector<std::vector<uint8_t>> ConvertAll() {
     for (int algorithm = 4; algorithm >= 0; --algorithm) {
         OrvTrueSense* component = OrvTrueSense_CreateComponent();
         OrvSetParam(*OrvTrueSense_GetComponent(component), "TrueSenseAlgType", algorithm);
-        OrvSetParam(*OrvTrueSense_GetComponent(component), "threads_num", kTeam);
-        Image result(OrvPixelRGB8, 8, kSide, kSide, 3 * kSide);
-        EXPECT_EQ(0U, OrvTrueSense_ConvertImage(component, &source.record, &result.record));
-        results.push_back(result.bytes);
+        OrvSetParam(*OrvTrueSense_GetComponent(component), "threads_num", threads);
+        for (const uint32_t word : {OrvPixelRGB12, OrvPixelRGB8}) {
+            Image result(word, 12, kSide, kSide, 6 * kSide);
+            EXPECT_EQ(0U, OrvTrueSense_ConvertImage(component, &source.record, &result.record));
+            results.push_back(result.bytes);
+        }
         OrvTrueSense_DeleteComponent(component);
     }
     return results;
@@ -57,23 +61,32 @@ void ExpectInChild(const Child& child) {
     EXPECT_EQ(0, status);
 }
 
+TEST(Teams, AllHaveTheSizeAskedFor) {
+    omp_set_num_threads(kTeam);
+    ConvertAll(1);
+    EXPECT_EQ(1, CountThreads());
+    omp_set_num_threads(kTeam);
+    ConvertAll(0);
+    EXPECT_EQ(kTeam, CountThreads());
+}
+
 TEST(Fork, ParentWithoutThreadsLeavesTeamsToItsChild) {
     ASSERT_EQ(1, CountThreads());
     ExpectInChild([] {
-        ConvertAll();
+        ConvertAll(kTeam);
         return CountThreads() == kTeam;
     });
 }
 
 // Also in a child of the child, and the parent keeps its team.
 TEST(Fork, ChildConvertsAfterTeamsOfItsParent) {
-    const auto expected = ConvertAll();
-    const auto alone = [&] { return ConvertAll() == expected && CountThreads() == 1; };
+    const auto expected = ConvertAll(kTeam);
+    const auto alone = [&] { return ConvertAll(kTeam) == expected && CountThreads() == 1; };
     ExpectInChild([&] {
         ExpectInChild(alone);
         return alone() && !testing::Test::HasFailure();
     });
-    EXPECT_EQ(expected, ConvertAll());
+    EXPECT_EQ(expected, ConvertAll(kTeam));
     EXPECT_EQ(kTeam, CountThreads());
 }
 
@@ -82,7 +95,7 @@ TEST(Fork, ChildConvertsAfterOpenMpOfTheHost) {
 #pragma omp parallel num_threads(kTeam) reduction(+ : members)
     ++members;
     ASSERT_EQ(kTeam, members);
-    ExpectInChild([] { return ConvertAll().size() == 5 && CountThreads() == 1; });
+    ExpectInChild([] { return ConvertAll(kTeam).size() == 10 && CountThreads() == 1; });
 }
 
 // Frames large enough to be handed to OpenCV's threads.
