@@ -5,16 +5,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <filesystem>
-#include <iterator>
-
 #include "OrvBayer.h"
 #include "OrvTrueSense.h"
 #include "support/Image.h"
 #include "support/Noise.h"
+#include "support/Threads.h"
 
 namespace {
 
+using orvtest::CountThreads;
 using orvtest::Image;
 
 constexpr int kSide = 256;
@@ -41,10 +40,6 @@ std::vector<std::vector<uint8_t>> ConvertAll(int threads) {
         OrvTrueSense_DeleteComponent(component);
     }
     return results;
-}
-
-int CountThreads() {
-    return static_cast<int>(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
 }
 
 // Runs `child`, true for success, in a forked process. A hang ends by the alarm.
