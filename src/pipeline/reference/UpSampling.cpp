@@ -28,29 +28,27 @@ ORV_ALWAYS_INLINE void DivideRowBody(int* row, int n) {
 }
 ORV_ROW_TEMPLATE((int Divisor), (Divisor), DivideRow, (int* row, int n), (row, n))
 
-// A copy at g_dynamicBuffer, where it stays until the first filter: the low plane may lie in what is written next.
+// A copy at g_dynamicBuffer, where it stays until the next filter: the low plane may lie in what is written before.
 const int* CopyToScratch(const int* low, int qw, int qh) {
     int* const copy = reinterpret_cast<int*>(g_dynamicBuffer);
     std::memmove(copy, low, static_cast<size_t>(Elements(qw, qh)) * sizeof(int));
     return copy;
 }
 
-// Each sample of `low`, divided, to its block of 2 by 2 of `full`, and that plane smoothed: linear interpolation.
-template <int Divisor>
-int Expand(int* low, int qw, int qh, const float* kernel, int* full, LogText_t* log) {
+// Each sample of `low` to its block of 2 by 2 of `full`, and that plane smoothed: linear interpolation.
+void Expand(const int* low, int qw, int qh, const float* kernel, int* full) {
     const int w = 2 * qw, h = 2 * qh;
-    if (!orv::ConvolutionFits(w, h, log)) {
-        return -1;
-    }
-    for (int i = 0; Divisor != 1 && i < qh; ++i) {
-        DivideRow<Divisor>(low + Elements(qw, i), qw);
-    }
-    const int* const copy = CopyToScratch(low, qw, qh);
     for (int y = 0; y < h; ++y) {
-        DoubleRow(copy + Elements(qw, y / 2), qw, full + Elements(w, y));
+        DoubleRow(low + Elements(qw, y / 2), qw, full + Elements(w, y));
     }
     orv::FilterRowsThenColumns(full, w, h, kernel, 3);
-    return 0;
+}
+
+template <int Divisor>
+void Divide(int* low, int qw, int qh) {
+    for (int i = 0; i < qh; ++i) {
+        DivideRow<Divisor>(low + Elements(qw, i), qw);
+    }
 }
 
 // The samples of one row under the masks of their columns' parities.
@@ -75,7 +73,11 @@ void ScatterColor(const int* mosaic, int qw, int qh, const int32_t (&table)[2][2
 
 int Alg_LowPanUpSample(int* lowPan, int qw, int qh, int* panUp, LogText_t* log) {
     const float kernel[3] = {0.25F, 0.5F, 0.25F};
-    return Expand<1>(lowPan, qw, qh, kernel, panUp, log);
+    if (!orv::ConvolutionFits(2 * qw, 2 * qh, log)) {
+        return -1;
+    }
+    Expand(CopyToScratch(lowPan, qw, qh), qw, qh, kernel, panUp);
+    return 0;
 }
 
 int Alg_LowColorDiffUpSample(int* lowColorDiff, int qw, int qh, int cfaPattern, int* planeR, int* planeG, int* planeB,
@@ -112,12 +114,17 @@ int Alg_LowColorDiffUpSample(int* lowColorDiff, int qw, int qh, int cfaPattern, 
     for (int* plane : planes) {
         orv::FilterRowsThenColumns(plane, qw, qh, kernel, 3);
     }
+    if (!orv::ConvolutionFits(2 * qw, 2 * qh, log)) {
+        return -1;
+    }
+    Divide<4>(lowR, qw, qh);
+    Divide<8>(lowG, qw, qh);
+    Divide<4>(lowB, qw, qh);
     for (float& tap : kernel) {
         tap *= 0.25F;
     }
-    if (Expand<4>(lowR, qw, qh, kernel, planeR, log) != 0 || Expand<8>(lowG, qw, qh, kernel, planeG, log) != 0 ||
-        Expand<4>(lowB, qw, qh, kernel, planeB, log) != 0) {
-        return -1;
-    }
+    Expand(lowR, qw, qh, kernel, planeR);
+    Expand(lowG, qw, qh, kernel, planeG);
+    Expand(lowB, qw, qh, kernel, planeB);
     return 0;
 }
