@@ -36,7 +36,7 @@ cv::Mat Mosaic(int width, int height, int bits) {
 }
 
 _OrvImage Record(const cv::Mat& frame, uint32_t word, int bits) {
-    return orvtool::MakeRecord(word, bits, frame.cols, frame.rows, static_cast<int>(frame.step[0]), frame.data);
+    return MakeRecord(word, bits, frame.cols, frame.rows, static_cast<int>(frame.step[0]), frame.data);
 }
 
 // Source and destination of one depth, with their records.

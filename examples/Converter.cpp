@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "Record.h"
+#include "OrvHelpers.h"
 
 namespace orvtool {
 
 namespace {
+
+const char* const kMatrixNames[9] = {"RR", "RG", "RB", "GR", "GG", "GB", "BR", "BG", "BB"};
 
 std::string Describe(const std::string& what, uint32_t status) {
     char number[16];
@@ -18,39 +20,9 @@ std::string Describe(const std::string& what, uint32_t status) {
 // The calls of the component view take names that are not const.
 char* Mutable(const std::string& text) { return const_cast<char*>(text.c_str()); }
 
-uint32_t BgrWord(int bits) {
-    switch (bits) {
-    case 8: return OrvPixelBGR8;
-    case 10: return OrvPixelBGR10;
-    case 12: return OrvPixelBGR12;
-    case 14: return OrvPixelBGR14;
-    default: return OrvPixelBGR16;
-    }
-}
-
 }  // namespace
 
 LibraryError::LibraryError(const std::string& what, uint32_t status) : std::runtime_error(Describe(what, status)) {}
-
-Frame::Frame(const SourceWord& sourceWord, int frameWidth, int frameHeight, const std::vector<uint16_t>& codes)
-    : word(&sourceWord), width(frameWidth), height(frameHeight) {
-    const int bytesPerSample = sourceWord.BytesPerSample();
-    stride = width * bytesPerSample;
-    bytes.resize(static_cast<size_t>(stride) * static_cast<size_t>(height));
-    const int top = sourceWord.MaxSample();
-    for (int y = 0; y < height; ++y) {
-        const uint16_t* in = codes.data() + static_cast<size_t>(y) * static_cast<size_t>(width);
-        uint8_t* out = bytes.data() + static_cast<size_t>(y) * static_cast<size_t>(stride);
-        for (int x = 0; x < width; ++x) {
-            clipped += in[x] > top ? 1 : 0;
-            const int code = std::min<int>(in[x], top);
-            *out++ = static_cast<uint8_t>(code & 0xFF);
-            if (bytesPerSample == 2) {
-                *out++ = static_cast<uint8_t>(code >> 8);
-            }
-        }
-    }
-}
 
 Converter::Converter(bool trueSense)
     : trueSense_(trueSense),
@@ -58,31 +30,15 @@ Converter::Converter(bool trueSense)
       truesense_(trueSense ? OrvTrueSense_CreateComponent() : nullptr, OrvTrueSense_DeleteComponent),
       component_(trueSense ? OrvTrueSense_GetComponent(truesense_.get()) : OrvBayer_GetComponent(bayer_.get())) {}
 
-std::vector<std::string> Converter::Names() const {
-    std::vector<std::string> names;
-    for (int i = 0; i < component_->GetParamCount(); ++i) {
-        char name[256];
-        unsigned length = sizeof(name);
-        if (component_->GetParamName(static_cast<unsigned>(i), name, &length) == 0) {
-            names.emplace_back(name);
-        }
-    }
-    return names;
-}
-
 void Converter::Set(const std::string& option, const std::string& name, const std::string& value) {
     const uint32_t status = component_->SetParamAsString(Mutable(name), Mutable(value));
     if (status == 0) {
         return;
     }
-    std::string known;
-    if ((status & 0xFFFFU) == OrvStatusNotFound) {
-        known = "; known names:";
-        for (const std::string& each : Names()) {
-            known += " " + each;
-        }
-    }
-    throw std::runtime_error(Describe(option + ": " + name + "=" + value, status) + known);
+    const OrvParamInfo* info = OrvParam_Info(Family(), name.c_str());
+    throw std::runtime_error(
+        Describe(option + ": " + name + "=" + value, status) +
+        (info == nullptr ? "; --list-parameters shows the names" : std::string("; it takes ") + info->range));
 }
 
 std::string Converter::Get(const std::string& name) const {
@@ -95,25 +51,62 @@ std::string Converter::Get(const std::string& name) const {
     return value;
 }
 
+void Converter::SetAlgorithm(int algorithm) {
+    if (algorithm < 0 || algorithm >= AlgorithmCount()) {
+        throw std::runtime_error("--alg: " + std::to_string(algorithm) + " is no " + AlgorithmName() +
+                                 ", which are 0 to " + std::to_string(AlgorithmCount() - 1));
+    }
+    Set("--alg", AlgorithmName(), std::to_string(algorithm));
+}
+
+bool Converter::Reads(const std::string& name) const {
+    const OrvParamInfo* info = OrvParam_Info(Family(), name.c_str());
+    return info != nullptr && (info->algorithms >> Algorithm() & 1U) != 0;
+}
+
+Matrix Converter::ColourMatrix() const {
+    Matrix matrix = kIdentity;
+    for (size_t i = 0; trueSense_ && i < 9; ++i) {
+        matrix[i] = std::stod(Get(kMatrixNames[i]));
+    }
+    return matrix;
+}
+
+void Converter::SetColourMatrix(const Matrix& matrix) {
+    for (size_t i = 0; i < 9; ++i) {
+        char text[40];
+        std::snprintf(text, sizeof(text), "%.17g", matrix[i]);
+        Set("colour matrix", kMatrixNames[i], text);
+    }
+}
+
 void Converter::Reset() {
     OrvBayer_ReleaseData(bayer_.get());
     OrvTrueSense_ReleaseData(truesense_.get());
 }
 
 uint32_t Converter::TryConvert(const Frame& frame, bool eightBits, ColourFrame* out) {
-    const SourceWord& word = *frame.word;
-    out->bits = word.bits;
-    if (trueSense_ && word.bits > 8) {
-        out->bits = eightBits ? 8 : Get("normalizationEnable") == "1" ? 16 : word.bits;
+    const SourceWord& word = frame.word;
+    out->bits = eightBits ? 8 : word.bits;
+    if (trueSense_ && out->bits > 8 && Get("normalizationEnable") == "1") {
+        out->bits = 16;
     }
-    const bool byteSamples = out->bits == 8;
-    out->bgr.create(frame.height, frame.width, byteSamples ? CV_8UC3 : CV_16UC3);
-    _OrvImage source = MakeRecord(word.word, word.bits, frame.width, frame.height, frame.stride,
-                                  const_cast<uint8_t*>(frame.bytes.data()));
-    _OrvImage destination = MakeRecord(BgrWord(out->bits), out->bits, frame.width, frame.height,
-                                       static_cast<int>(out->bgr.step[0]), out->bgr.data);
-    if (trueSense_) {
-        return OrvTrueSense_ConvertImage(truesense_.get(), &source, &destination);
+    out->bgr.create(frame.height, frame.width, out->bits == 8 ? CV_8UC3 : CV_16UC3);
+    void* pixels = const_cast<uint16_t*>(frame.codes.data());
+    if (word.bits == 8) {
+        bytes_.resize(frame.codes.size());
+        OrvRows_To8(frame.codes.data(), 2 * frame.width, bytes_.data(), frame.width, frame.width, frame.height, 8);
+        pixels = bytes_.data();
+    }
+    _OrvImage source;
+    _OrvImage destination;
+    uint32_t status = OrvFrame_Make(&source, word.word, frame.width, frame.height, 0, pixels);
+    if (status == 0) {
+        status = OrvFrame_Make(&destination, OrvWord_Colour(true, 3, out->bits), frame.width, frame.height, 0,
+                               out->bgr.data);
+    }
+    if (status != 0 || trueSense_) {
+        return status != 0 ? status : OrvTrueSense_ConvertImage(truesense_.get(), &source, &destination);
     }
     // The adaptive engine keeps planes of one size.
     if (frame.width != lastWidth_ || frame.height != lastHeight_) {
@@ -121,17 +114,9 @@ uint32_t Converter::TryConvert(const Frame& frame, bool eightBits, ColourFrame* 
         lastWidth_ = frame.width;
         lastHeight_ = frame.height;
     }
-    // Rows without padding suit every algorithm but the adaptive one at 16 bits, which wants an even number of samples;
-    // the edge-aware conversion of OpenCV 4.6 in turn reads padded rows wrongly.
-    if (word.bits > 8 && frame.width % 2 != 0 && Get("BayerAlgType") == "1") {
-        const size_t stride = static_cast<size_t>(frame.stride) + 2;
-        padded_.resize(stride * static_cast<size_t>(frame.height));
-        for (size_t y = 0; y < static_cast<size_t>(frame.height); ++y) {
-            std::copy_n(frame.bytes.data() + y * (stride - 2), stride - 2, padded_.data() + y * stride);
-        }
-        source = MakeRecord(word.word, word.bits, frame.width, frame.height, static_cast<int>(stride), padded_.data());
-    }
-    return OrvBayer_ConvertImage(bayer_.get(), &source, &destination);
+    scratch_.resize(
+        static_cast<size_t>(std::max<int64_t>(0, OrvFrame_ConvertBayerBytes(&source, &destination, Algorithm()))));
+    return OrvFrame_ConvertBayer(bayer_.get(), &source, &destination, scratch_.data(), scratch_.size());
 }
 
 void Converter::Convert(const Frame& frame, bool eightBits, ColourFrame* out) {

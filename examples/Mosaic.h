@@ -10,26 +10,20 @@
 
 namespace orvtool {
 
-// A source pixel word under its name: BayerRG12, or TrueSense12g5 for grid code 5.
+// A source pixel word and what is asked of it at every turn.
 struct SourceWord {
-    std::string name;
     uint32_t word = 0;
+    std::string name;
     int bits = 0;  // significant bits of a sample
     bool trueSense = false;
+
+    SourceWord() = default;
+    // Of a Bayer or TrueSense word.
+    explicit SourceWord(uint32_t number);
 
     int BytesPerSample() const { return bits == 8 ? 1 : 2; }
     int MaxSample() const { return (1 << bits) - 1; }
 };
-
-// All 84 source words, Bayer first.
-const std::vector<SourceWord>& SourceWords();
-
-// A word by name (case does not matter) or by number (0x...); null when there is none.
-const SourceWord* FindSourceWord(const std::string& text);
-const SourceWord* FindSourceWord(uint32_t word);
-
-// The filter in front of pixel (x, y): 'R', 'G', 'B', or 'P' for panchromatic.
-char SiteColour(const SourceWord& word, int x, int y);
 
 // Pan as a sum of the linear channels: exact, without infrared or crosstalk.
 struct PanWeights {

@@ -1,10 +1,10 @@
 // Image records of the library for buffers of ours.
-#ifndef ORV_EXAMPLES_RECORD_H
-#define ORV_EXAMPLES_RECORD_H
+#ifndef ORV_BENCH_RECORD_H
+#define ORV_BENCH_RECORD_H
 
 #include "OrvImage.h"
 
-namespace orvtool {
+namespace orvbench {
 
 // `stride` in bytes; the pixel memory stays the caller's.
 inline _OrvImage MakeRecord(uint32_t word, int bitDepth, int width, int height, int stride, void* data) {
@@ -21,6 +21,6 @@ inline _OrvImage MakeRecord(uint32_t word, int bitDepth, int width, int height, 
     return image;
 }
 
-}  // namespace orvtool
+}  // namespace orvbench
 
 #endif
