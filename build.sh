@@ -44,6 +44,7 @@ logged() {
 
 library="g++ cmake ninja-build libopencv-core-dev libopencv-imgproc-dev"
 tool="libopencv-imgcodecs-dev libcli11-dev"
+camera="libaravis-dev libusb-1.0-0-dev"
 python="python3-numpy python3-pytest python3-distributed"
 tests="libgtest-dev libbenchmark-dev pkg-config binutils"
 
@@ -62,7 +63,7 @@ demo)
     echo "See demo.png and demo-sheet.png."
     ;;
 test)
-    need $library $tool $tests
+    need $library $tool $tests $camera
     build ci
     ctest --preset ci -j "$jobs"
     ;;
@@ -72,7 +73,7 @@ sanitize)
     ctest --preset sanitize -j "$jobs"
     ;;
 lint)
-    need $library $tool $tests clang-format clang-tidy
+    need $library $tool $tests $camera clang-format clang-tidy
     git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
     build ci
     git ls-files 'src/*.cpp' 'misc/*.cpp' 'examples/*.cpp' | xargs -P "$jobs" -n 2 clang-tidy --quiet -p build/ci
