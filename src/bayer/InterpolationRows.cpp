@@ -36,7 +36,7 @@ ORV_ALWAYS_INLINE void StoreEight(__m128i first, __m128i second, __m128i third, 
         const __m128i two =
             i % 2 == 0 ? _mm_unpacklo_epi32(low[i / 2], high[i / 2]) : _mm_unpackhi_epi32(low[i / 2], high[i / 2]);
         _mm_storel_epi64(reinterpret_cast<__m128i*>(out), two);
-        _mm_storeh_pd(reinterpret_cast<double*>(out + 6), _mm_castsi128_pd(two));
+        _mm_storeh_pi(reinterpret_cast<__m64*>(out + 6), _mm_castsi128_ps(two));  // at any address
     }
 }
 ORV_ALWAYS_INLINE __m128i LoadSixteen(const void* at) { return _mm_loadu_si128(static_cast<const __m128i*>(at)); }
