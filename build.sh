@@ -76,7 +76,7 @@ lint)
     need $library $tool $tests $camera clang-format clang-tidy
     git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
     build ci
-    git ls-files 'src/*.cpp' 'misc/*.cpp' 'examples/*.cpp' | xargs -P "$jobs" -n 2 clang-tidy --quiet -p build/ci
+    git ls-files 'src/*.cpp' 'misc/*.cpp' 'helpers/*.cpp' 'examples/*.cpp' | xargs -P "$jobs" -n 2 clang-tidy --quiet -p build/ci
     ;;
 bench)
     need $library $tool $tests

@@ -41,10 +41,11 @@ RowPlan PlanRows(const _OrvImage* source, int algorithm) {
     const bool aligned = sample == 1 || (IsEven(plan.stride) && IsEven(reinterpret_cast<intptr_t>(source->data)));
     plan.fits = plan.stride >= 0 && aligned && (!exact || plan.stride == plan.wantedStride);
     // Room to begin at a whole sample.
-    plan.copyBytes = plan.fits || bytes == 0 ? 0 : bytes + sample - 1;
+    plan.copyBytes = plan.fits || bytes == 0 ? 0 : bytes + 1;
     return plan;
 }
 
+// The next address that samples of either width may stand at.
 unsigned char* AlignedToSample(void* at) {
     auto* bytes = static_cast<unsigned char*>(at);
     return bytes + (reinterpret_cast<uintptr_t>(at) & 1U);

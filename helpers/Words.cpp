@@ -62,8 +62,10 @@ int DepthIndex(int bits) { return bits >= 8 && bits <= 16 && bits % 2 == 0 ? (bi
 // Bayer words of a depth stand in the order GR, RG, GB, BG, whose phases are 1, 0, 2, 3.
 int OrderOfPhase(int phase) { return phase < 2 ? phase ^ 1 : phase; }
 
+// 0 for other depths.
 uint32_t BayerWord(int phase, int bits) {
-    return kFirstBayer[DepthIndex(bits)] + static_cast<uint32_t>(OrderOfPhase(phase));
+    const int depth = DepthIndex(bits);
+    return depth < 0 ? 0 : kFirstBayer[depth] + static_cast<uint32_t>(OrderOfPhase(phase));
 }
 
 // Grid codes of the mosaics that cameras have names for.
@@ -223,8 +225,8 @@ Mosaic MosaicOf(uint32_t word) {
 }
 
 int BayerPhase(uint32_t word) {
-    const uint32_t order = word - kFirstBayer[DepthIndex(OrvWord_Bits(word))];
-    return OrderOfPhase(static_cast<int>(order));  // its own inverse
+    // The four words of a depth begin at a multiple of 4, plus 1.
+    return OrderOfPhase(static_cast<int>((word - 1U) & 3U));  // its own inverse
 }
 
 }  // namespace orv::helpers
@@ -298,7 +300,7 @@ int OrvWord_Grid(uint32_t word) {
 
 uint32_t OrvWord_Bayer(int pattern, int bits) {
     static const int kPhaseOfPattern[] = {1, 0, 3, 2};
-    return pattern < 0 || pattern > 3 || DepthIndex(bits) < 0 ? 0 : BayerWord(kPhaseOfPattern[pattern], bits);
+    return pattern < 0 || pattern > 3 ? 0 : BayerWord(kPhaseOfPattern[pattern], bits);
 }
 
 uint32_t OrvWord_TrueSense(int grid, int bits) {

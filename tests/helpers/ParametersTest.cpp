@@ -155,10 +155,8 @@ TEST(Parameters, RefuseWhatIsNotThere) {
     EXPECT_STREQ("before", text);
     EXPECT_EQ(0x80050006, OrvParam_Name(component, 0, text, &length));
     EXPECT_EQ(13U, length);
-    EXPECT_EQ(nullptr, OrvParam_InfoAt(OrvFamilyTrueSense, 66));
-    EXPECT_EQ(nullptr, OrvParam_InfoAt(4, 0));
-    EXPECT_EQ(nullptr, OrvParam_Info(OrvFamilyBayer, "darkFloor"));
-    EXPECT_EQ(nullptr, OrvParam_Info(OrvFamilyBayer, nullptr));
+    EXPECT_TRUE(OrvParam_InfoAt(OrvFamilyTrueSense, 66) == nullptr && OrvParam_InfoAt(4, 0) == nullptr);
+    EXPECT_TRUE(OrvParam_Info(OrvFamilyBayer, "darkFloor") == nullptr && OrvParam_Info(5, nullptr) == nullptr);
 }
 
 }  // namespace
