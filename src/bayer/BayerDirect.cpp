@@ -1,6 +1,7 @@
 #include "bayer/BayerDirect.h"
 
 #include <algorithm>
+#include <opencv2/core.hpp>
 
 #include "bayer/Interpolation.h"
 #include "bayer/OrvBayerImp.h"

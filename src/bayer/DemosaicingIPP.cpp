@@ -1,6 +1,7 @@
 #include "bayer/DemosaicingIPP.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <limits>
 
@@ -41,12 +42,6 @@ constexpr std::array<uint8_t, 256> ColourTable(uint8_t rgb, uint8_t bgr) {
 }
 
 int64_t RoundUpToEven(int size) { return static_cast<int64_t>(size) + (size & 1); }
-
-// Sites of the centre's checkerboard half in a window of half-width h.
-int WindowArea(int h) {
-    const int side = 2 * h + 1;
-    return (side * side >> 1) + 1;
-}
 
 // Half-width of the windows of row r that stay clear of the left and the right edge.
 int RowHalfWidth(int r, int radius, int height) {
@@ -118,9 +113,7 @@ int DemosaicingIPPOf<T>::Init(_OrvImage* destination, const _OrvImage* source) {
     DemosaicingIPP::Init(destination, source);
     if (width_ != allocatedWidth_ || height_ != allocatedHeight_) {
         CleanMemory();
-        try {
-            CreatePlanes();
-        } catch (const cv::Exception&) {
+        if (!CreatePlanes()) {
             return orv::kCodeNoMemory;
         }
         allocatedWidth_ = planeWidth_ = width_;
@@ -132,20 +125,17 @@ int DemosaicingIPPOf<T>::Init(_OrvImage* destination, const _OrvImage* source) {
 }
 
 template <class T>
-void DemosaicingIPPOf<T>::CreatePlanes() {
-    mosaic_.Create(height_, width_);
+bool DemosaicingIPPOf<T>::CreatePlanes() {
+    const int sites = width_ / 2;
+    bool created = mosaic_.Create(height_, width_) && carried_.Create(width_, height_) &&
+                   oddDiagonalSums_.Create(width_, height_) && scratch_.Create(Sums::kScratchRows, sites);
     for (Plane* plane : {&greenPlane_, &oddRowPlane_, &evenRowPlane_}) {
-        plane->Create(width_);
+        created = created && plane->Create(width_);
     }
-    kept_.Create(width_, height_);
     for (Pass* pass : {&green_, &diagonal_, &evenCross_, &oddCross_}) {
-        pass->sums.Create(width_, height_);
-        pass->area.Create(2 * kMaxScales, width_ / 2);
-        pass->differences.Create(kLines, width_ / 2);
+        created = created && pass->sums.Create(width_, height_) && pass->differences.Create(kLines, sites);
     }
-    oddDiagonalSums_.Create(width_, height_);
-    sumA_.Create(kMaxScales, width_ / 2);
-    sumB_.Create(kMaxScales, width_ / 2);
+    return created && borderSums_.Create(2, sites);
 }
 
 template <class T>
@@ -224,9 +214,6 @@ void DemosaicingIPPOf<T>::Start(Pass& pass, int q, bool bothParities, int radius
     pass.scales = scales;
     pass.fed = 0;
     pass.lined = 0;
-    for (auto& halfWidths : pass.areaHalfWidth) {
-        halfWidths[0] = halfWidths[1] = -1;
-    }
     pass.sums.Start(q, radius << (scales - 1), bothParities);
 }
 
@@ -239,97 +226,74 @@ void DemosaicingIPPOf<T>::SplitRow(int r) {
     orv::SplitColumns<T>(mosaic_[r], width_ / 2, greenEven ? greenRow : colourRow, greenEven ? colourRow : greenRow);
 }
 
-// Window sums of the sites of the interior row r to `a` and `b`, by scale, and window areas to the pass's area rows.
-// Sums by corners: those between `left` and `right`, where all windows have the row's half-widths, are in `rows`
-// instead.
 template <class T>
-void DemosaicingIPPOf<T>::WindowRows(Pass& pass, Sums& sums, int r, Sum* const* a, Sum* const* b, ScaleRow* rows,
-                                     int* left, int* right) {
-    const int p = Parity(r, pass.q);
-    const int end = width_ / 2 - p;
-    int halfWidths[kMaxScales];
-    for (int scale = 0; scale < pass.scales; ++scale) {
-        halfWidths[scale] = RowHalfWidth(r, pass.radius << scale, height_);
-    }
-    // Low frames have windows of their own.
-    const bool regular = height_ >= 2 * orv::kMaxRadius + 2;
-    if (regular) {
-        sums.Rows(r, halfWidths, pass.scales, a, b, rows);
-    }
-    for (int scale = 0; scale < pass.scales; ++scale) {
-        const int radius = pass.radius << scale;
-        // All scales by corners, or each in its array.
-        const int h = halfWidths[Sums::kByCorners ? pass.scales - 1 : scale];
-        *left = regular ? std::min((h + 2 - p) >> 1, end) : end;
-        *right = regular ? std::max(((width_ - 2 - h - p) >> 1) + 1, *left) : end;
-        Sum* area = pass.area[2 * scale + p];
-        const bool newArea = pass.areaHalfWidth[scale][p] != halfWidths[scale];
-        pass.areaHalfWidth[scale][p] = halfWidths[scale];
-        if (newArea) {
-            std::fill(area + *left, area + *right, static_cast<Sum>(WindowArea(halfWidths[scale])));
-        }
-        const auto site = [&](int k) {
-            const int c = 2 * k + p;
-            const int siteHalfWidth = HalfWidth(r, c, radius, width_, height_);
-            sums.Site(r, c, siteHalfWidth, a[scale] + k, b[scale] + k);
-            if (newArea) {
-                area[k] = static_cast<Sum>(WindowArea(siteHalfWidth));
+template <orv::Step S>
+void DemosaicingIPPOf<T>::BlendBorder(const Pass& pass, const Sums& sums, int r, const typename Sums::Windows* windows,
+                                      const int* rowHalfWidths, const Target<S>& target, int first, int end) {
+    for (int k = first; k < end; ++k) {
+        const int c = 2 * k + Parity(r, pass.q);
+        float most = 0.0F;
+        int lastHalfWidth = -1;
+        for (int scale = 0; scale < pass.scales; ++scale) {
+            const int h = HalfWidth(r, c, pass.radius << scale, width_, height_);
+            if (h == lastHalfWidth) {  // the same window again: a tie
+                continue;
             }
-        };
-        for (int k = 1 - p; k < *left; ++k) {
-            site(k);
-        }
-        for (int k = *right; k < end; ++k) {
-            site(k);
+            lastHalfWidth = h;
+            float a = 0;
+            float b = 0;
+            if (windows != nullptr && h == rowHalfWidths[scale]) {
+                a = windows->A(scale, k);
+                b = windows->B(scale, k);
+            } else {
+                sums.Site(r, c, h, &a, &b);
+            }
+            const float contrast = std::fabs(a - b) / static_cast<float>(orv::WindowArea(h));
+            if (scale == 0) {
+                carried_.Set(pass.q, r, k, b);
+            }
+            if (scale == 0 || most < contrast) {
+                most = contrast;
+                borderSums_[0][k] = a;
+                borderSums_[1][k] = b;
+            }
         }
     }
+    orv::BlendSites<T, S>(borderSums_[0], borderSums_[1], &target, first, end);
 }
 
 template <class T>
-template <class N, class Feed>
-void DemosaicingIPPOf<T>::RunRow(Pass& pass, Sums& sums, int r, const Feed& feed,
-                                 void (*blend)(const orv::BlendArgs<Sum, N>*), orv::BlendArgs<Sum, N>* args) {
+template <orv::Step S, class Feed>
+void DemosaicingIPPOf<T>::BlendRow(Pass& pass, Sums& sums, int r, const Feed& feed, Target<S> target, uint16_t* out) {
     const int reach = pass.radius << (pass.scales - 1);
     for (; pass.fed <= std::min(r + reach, height_ - 1); ++pass.fed) {
         feed(pass.fed);
     }
-    args->green = greenPlane_.Row(pass.q, r);
-    args->low = minValue_;
-    args->high = sizeof(T) == 1 ? std::min(maxValue_, kMaxByteResult) : maxValue_;
-    args->keep = kept_.Row(pass.q, r);
-    Sum* const a[] = {sumA_[0], sumA_[1], sumA_[2]};
-    Sum* const b[] = {sumB_[0], sumB_[1], sumB_[2]};
-    int left = 0;
-    int right = 0;
-    WindowRows(pass, sums, r, a, b, args->scales, &left, &right);
+    target.green = greenPlane_.Row(pass.q, r);
+    target.low = minValue_;
+    target.high = sizeof(T) == 1 ? std::min(maxValue_, kMaxByteResult) : maxValue_;
+    target.out = out;
     const int n = width_ / 2;
     const int p = Parity(r, pass.q);
-    const auto run = [&](int first, int end, int firstArea) {
-        args->first = first;
-        args->end = end;
-        for (int scale = 0; scale < pass.scales; ++scale) {
-            args->scales[scale].area = pass.area[2 * scale + p] + firstArea;
-        }
-        blend(args);
-    };
-    if (Sums::kByCorners && left < right) {
-        run(0, orv::RoundUpToLanes(n), left);
-    }
+    const int first = 1 - p;
+    const int end = n - p;
+    int halfWidths[orv::kMaxScales];
     for (int scale = 0; scale < pass.scales; ++scale) {
-        args->scales[scale].a = sums.Written(a[scale]);
-        args->scales[scale].b = sums.Written(b[scale]);
+        halfWidths[scale] = RowHalfWidth(r, pass.radius << scale, height_);
     }
-    if (Sums::kByCorners) {
-        for (int k = 1 - p; k < left; ++k) {
-            run(k, k + 1, k);
-        }
-        for (int k = right; k < n - p; ++k) {
-            run(k, k + 1, k);
-        }
-        args->keep[p == 0 ? 0 : n - 1] = 0;  // on the border
+    // The sites between have windows of the row's half-widths.
+    const int widest = halfWidths[pass.scales - 1];
+    const int left = (widest + 2 - p) >> 1;
+    const int right = ((width_ - 2 - widest - p) >> 1) + 1;
+    if (height_ >= 2 * orv::kMaxRadius + 2 && left < right) {
+        const auto windows = sums.WindowsOf(r, halfWidths, pass.scales, scratch_, carried_.Row(pass.q, r));
+        orv::BlendRow<S>(windows, target, orv::RoundUpToLanes(n));
+        BlendBorder<S>(pass, sums, r, &windows, halfWidths, target, first, left);
+        BlendBorder<S>(pass, sums, r, &windows, halfWidths, target, right, end);
     } else {
-        run(0, orv::RoundUpToLanes(n), 0);
+        BlendBorder<S>(pass, sums, r, nullptr, nullptr, target, first, end);
     }
+    carried_.Set(pass.q, r, p == 0 ? 0 : n - 1, 0.0F);  // on the border
 }
 
 // Green less the colour of `plane` at the sites of half q, rows up to r + 1.
@@ -344,7 +308,7 @@ void DemosaicingIPPOf<T>::MakeDifferences(Pass& pass, int r, int q, const Plane&
 
 // Horizontal and vertical gradients of `plane` at the sites of half q of row r.
 template <class T>
-void DemosaicingIPPOf<T>::FeedCross(Sums& sums, const Plane& plane, int q, int r, bool leaks) {
+void DemosaicingIPPOf<T>::FeedCross(Sums& sums, const Plane& plane, int q, int r, bool carries) {
     const bool border = r == 0 || r == height_ - 1;
     if (!border) {
         const int p = Parity(r, q);
@@ -356,23 +320,17 @@ void DemosaicingIPPOf<T>::FeedCross(Sums& sums, const Plane& plane, int q, int r
                                                   orv::RoundUpToLanes(n), first, second);
         first[p == 0 ? 0 : n - 1] = second[p == 0 ? 0 : n - 1] = 0;
     }
-    sums.Push(border, nullptr, leaks && !border ? kept_.Leak(1 - q, r) : nullptr);
+    sums.Push(border, nullptr, carries && !border ? carried_.Row(1 - q, r) : nullptr);
 }
 
 template <class T>
 void DemosaicingIPPOf<T>::CalculateGreen(int r) {
     const int q = green_.q;
     if (IsInterior(r)) {
-        orv::BlendArgs<Sum, uint16_t> args;
         const uint16_t* here = greenPlane_.Row(1 - q, r) + Parity(r, q);
-        args.a1 = here;
-        args.a2 = here - 1;
-        args.b1 = greenPlane_.Row(1 - q, r + 1);
-        args.b2 = greenPlane_.Row(1 - q, r - 1);
-        args.out = greenPlane_.Row(q, r);
-        RunRow(
+        BlendRow<orv::Step::Green>(
             green_, green_.sums, r, [&](int y) { FeedCross(green_.sums, greenPlane_, q, y, true); },
-            orv::BlendRow<Sum, typename Sums::Contrast, uint16_t, 2, false>, &args);
+            {here, here - 1, greenPlane_.Row(1 - q, r + 1), greenPlane_.Row(1 - q, r - 1)}, greenPlane_.Row(q, r));
     }
     FillCrossBorder(greenPlane_, q, r);
 }
@@ -395,45 +353,34 @@ void DemosaicingIPPOf<T>::FeedDiagonal(int r) {
         first[p == 0 ? 0 : n - 1] = second[p == 0 ? 0 : n - 1] = 0;
     }
     evenSums.Push(border || odd, nullptr, nullptr);
-    oddDiagonalSums_.Push(border || !odd, border ? nullptr : kept_.Leak(q, r), border ? nullptr : kept_.Leak(1 - q, r));
+    oddDiagonalSums_.Push(border || !odd, border ? nullptr : carried_.Row(q, r),
+                          border ? nullptr : carried_.Row(1 - q, r));
 }
 
 template <class T>
 void DemosaicingIPPOf<T>::CalculateRedAndBlueComponentInitial(int r) {
     const int q = diagonal_.q;
     if (IsInterior(r)) {
-        orv::BlendArgs<Sum, Difference> args;
         MakeDifferences(diagonal_, r, q, evenRowPlane_, oddRowPlane_);
         const int p = Parity(r, q);
         const Difference* up = diagonal_.differences[(r - 1) % kLines] + p;
         const Difference* down = diagonal_.differences[(r + 1) % kLines] + p;
-        args.a1 = down;
-        args.a2 = up - 1;
-        args.b1 = down - 1;
-        args.b2 = up;
-        args.out = OwnColour(r + 1).Row(q, r);
-        RunRow(
+        BlendRow<orv::Step::Diagonal>(
             diagonal_, (r & 1) == 0 ? diagonal_.sums : oddDiagonalSums_, r, [&](int y) { FeedDiagonal(y); },
-            orv::BlendRow<Sum, typename Sums::DiagonalContrast, Difference, kDiagonalScales, true>, &args);
+            {down, up - 1, down - 1, up}, OwnColour(r + 1).Row(q, r));
     }
     FillDiagonalBorder(r);
 }
 
 template <class T>
-void DemosaicingIPPOf<T>::CalculateRedOrBlueComponent(Pass& pass, Plane& plane, bool leaks, int r) {
+void DemosaicingIPPOf<T>::CalculateRedOrBlueComponent(Pass& pass, Plane& plane, bool carries, int r) {
     const int q = pass.q;
     if (IsInterior(r)) {
-        orv::BlendArgs<Sum, Difference> args;
         MakeDifferences(pass, r, 1 - q, plane, plane);
         const Difference* here = pass.differences[r % kLines] + Parity(r, q);
-        args.a1 = here;
-        args.a2 = here - 1;
-        args.b1 = pass.differences[(r + 1) % kLines];
-        args.b2 = pass.differences[(r - 1) % kLines];
-        args.out = plane.Row(q, r);
-        RunRow(
-            pass, pass.sums, r, [&](int y) { FeedCross(pass.sums, plane, q, y, leaks); },
-            orv::BlendRow<Sum, typename Sums::Contrast, Difference, 2, true>, &args);
+        BlendRow<orv::Step::Cross>(
+            pass, pass.sums, r, [&](int y) { FeedCross(pass.sums, plane, q, y, carries); },
+            {here, here - 1, pass.differences[(r + 1) % kLines], pass.differences[(r - 1) % kLines]}, plane.Row(q, r));
     }
     FillCrossBorder(plane, q, r);
 }

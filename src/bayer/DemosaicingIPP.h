@@ -1,4 +1,4 @@
-// The adaptive Bayer engines (`BayerAlgType` 1).
+// The adaptive Bayer engines (`BayerAlgType` 1). Their class name is fixed; everything else calls them adaptive.
 //
 // Green is completed first, then red and blue from their differences to green. Every missing sample is a mean of a
 // pair of neighbours in one direction and a pair in the other, weighted by the fourth power of how smooth the frame is
@@ -10,7 +10,7 @@
 #include <array>
 
 #include "OrvImage.h"
-#include "bayer/AdaptiveRows.h"
+#include "bayer/AdaptiveBlend.h"
 #include "bayer/SplitPlane.h"
 #include "bayer/WindowSums.h"
 
@@ -71,13 +71,12 @@ private:
     // Samples of either width, as many rows as are at work.
     using Plane = orv::SplitRing<uint16_t>;
     using Sums = orv::WindowSums<T>;
-    using Sum = typename Sums::Sum;
-    using ScaleRow = orv::ScaleRow<Sum>;
     using Difference = typename Sums::Difference;
-    static constexpr int kMaxScales = 3;
+    template <orv::Step S>
+    using Target = orv::BlendTarget<orv::NeighbourOf<T, S>>;
     // Radii of the diagonal pass: 2 and 4 for bytes, else 1, 2 and 4.
     static constexpr int kDiagonalRadius = sizeof(T) == 1 ? 2 : 1;
-    static constexpr int kDiagonalScales = sizeof(T) == 1 ? 2 : 3;
+    static constexpr int kDiagonalScales = orv::ScalesOf<T>(orv::Step::Diagonal);
 
     // All passes work on a few rows at a time, each behind the one before, so that rows stay in the cache: row r of the
     // mosaic is split when green is at row r - kGreenLag, and so on. Green needs gradients two rows down, and those the
@@ -96,12 +95,9 @@ private:
         int fed, lined;
         orv::RowArray<Difference> differences;
         Sums sums;  // of all rows; in the diagonal pass of the even ones
-        // Sites per window, by scale and column parity of the sites, and the half-width of the row that they are for.
-        orv::RowArray<Sum> area;
-        int areaHalfWidth[kMaxScales][2];
     };
 
-    void CreatePlanes();
+    bool CreatePlanes();
     void CopyFrame(const _OrvImage& source);
     static void Start(Pass& pass, int q, bool bothParities, int radius, int scales);
 
@@ -109,7 +105,7 @@ private:
     void SplitRow(int r);
     void CalculateGreen(int r);
     void CalculateRedAndBlueComponentInitial(int r);
-    void CalculateRedOrBlueComponent(Pass& pass, Plane& plane, bool leaks, int r);
+    void CalculateRedOrBlueComponent(Pass& pass, Plane& plane, bool carries, int r);
     void StoreRow(int r);
 
     // Border sites of half `q` of row r of `plane` from their neighbours in the other half.
@@ -118,14 +114,17 @@ private:
     void FillDiagonalBorder(int r);
 
     bool IsInterior(int r) const { return r > 0 && r < height_ - 1; }
-    // For an interior row r: hands it the gradients that it wants, by `feed(y)`, and blends the neighbours in `args`.
-    // Border sites are left with anything.
-    template <class N, class Feed>
-    void RunRow(Pass& pass, Sums& sums, int r, const Feed& feed, void (*blend)(const orv::BlendArgs<Sum, N>*),
-                orv::BlendArgs<Sum, N>* args);
-    void WindowRows(Pass& pass, Sums& sums, int r, Sum* const* a, Sum* const* b, ScaleRow* rows, int* left, int* right);
+    // For an interior row r: hands the sums the gradients that its windows want, by `feed(y)`, then blends the
+    // neighbours in `target` to `out`.
+    template <orv::Step S, class Feed>
+    void BlendRow(Pass& pass, Sums& sums, int r, const Feed& feed, Target<S> target, uint16_t* out);
+    // The same for the sites [first, end), some of whose windows shrink to stay off the border. `windows`: those of the
+    // whole row, of half-widths `rowHalfWidths`; null where all have sizes of their own.
+    template <orv::Step S>
+    void BlendBorder(const Pass& pass, const Sums& sums, int r, const typename Sums::Windows* windows,
+                     const int* rowHalfWidths, const Target<S>& target, int first, int end);
     void MakeDifferences(Pass& pass, int r, int q, const Plane& evenRows, const Plane& oddRows);
-    void FeedCross(Sums& sums, const Plane& plane, int q, int r, bool leaks);
+    void FeedCross(Sums& sums, const Plane& plane, int q, int r, bool carries);
     void FeedDiagonal(int r);
 
     // The plane of the colour that row r has samples of.
@@ -143,16 +142,16 @@ private:
     Plane greenPlane_;
     Plane evenRowPlane_;
     Plane oddRowPlane_;
-    // What stays of the first scale's second window sums, from pass to pass and frame to frame.
-    typename Sums::Kept kept_;
+    typename Sums::Carried carried_;
     Pass green_;
     Pass diagonal_;
     Sums oddDiagonalSums_;
     Pass evenCross_;
     Pass oddCross_;
 
-    orv::RowArray<Sum> sumA_;
-    orv::RowArray<Sum> sumB_;
+    typename Sums::Scratch scratch_;
+    // The sums that count at sites near the border.
+    orv::RowArray<float> borderSums_;
 };
 
 class DemosaicingIPP_8 final : public DemosaicingIPPOf<uint8_t> {

@@ -5,7 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <opencv2/core.hpp>
+
+#include "rows/AlignedBuffer.h"
 
 namespace orv {
 
@@ -18,33 +19,34 @@ inline int RoundUpToLanes(int n) { return (n + kLanes - 1) / kLanes * kLanes; }
 template <class T>
 class RowArray {
 public:
-    // Keeps rows that have this size already. Throws cv::Exception.
-    void Create(int rows, int columns) {
+    // Keeps rows that have this size already. False, and no rows, when memory ran out.
+    bool Create(int rows, int columns) {
+        if (rows == rows_ && columns == columns_) {
+            return true;
+        }
+        rows_ = 0;
+        buffer_ = AlignedBuffer();
         constexpr int kLine = 64 / static_cast<int>(sizeof(T));
-        const int type = sizeof(T) == 1 ? CV_8U : sizeof(T) == 2 ? CV_16U : CV_32F;
         if (columns > std::numeric_limits<int>::max() - 2 * (kLanes + kLine)) {
-            CV_Error(cv::Error::StsNoMem, "row too long");
+            return false;
         }
         // An odd number of lines, so that the same column of many rows fits in the cache.
         const int lines = (RoundUpToLanes(columns) + kLine - 1) / kLine + 1;
         const int step = (lines | 1) * kLine;
-        if (rows == rows_ && columns == columns_) {
-            return;
+        if (!buffer_.Reserve((static_cast<size_t>(rows) + 1) * static_cast<size_t>(step) * sizeof(T))) {
+            return false;
         }
-        mat_.release();
-        rows_ = 0;
-        mat_.create(rows + 1, step, type);
-        mat_.setTo(0);
-        data_ = reinterpret_cast<T*>(mat_.data) + kLine;
+        data_ = static_cast<T*>(buffer_.Data()) + kLine;
         step_ = step;
         rows_ = rows;
         columns_ = columns;
+        return true;
     }
     T* operator[](int r) { return data_ + static_cast<ptrdiff_t>(r) * step_; }
     const T* operator[](int r) const { return data_ + static_cast<ptrdiff_t>(r) * step_; }
 
 private:
-    cv::Mat mat_;
+    AlignedBuffer buffer_;
     int rows_ = 0;
     int columns_ = 0;
     T* data_ = nullptr;
@@ -56,9 +58,8 @@ private:
 template <class T>
 class SplitPlane {
 public:
-    void Create(int rows, int columns) {
-        half_[0].Create(rows, columns / 2);
-        half_[1].Create(rows, columns / 2);
+    bool Create(int rows, int columns) {
+        return half_[0].Create(rows, columns / 2) && half_[1].Create(rows, columns / 2);
     }
     T* Row(int q, int r) { return half_[q][r]; }
     const T* Row(int q, int r) const { return half_[q][r]; }
@@ -74,7 +75,7 @@ constexpr int kRing = 16;
 template <class T>
 class SplitRing {
 public:
-    void Create(int columns) { rows_.Create(kRing, columns); }
+    bool Create(int columns) { return rows_.Create(kRing, columns); }
     T* Row(int q, int r) { return rows_.Row(q, r & (kRing - 1)); }
     const T* Row(int q, int r) const { return rows_.Row(q, r & (kRing - 1)); }
     T& At(int r, int c) { return Row((r + c) & 1, r)[c >> 1]; }

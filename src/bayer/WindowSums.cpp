@@ -174,69 +174,58 @@ void IntegralRowInOrder(const IntegralRow& row, bool sitesEven, int n) {
 
 }  // namespace
 
-void WindowSums<uint8_t>::Create(int width, int height) {
+bool WindowSums<uint8_t>::Create(int width, int height) {
     width_ = width;
     height_ = height;
-    first_.Create(kRing, width / 2);
-    second_.Create(kRing, width / 2);
-    zero_.Create(1, width / 2);
-    column_.Create(3, width / 2);
+    return first_.Create(kRing, width / 2) && second_.Create(kRing, width / 2) && zero_.Create(1, width / 2);
 }
 
 void WindowSums<uint8_t>::Start(int q, int, bool bothParities) {
     q_ = q;
     bothParities_ = bothParities;
     next_ = 0;
-    std::fill(firstRows_, firstRows_ + kRing, zero_[0]);
-    std::fill(secondRows_, secondRows_ + kRing, zero_[0]);
+    std::fill(firstRows_, firstRows_ + 2 * kRing, zero_[0]);
+    std::fill(secondRows_, secondRows_ + 2 * kRing, zero_[0]);
 }
 
 void WindowSums<uint8_t>::Push(bool zero, const float*, const float*) {
     const int slot = next_++ % kRing;
-    firstRows_[slot] = zero ? zero_[0] : first_[slot];
-    secondRows_[slot] = zero ? zero_[0] : second_[slot];
+    firstRows_[slot] = firstRows_[slot + kRing] = zero ? zero_[0] : first_[slot];
+    secondRows_[slot] = secondRows_[slot + kRing] = zero ? zero_[0] : second_[slot];
 }
 
-void WindowSums<uint8_t>::Rows(int r, const int* h, int, Sum* const* a, Sum* const* b, ScaleRow<Sum>*) {
+BoxWindows WindowSums<uint8_t>::WindowsOf(int r, const int* h, int, Scratch& scratch, float*) const {
     const int p = (r + q_) & 1;
     const int n = RoundUpToLanes(width_ / 2);
     const auto box = BoxRowsOf(h[0], h[1], bothParities_);
-    Gradient* const column[] = {column_[0], column_[1], column_[2]};
-    const Gradient* rows[2 * kMaxRadius + 1] = {};
-    const auto collect = [&](const Gradient* const* ring) {
-        for (int d = -h[1]; d <= h[1]; ++d) {
-            rows[kCentre + d] = ring[(r + d) % kRing];
-        }
-        return rows;
-    };
-    box(collect(firstRows_), p, column, n, a[0], a[1]);
-    box(collect(secondRows_), p, column, n, b[0], b[1]);
+    Gradient* const column[] = {scratch[4], scratch[5], scratch[6]};
+    const int top = (r - kCentre + kRing) % kRing;
+    box(firstRows_ + top, p, column, n, scratch[0], scratch[1]);
+    box(secondRows_ + top, p, column, n, scratch[2], scratch[3]);
+    return {{scratch[0], scratch[1]}, {scratch[2], scratch[3]}, {WindowArea(h[0]), WindowArea(h[1])}};
 }
 
-WindowSums<uint8_t>::Sum WindowSums<uint8_t>::Total(const Gradient* const* rows, int r, int c, int h) const {
+void WindowSums<uint8_t>::Site(int r, int c, int h, float* a, float* b) const {
     const int bottom = std::min(r + h, height_ - 1);
     const int right = std::min(c + h, width_ - 1);
-    int sum = 0;
+    int first = 0;
+    int second = 0;
     for (int y = r - h; y <= bottom; ++y) {
-        const Gradient* row = rows[y % kRing];
         // Sites of this row within [c - h, right].
         const int p = (y + q_) & 1;
-        for (int k = (c - h - p + 1) >> 1; k <= (right - p) >> 1; ++k) {
-            sum += row[k];
+        const int end = (right - p) >> 1;
+        for (int k = (c - h - p + 1) >> 1; k <= end; ++k) {
+            first += firstRows_[y % kRing][k];
+            second += secondRows_[y % kRing][k];
         }
     }
-    return static_cast<Sum>(sum);
+    *a = static_cast<float>(first);
+    *b = static_cast<float>(second);
 }
 
-void WindowSums<uint8_t>::Site(int r, int c, int h, Sum* a, Sum* b) const {
-    *a = Total(firstRows_, r, c, h);
-    *b = Total(secondRows_, r, c, h);
-}
-
-void WindowSums<uint16_t>::Integral::Create(int width, int frameHeight) {
+bool WindowSums<uint16_t>::Integral::Create(int width, int frameHeight) {
     height = frameHeight;
-    even.Create(kRing, width / 2 + 1);
-    odd.Create(kRing, width / 2 + 1);
+    return even.Create(kRing, width / 2 + 1) && odd.Create(kRing, width / 2 + 1);
 }
 
 void WindowSums<uint16_t>::Integral::Start(int reach) {
@@ -263,7 +252,7 @@ float WindowSums<uint16_t>::Integral::Window(int top, int bottom, int left, int 
     return ((At(bottom, right) - At(bottom, left)) - At(top, right)) + At(top, left);
 }
 
-WindowRow WindowSums<uint16_t>::Integral::Row(int r, int h, int p) const {
+CornerRow WindowSums<uint16_t>::Integral::Row(int r, int h, int p) const {
     // Columns c - h and c + h + 1 of the sites c = 2 * k + p have opposite parities.
     const float* const* rightRows = ((p + h) & 1) == 0 ? oddRows : evenRows;
     const float* const* leftRows = ((p + h) & 1) == 0 ? evenRows : oddRows;
@@ -274,12 +263,10 @@ WindowRow WindowSums<uint16_t>::Integral::Row(int r, int h, int p) const {
     return {rightRows[bottom] + right, leftRows[bottom] + left, rightRows[top] + right, leftRows[top] + left};
 }
 
-void WindowSums<uint16_t>::Create(int width, int height) {
+bool WindowSums<uint16_t>::Create(int width, int height) {
     width_ = width;
     height_ = height;
-    first_.Create(width, height);
-    second_.Create(width, height);
-    gradients_.Create(2, width / 2);
+    return first_.Create(width, height) && second_.Create(width, height) && gradients_.Create(2, width / 2);
 }
 
 void WindowSums<uint16_t>::Start(int q, int reach, bool) {
@@ -289,13 +276,13 @@ void WindowSums<uint16_t>::Start(int q, int reach, bool) {
     second_.Start(reach);
 }
 
-void WindowSums<uint16_t>::Push(bool zero, const float* leakAtSites, const float* leakBetween) {
+void WindowSums<uint16_t>::Push(bool zero, const float* carriedAtSites, const float* carriedBetween) {
     const int y = next_++;
     const int n = width_ / 2;
     const bool sitesEven = ((y + q_) & 1) == 0;
     Integral* const images[] = {&first_, &second_};
     IntegralRow rows[] = {{zero ? nullptr : gradients_[0], nullptr, nullptr, nullptr, nullptr, nullptr},
-                          {zero ? leakAtSites : gradients_[1], leakBetween, nullptr, nullptr, nullptr, nullptr}};
+                          {zero ? carriedAtSites : gradients_[1], carriedBetween, nullptr, nullptr, nullptr, nullptr}};
     for (int i = 0; i < 2; ++i) {
         rows[i].aboveEven = images[i]->evenRows[y % kRing];
         rows[i].aboveOdd = images[i]->oddRows[y % kRing];
@@ -318,15 +305,19 @@ void WindowSums<uint16_t>::Push(bool zero, const float* leakAtSites, const float
     }
 }
 
-void WindowSums<uint16_t>::Rows(int r, const int* h, int scales, Sum* const*, Sum* const*, ScaleRow<Sum>* rows) const {
+CornerWindows WindowSums<uint16_t>::WindowsOf(int r, const int* h, int scales, Scratch&, float* carried) const {
     const int p = (r + q_) & 1;
+    CornerWindows windows = {};
     for (int scale = 0; scale < scales; ++scale) {
-        rows[scale].a = first_.Row(r, h[scale], p);
-        rows[scale].b = second_.Row(r, h[scale], p);
+        windows.a[scale] = first_.Row(r, h[scale], p);
+        windows.b[scale] = second_.Row(r, h[scale], p);
+        windows.area[scale] = static_cast<float>(WindowArea(h[scale]));
     }
+    windows.carried = carried;
+    return windows;
 }
 
-void WindowSums<uint16_t>::Site(int r, int c, int h, Sum* a, Sum* b) const {
+void WindowSums<uint16_t>::Site(int r, int c, int h, float* a, float* b) const {
     const int bottom = std::min(r + h + 1, height_);
     const int right = std::min(c + h + 1, width_);
     *a = first_.Window(r - h, bottom, c - h, right);

@@ -2,6 +2,17 @@
 //
 // Gradients stand on the sites of one checkerboard half and are zero elsewhere. Their rows enter from the top; the last
 // ones stay within reach of windows of half-width 4.
+//
+// Sums carried over. Above 8 bits the second gradient of a pass is not zero off its own sites: there it is what the
+// last pass over those pixels left as its second sum in the smallest window. One plane holds these sums and is never
+// cleared. So
+// - green takes, between its sites, what the second cross pass of the frame before left there;
+// - the diagonal pass takes on odd rows gradients at its sites and those same sums between them, on even rows also, at
+//   its sites, what green has left there in this frame (sites on even rows use gradients of their own, without any);
+// - the first cross pass takes, between its sites, what the diagonal pass has left there;
+// - the second cross pass takes none, and leaves its own in place of the first one's.
+// The plane is zero when new, so a first frame gets sums of its own passes only; every later one gets, through green
+// and the diagonal pass, those of the frame before.
 #ifndef ORV_BAYER_WINDOWSUMS_H
 #define ORV_BAYER_WINDOWSUMS_H
 
@@ -11,37 +22,41 @@
 namespace orv {
 
 constexpr int kMaxRadius = 4;
+constexpr int kMaxScales = 3;
 static_assert(kRing > 2 * kMaxRadius + 1, "rows within reach of a window, and one more");
 
-// The corners of the windows of a row of sites in an integral image.
-struct WindowRow {
+// Sites of the centre's checkerboard half in a window of half-width h.
+constexpr int WindowArea(int h) { return ((2 * h + 1) * (2 * h + 1) >> 1) + 1; }
+
+// Window sums of a row by scale, and the number of sites in a window: of bytes as such.
+struct BoxWindows {
+    const uint16_t* a[2];
+    const uint16_t* b[2];
+    int area[2];
+
+    float A(int scale, int k) const { return a[scale][k]; }
+    float B(int scale, int k) const { return b[scale][k]; }
+};
+
+// Window sums of a row as the corners of the windows in an integral image.
+struct CornerRow {
     const float* bottomRight;
     const float* bottomLeft;
     const float* topRight;
     const float* topLeft;
 };
-
-// Window sums of a row: of bytes as such, else by corners.
-template <class S>
-struct SumsOf {
-    using Row = const S*;
-};
-template <>
-struct SumsOf<float> {
-    using Row = WindowRow;
-};
-
 // This order of additions: integrals round.
-ORV_ALWAYS_INLINE float WindowSum(const WindowRow& row, int k) {
+ORV_ALWAYS_INLINE float WindowSum(const CornerRow& row, int k) {
     return ((row.bottomRight[k] - row.bottomLeft[k]) - row.topRight[k]) + row.topLeft[k];
 }
+struct CornerWindows {
+    CornerRow a[kMaxScales];
+    CornerRow b[kMaxScales];
+    float area[kMaxScales];
+    float* carried;  // takes the second sums of the first scale
 
-// Window sums of one scale in a row, and the number of sites in a window: in each, or by corners in all.
-template <class S>
-struct ScaleRow {
-    typename SumsOf<S>::Row a;
-    typename SumsOf<S>::Row b;
-    const S* area;
+    float A(int scale, int k) const { return WindowSum(a[scale], k); }
+    float B(int scale, int k) const { return WindowSum(b[scale], k); }
 };
 
 template <class T>
@@ -52,20 +67,19 @@ template <>
 class WindowSums<uint8_t> {
 public:
     using Gradient = uint16_t;
-    using Sum = uint16_t;  // at most 41 * 255
-    // Hold the sums of one scale times the area of the other: at most 5 * 13 * 255, and 9 * 255 * 41 where only every
-    // second row counts.
-    using Contrast = int16_t;
-    using DiagonalContrast = int32_t;
     using Difference = int16_t;  // of two samples
-    static constexpr bool kByCorners = false;
-    struct Kept {
-        void Create(int, int) {}
-        Sum* Row(int, int) const { return nullptr; }
-        const float* Leak(int, int) const { return nullptr; }
+    using Windows = BoxWindows;
+    // Room for the sums of one row, shared by all passes.
+    static constexpr int kScratchRows = 7;
+    using Scratch = RowArray<uint16_t>;
+    // None are carried over at this width.
+    struct Carried {
+        bool Create(int, int) { return true; }
+        float* Row(int, int) { return nullptr; }
+        void Set(int, int, int, float) {}
     };
 
-    void Create(int width, int height);
+    bool Create(int width, int height);
     // Starts a pass over half `q` with windows of half-widths up to `reach`. `bothParities`: rows at an odd distance
     // count too, otherwise they are all zero.
     void Start(int q, int reach, bool bothParities);
@@ -73,19 +87,17 @@ public:
     // Where the next row's gradients go, at the index of their sites.
     Gradient* NextFirst() { return first_[next_ % kRing]; }
     Gradient* NextSecond() { return second_[next_ % kRing]; }
-    // Ends the next row: gradients stand at both places, or are all zero. The leaks do not exist at this width.
-    void Push(bool zero, const float* leakAtSites, const float* leakBetween);
+    // Ends the next row: gradients stand at both places, or are all zero.
+    void Push(bool zero, const float* carriedAtSites, const float* carriedBetween);
 
-    // Window sums of the sites of row r to `a` and `b`, by scale: half-widths `h`, none above twice the one before, as
-    // they are in frames of at least 2 * kMaxRadius + 2 rows. Anything where windows reach beyond a side.
-    void Rows(int r, const int* h, int scales, Sum* const* a, Sum* const* b, ScaleRow<Sum>* rows);
-    const Sum* Written(const Sum* sums) const { return sums; }
+    // The windows of the sites of row r, of half-widths `h` by scale, none above twice the one before, as they are in
+    // frames of at least 2 * kMaxRadius + 2 rows. Anything where windows reach beyond a side. Valid until the next call
+    // with `scratch`.
+    Windows WindowsOf(int r, const int* h, int scales, Scratch& scratch, float* carried) const;
     // Window sums of the site (r, c); the window may reach beyond the right and the lower edge.
-    void Site(int r, int c, int h, Sum* a, Sum* b) const;
+    void Site(int r, int c, int h, float* a, float* b) const;
 
 private:
-    Sum Total(const Gradient* const* rows, int r, int c, int h) const;
-
     int width_ = 0;
     int height_ = 0;
     int q_ = 0;
@@ -94,10 +106,9 @@ private:
     RowArray<Gradient> first_;
     RowArray<Gradient> second_;
     RowArray<Gradient> zero_;
-    const Gradient* firstRows_[kRing] = {};
-    const Gradient* secondRows_[kRing] = {};
-    // Sums over the rows of a window at even distance, by scale, and at odd distance.
-    RowArray<Gradient> column_;
+    // Row y at y % kRing and once more at kRing places above, so that rows within reach of a window are neighbours.
+    const Gradient* firstRows_[2 * kRing] = {};
+    const Gradient* secondRows_[2 * kRing] = {};
 };
 
 // 16-bit samples: differences of single-precision integral images. Integrals above 2^24 round, so their order of
@@ -106,39 +117,29 @@ template <>
 class WindowSums<uint16_t> {
 public:
     using Gradient = float;
-    using Sum = float;
-    using Contrast = float;
-    using DiagonalContrast = float;
     using Difference = float;
-    // Sums of rows are left to their reader.
-    static constexpr bool kByCorners = true;
-
-    // One plane that is never cleared between passes or frames: second sums of the smallest window at the sites of the
-    // last pass over a half, zero on the border and before the first.
-    struct Kept {
+    using Windows = CornerWindows;
+    static constexpr int kScratchRows = 0;
+    using Scratch = RowArray<float>;
+    // Zero on the border.
+    struct Carried {
         SplitPlane<float> sums;
-        void Create(int width, int height) { sums.Create(height, width); }
-        Sum* Row(int q, int r) { return sums.Row(q, r); }
-        const float* Leak(int q, int r) const { return sums.Row(q, r); }
+        bool Create(int width, int height) { return sums.Create(height, width); }
+        float* Row(int q, int r) { return sums.Row(q, r); }
+        void Set(int q, int r, int k, float sum) { sums.Row(q, r)[k] = sum; }
     };
 
-    void Create(int width, int height);
+    bool Create(int width, int height);
     void Start(int q, int reach, bool bothParities);
 
     Gradient* NextFirst() { return gradients_[0]; }
     Gradient* NextSecond() { return gradients_[1]; }
-    // As above. The second gradient can have `leakAtSites` in place of a row of zeros, and `leakBetween` on the pixels
-    // between the sites; null for zeros.
-    void Push(bool zero, const float* leakAtSites, const float* leakBetween);
+    // As above. The second gradient can have `carriedAtSites` in place of a row of zeros, and `carriedBetween` on the
+    // pixels between the sites; null for zeros.
+    void Push(bool zero, const float* carriedAtSites, const float* carriedBetween);
 
-    // These are not written out: `rows` says where to take them.
-    void Rows(int r, const int* h, int scales, Sum* const* a, Sum* const* b, ScaleRow<Sum>* rows) const;
-    // Sums in an array, as corners: row 0 of the integral image is zero.
-    WindowRow Written(const Sum* sums) const {
-        const float* zero = first_.even[0];
-        return {sums, zero, zero, zero};
-    }
-    void Site(int r, int c, int h, Sum* a, Sum* b) const;
+    Windows WindowsOf(int r, const int* h, int scales, Scratch& scratch, float* carried) const;
+    void Site(int r, int c, int h, float* a, float* b) const;
 
 private:
     // Rows of an integral image, split by column parity: column x at index x / 2.
@@ -151,7 +152,7 @@ private:
         int slots;  // as few as windows need, which keeps them in the cache
         int height;
 
-        void Create(int width, int frameHeight);
+        bool Create(int width, int frameHeight);
         void Start(int reach);
         // Row y + 1 as row y, or new.
         void Repeat(int y);
@@ -161,7 +162,7 @@ private:
             return row[x >> 1];
         }
         float Window(int top, int bottom, int left, int right) const;
-        WindowRow Row(int r, int h, int p) const;
+        CornerRow Row(int r, int h, int p) const;
     };
 
     int width_ = 0;

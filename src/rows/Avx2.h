@@ -12,6 +12,9 @@ namespace orv {
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i Words(const int16_t* at) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
 }
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i Words(const uint16_t* at) {
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
+}
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i Longs(const int32_t* at) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
 }
