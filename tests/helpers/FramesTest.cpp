@@ -1,6 +1,7 @@
 // Rows and frames made to fit, against the conversions of packed frames.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -58,115 +59,135 @@ TEST(Frames, RecordsOfTheCallersPixels) {
     _OrvImage image;
     int pixels = 0;
     ASSERT_EQ(0U, OrvFrame_Make(&image, OrvPixelBayerRG12, 5, 3, 0, &pixels));
-    EXPECT_EQ(96U, image.size);
-    EXPECT_EQ(12, image.bitDepth);
-    EXPECT_EQ(10, image.stride);
-    EXPECT_EQ(30, image.imageSize);
-    EXPECT_EQ(&pixels, image.data);
+    EXPECT_TRUE(image.size == 96 && image.bitDepth == 12 && image.stride == 10 && image.imageSize == 30 &&
+                image.data == &pixels);
     const _OrvImage before = image;
-    EXPECT_EQ(0x80070007, OrvFrame_Make(&image, OrvPixelBayerRG12, 5, 3, 8, &pixels));
-    EXPECT_EQ(0x80070007, OrvFrame_Make(&image, OrvPixelBayerRG12, 5, 3, 11, &pixels));
-    EXPECT_EQ(0x80070007, OrvFrame_Make(&image, 1, 5, 3, 0, &pixels));
-    EXPECT_EQ(0x80070007, OrvFrame_Make(&image, OrvPixelBGR8, -5, 3, 0, &pixels));
-    EXPECT_EQ(0x80070007, OrvFrame_Make(&image, OrvPixelBGR8, 30000, 30000, 0, &pixels));
+    const struct {
+        uint32_t word;
+        int width, height, stride;
+    } bad[] = {{OrvPixelBayerRG12, 5, 3, 8},
+               {OrvPixelBayerRG12, 5, 3, 11},
+               {1, 5, 3, 0},
+               {OrvPixelBGR8, -5, 3, 0},
+               {OrvPixelBGR8, 30000, 30000, 0}};
+    for (const auto& each : bad) {
+        EXPECT_EQ(0x80070007, OrvFrame_Make(&image, each.word, each.width, each.height, each.stride, &pixels));
+    }
     EXPECT_EQ(0x80070007, OrvFrame_Make(nullptr, OrvPixelBGR8, 5, 3, 0, &pixels));
     EXPECT_EQ(0, std::memcmp(&before, &image, sizeof(image)));
 }
 
-struct Deleter {
-    void operator()(OrvBayer* component) const { OrvBayer_DeleteComponent(component); }
-};
+using Component = std::unique_ptr<OrvBayer, void (*)(OrvBayer*)>;
 
-// Samples of 0 to the word's largest.
-uint16_t SampleAt(int bits, int width, int x, int y) {
-    static const std::vector<uint16_t> noise = orvtest::NoiseSamples<uint16_t>(5, 4096, 65535);
-    return static_cast<uint16_t>(noise[static_cast<size_t>(y * width + x) % noise.size()] >> (16 - bits));
-}
+constexpr int kHeight = 7;
 
-// A mosaic of noise at `step` bytes a row from `first`, which may run upwards.
-_OrvImage Mosaic(uint32_t word, int width, int height, int step, uint8_t* first) {
+// A frame of noise, the same for every memory it lies in: `step` bytes a row from `first`, which may run upwards.
+_OrvImage Mosaic(uint32_t word, int width, int step, uint8_t* first) {
+    const std::vector<uint16_t> noise =
+        orvtest::NoiseSamples<uint16_t>(5, static_cast<size_t>(width) * kHeight, (1U << OrvWord_Bits(word)) - 1U);
+    const size_t bytes = OrvWord_Bits(word) == 8 ? 1 : 2;
     _OrvImage source = {};
-    EXPECT_EQ(0U, OrvFrame_Make(&source, word, width, height, 0, first));
-    source.stride = step;
-    source.imageSize = 0;
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            const uint16_t sample = SampleAt(OrvWord_Bits(word), width, x, y);
-            const size_t bytes = OrvWord_Bits(word) == 8 ? 1 : 2;
-            std::memcpy(first + static_cast<ptrdiff_t>(y) * step + static_cast<ptrdiff_t>(bytes) * x, &sample, bytes);
-        }
+    EXPECT_EQ(0U, OrvFrame_Make(&source, word, width, kHeight, 0, first));
+    for (int i = 0; i < width * kHeight; ++i) {
+        uint8_t* to = first + static_cast<ptrdiff_t>(i / width) * step + i % width * static_cast<ptrdiff_t>(bytes);
+        std::memcpy(to, &noise[static_cast<size_t>(i)], bytes);
     }
+    source.stride = step;
+    source.imageSize = 0;  // not read by the helpers
     return source;
 }
 
-// Every layout of rows in memory gives what the component makes of rows as it wants them.
-TEST(Frames, BayerFramesOfAnyRowsToAnyDepth) {
-    const struct {
-        uint32_t source, destination;
-    } pairs[] = {{OrvPixelBayerGR8, OrvPixelBGR8},   {OrvPixelBayerGR8, OrvPixelRGBA8},
-                 {OrvPixelBayerRG12, OrvPixelRGB8},  {OrvPixelBayerRG12, OrvPixelBGRA8},
-                 {OrvPixelBayerRG12, OrvPixelBGR12}, {OrvPixelBayerGB10, OrvPixelRGB16},
-                 {OrvPixelBayerBG16, OrvPixelBGR16}};
-    constexpr int kHeight = 7;
-    for (const int width : {13, 14}) {
-        for (const auto& pair : pairs) {
-            const int bits = OrvWord_Bits(pair.source);
-            const int bytes = bits == 8 ? 1 : 2;
-            const int resultBits = OrvWord_Bits(pair.destination);
-            const int channels = OrvWord_Channels(pair.destination);
-            const bool blueFirst = OrvWord_Name(pair.destination)[0] == 'B';
-            for (int algorithm = 0; algorithm < 3; ++algorithm) {
-                SCOPED_TRACE(testing::Message() << OrvWord_Name(pair.source) << " to " << OrvWord_Name(pair.destination)
-                                                << " by " << algorithm << ", width " << width);
-                const std::unique_ptr<OrvBayer, Deleter> component(OrvBayer_CreateComponent());
-                ASSERT_EQ(0U, OrvParam_SetInteger(component->GetComponent(), "BayerAlgType", algorithm));
-                const int wanted = bytes * (width + width % 2);
-                Image packed(pair.source, bits, width, kHeight, wanted);
-                Mosaic(pair.source, width, kHeight, wanted, packed.Data());
-                Image plain(OrvWord_Colour(blueFirst, 3, bits), bits, width, kHeight, 3 * bytes * width);
-                ASSERT_EQ(0U, OrvBayer_ConvertImage(component.get(), &packed.record, &plain.record));
-                for (const int layout : {0, 1, 2, 3, 4}) {
-                    component->ReleaseData();
-                    const int rowBytes = bytes * width;
-                    const int step = layout == 0 ? 0 : layout == 1 ? wanted : rowBytes + 6 + (layout == 2 ? 1 : 0);
-                    const int magnitude = step == 0 ? rowBytes : step;
-                    std::vector<uint8_t> memory(static_cast<size_t>(magnitude) * (kHeight - 1) +
-                                                static_cast<size_t>(rowBytes) + (layout == 3 ? 1 : 0));
-                    const bool upwards = layout == 4;
-                    uint8_t* first = memory.data() + (layout == 3 ? 1 : 0) + (upwards ? magnitude * (kHeight - 1) : 0);
-                    _OrvImage source = Mosaic(pair.source, width, kHeight, upwards ? -magnitude : magnitude, first);
-                    source.stride = step == 0 ? 0 : source.stride;
-                    const int resultBytes = resultBits == 8 ? 1 : 2;
-                    Image result(pair.destination, resultBits, width, kHeight, resultBytes * channels * width + 10);
-                    const int64_t needed = OrvFrame_ConvertBayerBytes(&source, &result.record, algorithm);
-                    ASSERT_GE(needed, 0);
-                    // From an odd address, and without a byte to spare.
-                    std::vector<uint8_t> scratch(static_cast<size_t>(needed) + 1);
-                    if (needed > 0) {
-                        EXPECT_EQ(0x80070006, OrvFrame_ConvertBayer(component.get(), &source, &result.record,
-                                                                    scratch.data(), scratch.size() - 2));
-                        EXPECT_TRUE(result.Untouched());
-                    }
-                    ASSERT_EQ(0U, OrvFrame_ConvertBayer(component.get(), &source, &result.record, scratch.data() + 1,
-                                                        static_cast<size_t>(needed)));
-                    EXPECT_TRUE(result.OutsideUntouched(static_cast<size_t>(resultBytes * channels * width)));
-                    for (int y = 0; y < kHeight; ++y) {
-                        for (int i = 0; i < channels * width; ++i) {
-                            const int from = i / channels * 3 + i % channels;
-                            int v = bytes == 1 ? plain.Row<uint8_t>(y)[from] : plain.Row<uint16_t>(y)[from];
-                            v = resultBits < bits   ? v >> (bits - 8)
-                                : resultBits > bits ? v << (16 - bits) | v >> (2 * bits - 16)
-                                                    : v;
-                            v = i % channels == 3 ? 255 : v;
-                            ASSERT_EQ(v, resultBytes == 1 ? result.Row<uint8_t>(y)[i] : result.Row<uint16_t>(y)[i])
-                                << "layout " << layout << ", row " << y << ", sample " << i;
-                        }
-                    }
-                }
-            }
+// The samples of a colour frame, whatever their width.
+std::vector<int> Samples(Image& image) {
+    const int n = image.record.width * OrvWord_Channels(image.record.pixelType);
+    std::vector<int> samples;
+    for (int y = 0; y < kHeight; ++y) {
+        for (int i = 0; i < n; ++i) {
+            samples.push_back(image.record.bitDepth == 8 ? image.Row<uint8_t>(y)[i] : image.Row<uint16_t>(y)[i]);
         }
     }
+    return samples;
 }
+
+Image Colour(uint32_t word, int width, int padding) {
+    const auto rowBytes = static_cast<int>(OrvWord_RowBytes(word, OrvPackingNone, width));
+    return Image(word, OrvWord_Bits(word), width, kHeight, rowBytes + padding);
+}
+
+class BayerFrames : public testing::TestWithParam<std::tuple<std::pair<uint32_t, uint32_t>, int, int>> {};
+
+// Every layout of rows in memory gives what the component makes of rows as it wants them.
+TEST_P(BayerFrames, OfAnyRowsToAnyDepth) {
+    const auto [words, width, algorithm] = GetParam();
+    const int bits = OrvWord_Bits(words.first);
+    const int bytes = bits == 8 ? 1 : 2;
+    const int resultBits = OrvWord_Bits(words.second);
+    const int channels = OrvWord_Channels(words.second);
+    const Component component(OrvBayer_CreateComponent(), OrvBayer_DeleteComponent);
+    ASSERT_EQ(0U, OrvParam_SetInteger(component->GetComponent(), "BayerAlgType", algorithm));
+
+    const int wanted = bytes * (width + width % 2);
+    Image packed(words.first, bits, width, kHeight, wanted);
+    Mosaic(words.first, width, wanted, packed.Data());
+    Image plain = Colour(OrvWord_Colour(OrvWord_Name(words.second)[0] == 'B', 3, bits), width, 0);
+    ASSERT_EQ(0U, OrvBayer_ConvertImage(component.get(), &packed.record, &plain.record));
+    const std::vector<int> three = Samples(plain);
+    std::vector<int> expected;
+    for (size_t i = 0; i < three.size(); ++i) {
+        const int v = three[i];
+        expected.push_back(resultBits < bits   ? v >> (bits - 8)
+                           : resultBits > bits ? v << (16 - bits) | v >> (2 * bits - 16)
+                                               : v);
+        if (channels == 4 && i % 3 == 2) {
+            expected.push_back(255);
+        }
+    }
+
+    const struct {
+        int step;      // 0: no padding
+        int offset;    // of the first byte
+        bool upwards;  // rows
+    } layouts[] = {{0, 0, false},
+                   {wanted, 0, false},
+                   {bytes * width + 7, 0, false},
+                   {bytes * width + 6, 1, false},
+                   {bytes * width + 6, 0, true}};
+    for (const auto& layout : layouts) {
+        SCOPED_TRACE(&layout - layouts);
+        component->ReleaseData();
+        const int step = layout.step == 0 ? bytes * width : layout.step;
+        const int last = (kHeight - 1) * step;
+        std::vector<uint8_t> memory(static_cast<size_t>(layout.offset + last + bytes * width));
+        uint8_t* first = memory.data() + layout.offset + (layout.upwards ? last : 0);
+        _OrvImage source = Mosaic(words.first, width, layout.upwards ? -step : step, first);
+        source.stride = layout.step == 0 ? 0 : source.stride;
+        Image result = Colour(words.second, width, 10);
+        const int64_t needed = OrvFrame_ConvertBayerBytes(&source, &result.record, algorithm);
+        ASSERT_GE(needed, 0);
+        std::vector<uint8_t> scratch(static_cast<size_t>(needed) + 1);
+        const auto convert = [&](int64_t scratchBytes) {  // with a scratch at an odd address
+            return OrvFrame_ConvertBayer(component.get(), &source, &result.record, scratch.data() + 1,
+                                         static_cast<size_t>(scratchBytes));
+        };
+        if (needed > 0) {
+            EXPECT_EQ(0x80070006, convert(needed - 1));
+            EXPECT_TRUE(result.Untouched());
+        }
+        ASSERT_EQ(0U, convert(needed));
+        EXPECT_TRUE(result.OutsideUntouched(static_cast<size_t>(result.record.stride - 10)));
+        EXPECT_EQ(expected, Samples(result));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Pairs, BayerFrames,
+                         testing::Combine(testing::Values(std::make_pair(OrvPixelBayerGR8, OrvPixelBGR8),
+                                                          std::make_pair(OrvPixelBayerGR8, OrvPixelRGBA8),
+                                                          std::make_pair(OrvPixelBayerRG12, OrvPixelRGB8),
+                                                          std::make_pair(OrvPixelBayerRG12, OrvPixelBGRA8),
+                                                          std::make_pair(OrvPixelBayerRG12, OrvPixelBGR12),
+                                                          std::make_pair(OrvPixelBayerGB10, OrvPixelRGB16),
+                                                          std::make_pair(OrvPixelBayerBG16, OrvPixelBGR16)),
+                                          testing::Values(13, 14), testing::Range(0, 3)));
 
 TEST(Frames, TightCopiesOnlyWhatDoesNotFitAndRefusesTheRest) {
     std::vector<uint16_t> memory(64);
@@ -203,7 +224,7 @@ TEST(Frames, TightCopiesOnlyWhatDoesNotFitAndRefusesTheRest) {
     // Destinations that a Bayer frame has no way to.
     Image result(OrvPixelBGR8, 8, 5, 4, 15);
     ASSERT_EQ(0U, OrvFrame_Make(&source, OrvPixelBayerRG12, 5, 4, 12, memory.data()));
-    const std::unique_ptr<OrvBayer, Deleter> component(OrvBayer_CreateComponent());
+    const Component component(OrvBayer_CreateComponent(), OrvBayer_DeleteComponent);
     const auto refused = [&] {
         EXPECT_EQ(-1, OrvFrame_ConvertBayerBytes(&source, &result.record, 0));
         EXPECT_EQ(0x80070007, OrvFrame_ConvertBayer(component.get(), &source, &result.record, buffer, sizeof(buffer)));
@@ -225,31 +246,23 @@ TEST(Frames, TightCopiesOnlyWhatDoesNotFitAndRefusesTheRest) {
 // A TrueSense picture mirrored once has no word of its own: the same word and the parameter give the mirrored result.
 TEST(Frames, MirroredTrueSenseFramesByTheParameter) {
     constexpr int kWidth = 14;
-    constexpr int kHeight = 11;
-    const uint32_t word = OrvPixelTrueSense(OrvPixelTrueSense8, 6);
-    std::vector<uint8_t> plain(kWidth * kHeight);
-    _OrvImage source = Mosaic(word, kWidth, kHeight, kWidth, plain.data());
-    std::vector<uint8_t> mirrored(plain.size());
-    for (size_t i = 0; i < plain.size(); ++i) {
-        mirrored[i] = plain[i / kWidth * kWidth + (kWidth - 1 - i % kWidth)];
+    Image frame(OrvPixelTrueSense(OrvPixelTrueSense8, 6), 8, kWidth, kHeight, kWidth);
+    Mosaic(frame.record.pixelType, kWidth, kWidth, frame.Data());
+    const std::unique_ptr<OrvTrueSense, void (*)(OrvTrueSense*)> component(OrvTrueSense_CreateComponent(),
+                                                                           OrvTrueSense_DeleteComponent);
+    Image plain = Colour(OrvPixelRGB8, kWidth, 0);
+    ASSERT_EQ(0U, component->ConvertImage(&frame.record, &plain.record));
+    // Bytes read back to front also exchange red and blue.
+    Image mirrored = Colour(OrvPixelBGR8, kWidth, 0);
+    for (int y = 0; y < kHeight; ++y) {
+        std::reverse(frame.Row<uint8_t>(y), frame.Row<uint8_t>(y) + kWidth);
     }
-    const auto convert = [&](std::vector<uint8_t>& frame, int64_t horMirrored) {
-        std::vector<uint8_t> result(3 * frame.size());
-        _OrvImage destination;
-        source.data = frame.data();
-        EXPECT_EQ(0U, OrvFrame_Make(&destination, OrvPixelRGB8, kWidth, kHeight, 0, result.data()));
-        OrvTrueSense* component = OrvTrueSense_CreateComponent();
-        EXPECT_EQ(0U, OrvParam_SetInteger(component->GetComponent(), "horMirrored", horMirrored));
-        EXPECT_EQ(0U, OrvTrueSense_ConvertImage(component, &source, &destination));
-        OrvTrueSense_DeleteComponent(component);
-        return result;
-    };
-    const std::vector<uint8_t> expected = convert(plain, 0);
-    const std::vector<uint8_t> got = convert(mirrored, 1);
-    for (size_t i = 0; i < expected.size(); ++i) {
-        const size_t pixel = i / 3;
-        ASSERT_EQ(expected[(pixel / kWidth * kWidth + (kWidth - 1 - pixel % kWidth)) * 3 + i % 3], got[i]);
+    ASSERT_EQ(0U, OrvParam_SetInteger(component->GetComponent(), "horMirrored", 1));
+    ASSERT_EQ(0U, component->ConvertImage(&frame.record, &mirrored.record));
+    for (int y = 0; y < kHeight; ++y) {
+        std::reverse(mirrored.Row<uint8_t>(y), mirrored.Row<uint8_t>(y) + 3 * kWidth);
     }
+    EXPECT_EQ(Samples(plain), Samples(mirrored));
 }
 
 }  // namespace

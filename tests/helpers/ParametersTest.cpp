@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -40,30 +41,22 @@ TEST(Parameters, TableIsWhatComponentsRegister) {
             SCOPED_TRACE(name);
             EXPECT_EQ(info, OrvParam_Info(family, name));
             EXPECT_EQ(info->standardText, TextOf(component, name));
-            EXPECT_NE('\0', info->meaning[0]);
-            EXPECT_NE('\0', info->range[0]);
+            EXPECT_EQ(info->standard, std::stod(info->standardText));
+            EXPECT_TRUE(info->meaning[0] != '\0' && info->range[0] != '\0');
             int64_t integer = -1;
             double number = -1;
             if (info->type == OrvParamInteger) {
-                ASSERT_EQ(0U, OrvParam_GetInteger(component, name, &integer));
-                EXPECT_EQ(info->standard, static_cast<double>(integer));
                 EXPECT_EQ(0U, OrvParam_SetInteger(component, name, info->integerLimit));
-                if (info->integerLimit < INT64_MAX) {
-                    EXPECT_EQ(0x8001000CU, OrvParam_SetInteger(component, name, info->integerLimit + 1));
-                }
-                EXPECT_EQ(0x8001000CU, OrvParam_SetInteger(component, name, -1));
-                ASSERT_EQ(0U, OrvParam_GetInteger(component, name, &integer));
+                EXPECT_EQ(0x8001000CU, info->integerLimit == INT64_MAX
+                                           ? OrvParam_SetText(component, name, "9223372036854775808")
+                                           : OrvParam_SetInteger(component, name, info->integerLimit + 1));
+                EXPECT_EQ(0U, OrvParam_GetInteger(component, name, &integer));
                 EXPECT_EQ(info->integerLimit, integer);
                 EXPECT_EQ(0x8001000BU, OrvParam_GetFloat(component, name, &number));
             } else {
-                ASSERT_EQ(0U, OrvParam_GetFloat(component, name, &number));
-                EXPECT_EQ(info->standard, number);
                 EXPECT_EQ(0U, OrvParam_SetFloat(component, name, -1.25));
-                EXPECT_EQ("-1.25", TextOf(component, name));
-                EXPECT_EQ(0U, OrvParam_SetText(component, name, "2.5"));
-                EXPECT_EQ(0x8001000CU, OrvParam_SetText(component, name, "2.5x"));
-                ASSERT_EQ(0U, OrvParam_GetFloat(component, name, &number));
-                EXPECT_EQ(2.5, number);
+                EXPECT_EQ(0U, OrvParam_GetFloat(component, name, &number));
+                EXPECT_EQ(-1.25, number);
                 EXPECT_EQ(0x8001000BU, OrvParam_GetInteger(component, name, &integer));
             }
         }
@@ -111,17 +104,15 @@ TEST(Parameters, ChangeTheResultsOfTheAlgorithmsThatReadThem) {
                 {"colorRadius2", "1"},    {"colorSigma2", "1"}, {"maxSharpen", "3"}};
             settings.emplace_back("analogGain", name.find("AnalogGain") != std::string::npos ? "20" : kRows[n]);
             const std::vector<uint16_t> before = frame.Convert(algorithm, settings);
+            static const std::map<std::string, std::string> kOthers = {
+                {"analogGain", "30"}, {"sharpnessEnable", "0"}, {"colorRadius2", "0"}, {"darkFloor", "100"}};
             std::string value = info->type == OrvParamInteger ? (info->standard == 0 ? "1" : "0")
                                                               : std::to_string(3 * info->standard + 40);
-            value = name == "analogGain"        ? "30"
-                    : name == "sharpnessEnable" ? "0"
-                    : name == "colorRadius2"    ? "0"
-                                                : value;
-            value = name == "darkFloor" ? "100" : name == "ISOAnalogGain_0" ? "12" : value;
+            value = kOthers.count(name) != 0 ? kOthers.at(name) : value;
             settings.emplace_back(name, value);
-            // Rows 1 and 2 surround an analog gain of 20; the other abscissae do not matter there.
+            // Rows 1 and 2 surround an analog gain of 20, as long as row 0 stays below it.
             const bool unread = (info->algorithms >> algorithm & 1) == 0 || name == "threads_num" ||
-                                name == "ISOAnalogGain_0" || name == "ISOAnalogGain_3" || name == "ISOAnalogGain_4";
+                                name == "ISOAnalogGain_3" || name == "ISOAnalogGain_4";
             EXPECT_EQ(unread, before == frame.Convert(algorithm, settings)) << name << " by " << algorithm;
         }
     }

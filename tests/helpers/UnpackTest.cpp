@@ -94,17 +94,21 @@ TEST_P(EveryLayout, UnpacksRowsOfEveryWidthUpToTheirLastByte) {
             if (width == 0) {
                 continue;
             }
-            // Bad calls write nothing.
-            const auto refused = [&](uint32_t status, size_t inBytes, int64_t inStride, size_t toBytes,
-                                     int64_t outStride) {
-                EXPECT_EQ(status, OrvPacking_Unpack(packing, source.Data(), inBytes, inStride, width, kRows, got.data(),
-                                                    toBytes, outStride));
-            };
-            refused(0x80070006, bytes - 1, stride, outBytes, 2 * outSamples);
-            refused(0x80070006, bytes, stride, outBytes - 1, 2 * outSamples);
-            refused(0x80070007, bytes, rowBytes - 1, outBytes, 2 * outSamples);
-            refused(0x80070007, bytes, stride, outBytes, 2 * width - 2);
-            refused(0x80070007, bytes, stride, outBytes, 2 * outSamples + 1);
+            const struct {
+                uint32_t status;
+                size_t bytes;
+                int64_t stride;
+                size_t outBytes;
+                int64_t outStride;
+            } bad[] = {{0x80070006, bytes - 1, stride, outBytes, 2 * outSamples},
+                       {0x80070006, bytes, stride, outBytes - 1, 2 * outSamples},
+                       {0x80070007, bytes, rowBytes - 1, outBytes, 2 * outSamples},
+                       {0x80070007, bytes, stride, outBytes, 2 * width - 2},
+                       {0x80070007, bytes, stride, outBytes, 2 * outSamples + 1}};
+            for (const auto& each : bad) {  // writes nothing
+                EXPECT_EQ(each.status, OrvPacking_Unpack(packing, source.Data(), each.bytes, each.stride, width, kRows,
+                                                         got.data(), each.outBytes, each.outStride));
+            }
             EXPECT_EQ(expected, got);
         }
     }
