@@ -175,7 +175,7 @@ void MakeLimits(const LowPlane& plane, int pass, int y, int16_t* codes, int16_t*
     } else {
         CodesOfPan(plane.codes[y], plane.n, codes);
     }
-    LookUp(plane.passes.pass[pass].limit, codes, plane.n, limits);
+    LookUp(plane.passes->pass[pass].limit, codes, plane.n, limits);
 }
 
 // Columns [x0, x1) of row y as they are before a pass.
@@ -193,7 +193,7 @@ template <int Fraction>
 void FilterRow(const LowPlane& plane, int pass, int y, const Lines<int32_t>& from, const int16_t* limits,
                int32_t* out) {
     const int w = plane.n;
-    const int s = plane.passes.pass[pass].spacing;
+    const int s = plane.passes->pass[pass].spacing;
     const Lines<int16_t>& before = plane.codes;
     if (y < s || y >= plane.rows - s) {
         KeepColumns<Fraction>(plane, pass, y, from, 0, w, out);
@@ -231,14 +231,14 @@ constexpr int kMostRows = 8;  // of spacings after the first pass that rings are
 
 bool LowPlane::InRings() const {
     int64_t rowsAhead = 0;
-    for (int k = 1; k < passes.count; ++k) {
-        rowsAhead += passes.pass[k].spacing;
+    for (int k = 1; k < passes->count; ++k) {
+        rowsAhead += passes->pass[k].spacing;
     }
     return rowsAhead <= kMostRows;
 }
 
 int LowPlane::LimitsOf(int pass) const {
-    while (passes.pass[pass].limitsOfLast) {
+    while (passes->pass[pass].limitsOfLast) {
         --pass;
     }
     return pass;
@@ -252,7 +252,7 @@ size_t CleaningScratchBytes(int n) {
 }
 
 void LowPlane::Clean(int pass, int y0, int y1, void* scratch) const {
-    if (InRings() || pass >= passes.count) {
+    if (InRings() || pass >= passes->count) {
         return;
     }
     LineCutter cutter(scratch);
@@ -265,16 +265,16 @@ void LowPlane::Clean(int pass, int y0, int y1, void* scratch) const {
 }
 
 StripStage CleanStage(const LowPlane& plane, int first, int stage) {
-    const int skipped = kCleanStages - plane.passes.count;
+    const int skipped = kCleanStages - plane.passes->count;
     const int pass = stage - skipped;
     if (!plane.InRings() || pass < 1) {
         return {1, {}};  // the first pass reads the plane
     }
-    return {1, {{first + stage - 1, plane.passes.pass[pass].spacing}, {first + skipped + plane.LimitsOf(pass), 0}}};
+    return {1, {{first + stage - 1, plane.passes->pass[pass].spacing}, {first + skipped + plane.LimitsOf(pass), 0}}};
 }
 
 const int32_t* CleanRows::operator[](int y) const {
-    return plane_.InRings() ? rings_[kCleanStages - 1][y] : plane_.work[(plane_.passes.count - 1) & 1][y];
+    return plane_.InRings() ? rings_[kCleanStages - 1][y] : plane_.work[(plane_.passes->count - 1) & 1][y];
 }
 
 void CleanRows::Make(int stage, int y) const {

@@ -1,11 +1,11 @@
-// Noise cleaning of the half-size planes in the parallel pipeline: passes of sigma filters.
+// Noise cleaning of the half-size planes in strips, alike in both forms: passes of sigma filters.
 //
 // Passes of small spacing follow each other row by row in line rings, at the pace of the strip that reads their result;
 // wide ones run over the whole plane each.
 #ifndef ORV_PIPELINE_PARALLEL_LOWCLEANING_H
 #define ORV_PIPELINE_PARALLEL_LOWCLEANING_H
 
-#include "pipeline/parallel/KodakLikeSettings.h"
+#include "pipeline/parallel/StripSettings.h"
 #include "rows/Lines.h"
 #include "rows/StripStages.h"
 
@@ -20,7 +20,7 @@ struct LowPlane {
     bool color;             // colour differences, else pan
     Lines<int16_t> codes;   // before the first pass: differences of gamma codes, sums of four
     Lines<int16_t> panSum;  // the codes of pan
-    SigmaPasses passes;
+    const SigmaPasses* passes;
     Lines<int32_t> work[2];  // 16.16, results of passes over the whole plane in turn
 
     // True when the passes fit line rings.
@@ -58,7 +58,7 @@ public:
     const int32_t* operator[](int y) const;
 
 private:
-    int PassOf(int stage) const { return stage - (kCleanStages - plane_.passes.count); }
+    int PassOf(int stage) const { return stage - (kCleanStages - plane_.passes->count); }
     bool Used(int stage) const { return plane_.InRings() && (PassOf(stage) >= 0 || stage == kCleanStages - 1); }
 
     const LowPlane& plane_;

@@ -27,18 +27,17 @@ void SplitBalancedRow(const int16_t* row, int n, int panColumn, const int16_t* p
     }
 }
 
-// Whole predictions, blended in single precision. Sums wrap.
-struct Blending {
-    static ORV_ALWAYS_INLINE int16_t Own(int16_t sample) { return sample; }
-    static ORV_ALWAYS_INLINE int16_t Predict(int16_t a, int16_t b) {
-        return static_cast<int16_t>((a & b) + ((a ^ b) >> 1));
+// Samples of one row's pan or colour sites through the front end, `even` and `odd` the factors of its lanes.
+template <class Form>
+ORV_ALWAYS_INLINE void BalanceLanesBody(const FrontEnd& frontEnd, double even, double odd, int n, int16_t* samples) {
+    const FrontEnd steps = frontEnd;
+    for (int x = 0; x < n; ++x) {
+        samples[x] = Form::Balanced(steps, samples[x], (x & 1) == 0 ? even : odd);
     }
-    static ORV_ALWAYS_INLINE int16_t Blend(int16_t predA, int16_t predB, int16_t a, int16_t b) {
-        const auto weighted = static_cast<int32_t>(static_cast<uint32_t>(predA * b) + static_cast<uint32_t>(predB * a));
-        return static_cast<int16_t>(
-            TruncateClamped(static_cast<float>(weighted) / static_cast<float>(a + b), 0.0F, 4095.0F));
-    }
-};
+}
+ORV_ROW_TEMPLATE((class Form), (Form), BalanceLanes,
+                 (const FrontEnd& frontEnd, double even, double odd, int n, int16_t* samples),
+                 (frontEnd, even, odd, n, samples))
 
 constexpr int kCellsAtOnce = 256;  // cells that a row function takes through its local lines at a time
 
@@ -153,7 +152,10 @@ struct PanLines {
     }
 };
 
+template <class Form>
 class PanStrip {
+    using Blending = typename Form::Blending;
+
 public:
     // Rows of cells [i0, i1).
     PanStrip(const PanFrame& frame, int i0, int i1, LineCutter cutter)
@@ -163,7 +165,7 @@ public:
           rows_(frame.H / 2),
           i0_(i0),
           i1_(i1),
-          plain_(settings_.frontEnd.IsPlain()),
+          plain_(settings_.frontEnd.IsPlain() && (frame.narrow || !Form::kBoundsSamples)),
           plan_(PlanOf(settings_.impulse)),
           lines_(plan_, n_, &cutter),
           measuredA_(settings_.impulse ? lines_.cleanA : lines_.samplesA),
@@ -209,10 +211,10 @@ private:
         if (!plain_) {
             const double* factor = settings_.frontEnd.factor;
             for (int16_t* pan : {a, b}) {
-                BalanceRow(settings_.frontEnd, factor[kPanSite], factor[kPanSite], pan, n_, pan);
+                BalanceLanes<Form>(settings_.frontEnd, factor[kPanSite], factor[kPanSite], n_, pan);
             }
             for (int16_t* color : {even, odd}) {
-                BalanceRow(settings_.frontEnd, factor[first], factor[second], color, n_, color);
+                BalanceLanes<Form>(settings_.frontEnd, factor[first], factor[second], n_, color);
             }
         }
     }
@@ -260,19 +262,20 @@ private:
         MakeCellResults(cells, settings_.gamma, n_, out);
     }
 
-    // Two rows and columns away the mosaic of differences has the same colour, but the vertical pair is that of the
-    // rows beside.
+    // Two rows and columns away the mosaic of differences has the same colour. Of the parallel form the vertical pair
+    // stands in the rows beside, of another colour.
     void ClipDiff(int i) const {
         const Lines<int16_t>& diff = lines_.diff;
         int16_t* clean = frame_.colorDiff[i];
         std::copy(diff[i], diff[i] + n_, clean);
         if (i >= 2 && i < rows_ - 2) {
-            ClipRow<int16_t>(diff[i - 2], diff[i - 1], diff[i], diff[i + 1], diff[i + 2], 2, n_, clean);
+            ClipRow<int16_t>(diff[i - 2], diff[i - Form::kClipReach], diff[i], diff[i + Form::kClipReach], diff[i + 2],
+                             2, n_, clean);
         }
     }
 
     const PanFrame& frame_;
-    const KodakLikeSettings& settings_;
+    const StripSettings& settings_;
     const int n_;     // cells per row
     const int rows_;  // rows of cells
     const int i0_, i1_;
@@ -290,8 +293,12 @@ size_t PanStripScratchBytes(int W, bool impulse) {
     return cutter.Bytes();
 }
 
+template <class Form>
 void MakePanStrip(const PanFrame& frame, int y0, int y1, void* scratch) {
-    PanStrip(frame, y0 / 2, y1 / 2, LineCutter(scratch)).Run();
+    PanStrip<Form>(frame, y0 / 2, y1 / 2, LineCutter(scratch)).Run();
 }
+
+template void MakePanStrip<ParallelForm>(const PanFrame&, int, int, void*);
+template void MakePanStrip<ReferenceForm>(const PanFrame&, int, int, void*);
 
 }  // namespace orv

@@ -1,5 +1,5 @@
-// First half of the parallel pipeline, strip by strip in line rings: from the mosaic to pan at every site and to the
-// two half-size planes of its 2 by 2 cells.
+// First half of the pipeline, in either form, strip by strip in line rings: from the mosaic to pan at every site and to
+// the two half-size planes of its 2 by 2 cells.
 //
 // Pan samples stand on two interleaved half-size grids, A of the even rows and B of the odd rows of the mosaic; each
 // cell has one sample of both and two colour samples of one colour:
@@ -11,7 +11,7 @@
 #ifndef ORV_PIPELINE_PARALLEL_PANSTRIPS_H
 #define ORV_PIPELINE_PARALLEL_PANSTRIPS_H
 
-#include "pipeline/parallel/KodakLikeSettings.h"
+#include "pipeline/parallel/Forms.h"
 #include "rows/Lines.h"
 
 namespace orv {
@@ -20,7 +20,7 @@ struct PanFrame {
     const int16_t* mosaic;  // W by H, 12-bit working form
     int W, H;               // multiples of 4
     bool narrow;            // every sample of the mosaic lies in 0 to 4095
-    const KodakLikeSettings* settings;
+    const StripSettings* settings;
     // Results:
     Lines<int16_t> fullPan;    // W by H, G10; left alone where the settings do not sharpen
     Lines<int16_t> colorDiff;  // W / 2 by H / 2: colour minus pan of a cell, G10
@@ -32,6 +32,7 @@ size_t PanStripScratchBytes(int W, bool impulse);
 
 // Makes the results that belong to rows [y0, y1) of the mosaic, multiples of 4. Reads up to 8 more rows of it on either
 // side; writes rows of the strip and `scratch` only.
+template <class Form>
 void MakePanStrip(const PanFrame& frame, int y0, int y1, void* scratch);
 
 }  // namespace orv

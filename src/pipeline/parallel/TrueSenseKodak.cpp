@@ -1,10 +1,9 @@
 #include "pipeline/parallel/TrueSenseKodak.h"
 
-#include <limits>
-#include <new>
+#include <algorithm>
 
 #include "component/PixelTypes.h"
-#include "pipeline/parallel/OutputWalk.h"
+#include "rows/Simd.h"
 #include "truesense/Params.h"
 
 using orv::GridGeometry;
@@ -12,15 +11,54 @@ using orv::RegionWalk;
 
 namespace {
 
-// One row of the pipeline's bytes.
-struct BytePixels {
-    const unsigned char* row;
-    int shift;
-
-    template <class Out>
-    ORV_ALWAYS_INLINE Out At(int x, int channel) const {
-        return static_cast<Out>(row[3 * x + channel] << shift);
+// Bytes to pixels of three samples, `step` elements apart; more elements of a pixel are left alone.
+template <class Out>
+ORV_ALWAYS_INLINE void StorePixelsBody(const int16_t* first, const int16_t* second, const int16_t* third, int shift,
+                                       ptrdiff_t step, int n, Out* dst) {
+    if (step == 3) {
+#pragma omp simd
+        for (int x = 0; x < n; ++x) {
+            dst[3 * x] = static_cast<Out>(first[x] << shift);
+            dst[3 * x + 1] = static_cast<Out>(second[x] << shift);
+            dst[3 * x + 2] = static_cast<Out>(third[x] << shift);
+        }
+        return;
     }
+    for (int x = 0; x < n; ++x, dst += step) {
+        dst[0] = static_cast<Out>(first[x] << shift);
+        dst[1] = static_cast<Out>(second[x] << shift);
+        dst[2] = static_cast<Out>(third[x] << shift);
+    }
+}
+ORV_ROW_TEMPLATE((class Out), (Out), StorePixels,
+                 (const int16_t* first, const int16_t* second, const int16_t* third, int shift, ptrdiff_t step, int n,
+                  Out* dst),
+                 (first, second, third, shift, step, n, dst))
+
+// Writes the region of the finished rows.
+template <class Out>
+class RegionSink final : public orv::ColourRowSink {
+public:
+    RegionSink(const GridGeometry& geometry, Out* dst, const RegionWalk& walk, bool bgr, int shift)
+        : geometry_(geometry), dst_(dst), walk_(walk), bgr_(bgr), shift_(shift) {}
+
+    void Row(int y, const int16_t* red, const int16_t* green, const int16_t* blue) const override {
+        if (y < geometry_.gridY || y >= geometry_.endY) {
+            return;
+        }
+        const int x = geometry_.gridX;
+        StorePixels<Out>((bgr_ ? blue : red) + x, green + x, (bgr_ ? red : blue) + x, shift_, walk_.columnStep,
+                         geometry_.w,
+                         dst_ + walk_.rowStart + (y - geometry_.gridY) * walk_.rowStep + walk_.columnStart);
+    }
+    void Row(int, const int32_t*, const int32_t*, const int32_t*) const override {}  // none comes
+
+private:
+    const GridGeometry& geometry_;
+    Out* const dst_;
+    const RegionWalk walk_;
+    const bool bgr_;
+    const int shift_;
 };
 
 void Narrow(float* to, const double* from, int count) {
@@ -33,100 +71,10 @@ bool IsOn(long flag) { return static_cast<int32_t>(flag) != 0; }
 
 }  // namespace
 
-template <class T>
-void TrueSenseKodak<T>::Clear() {
-    prepared_ = false;
-    frame_.reset();
-    rgb_.reset();
-    for (Bytes& memory : memory_) {
-        memory.reset();
-    }
-    buffers_ = {};
-    rect_ = {};
-    size_ = {};
-    gridCode_ = orv::kNoGrid;
-}
+namespace orv {
 
-template <class T>
-void TrueSenseKodak<T>::CleanMemory() {
-    Clear();
-}
-
-template <class T>
-bool TrueSenseKodak<T>::IsThis(IDemosaicing* other) {
-    return other == this;
-}
-
-template <class T>
-void TrueSenseKodak<T>::SetOutputPixelType(bool alpha, bool bgr) {
-    alpha_ = alpha;
-    bgr_ = bgr;
-}
-
-template <class T>
-int TrueSenseKodak<T>::Prepare(_OrvRect rect, _OrvSize size, unsigned char grid) {
-    if (frame_ != nullptr && rect == rect_ && size == size_ && grid == gridCode_) {
-        return orv::kCodeOk;
-    }
-    Clear();
-    if (grid > 15) {
-        return orv::kCodeBadArgument;
-    }
-    geometry_ = GridGeometry::Make(rect, grid);
-    if (!Allocate()) {
-        Clear();
-        return orv::kCodeNoMemory;
-    }
-    // Only now: a geometry without planes must not match the next time.
-    rect_ = rect;
-    size_ = size;
-    gridCode_ = grid;
-    return orv::kCodeOk;
-}
-
-template <class T>
-bool TrueSenseKodak<T>::Allocate() {
-    const GridGeometry& g = geometry_;
-    // The sizes of the buffers are 32-bit numbers; the largest is five bytes per sample.
-    if (!g.Valid() || static_cast<uint64_t>(g.W) * static_cast<uint64_t>(g.H) > UINT32_MAX / 5) {
-        return false;
-    }
-    const auto allocate = [](Bytes* bytes, size_t count) {
-        bytes->reset(static_cast<unsigned char*>(::operator new[](count, std::align_val_t{64}, std::nothrow)));
-        return *bytes != nullptr;
-    };
-    const size_t N = static_cast<size_t>(g.W) * static_cast<size_t>(g.H);
-    if (!allocate(&frame_, N * sizeof(int16_t)) || !allocate(&rgb_, 3 * N)) {
-        return false;
-    }
-    param_ = {};
-    param_.sensorData = reinterpret_cast<uint16_t*>(frame_.get());
-    param_.outputRgb = rgb_.get();
-    param_.logText = logBuffer_;
-    param_.width = g.W;
-    param_.height = g.H;
-    param_.cfaPattern = 1;  // the cell of every working plane
-    buffers_.mode = 1;
-    Api_ImageProcess(&param_, &buffers_);
-    const uint32_t sizes[kBuffers] = {buffers_.imageBufferSize, buffers_.rgbBufferSize, buffers_.lowPanSize,
-                                      buffers_.planeRSize,      buffers_.planeGSize,    buffers_.planeBSize,
-                                      buffers_.fullPanSize};
-    unsigned char** const pointers[kBuffers] = {&buffers_.imageBuffer, &buffers_.rgbBuffer, &buffers_.lowPan,
-                                                &buffers_.planeR,      &buffers_.planeG,    &buffers_.planeB,
-                                                &buffers_.fullPan};
-    for (int i = 0; i < kBuffers; ++i) {
-        if (!allocate(&memory_[i], sizes[i])) {
-            return false;
-        }
-        *pointers[i] = memory_[i].get();
-    }
-    return true;
-}
-
-template <class T>
-void TrueSenseKodak<T>::LoadParameters(const tagTrueSenseParam& from) {
-    ImageProcessParam& to = param_;
-    to.bitDepth = bitDepth_;
+void NarrowParameters(const tagTrueSenseParam& from, ImageProcessParam* param) {
+    ImageProcessParam& to = *param;
     to.monoEnable = static_cast<int32_t>(from.monoEnable);
     to.darkFloor = static_cast<int32_t>(from.darkFloor);
     to.redGain = static_cast<float>(from.redGain);
@@ -167,10 +115,100 @@ void TrueSenseKodak<T>::LoadParameters(const tagTrueSenseParam& from) {
     to.highLumaNoise = static_cast<float>(from.highLumaNoise);
     to.lowLumaNoise = static_cast<float>(from.lowLumaNoise);
     to.toneTable = from.toneTable;
-    threads_ = static_cast<int32_t>(from.threads_num);
-    normalizationEnable_ = IsOn(from.normalizationEnable);
-    horMirrored_ = IsOn(from.horMirrored);
-    verMirrored_ = IsOn(from.verMirrored);
+}
+
+}  // namespace orv
+
+template <class T>
+void TrueSenseKodak<T>::Clear() {
+    prepared_ = false;
+    frame_ = {};
+    strips_.Release();
+    rgb_ = {};
+    for (orv::AlignedBuffer& memory : memory_) {
+        memory = {};
+    }
+    buffers_ = {};
+    rect_ = {};
+    size_ = {};
+    gridCode_ = orv::kNoGrid;
+}
+
+template <class T>
+void TrueSenseKodak<T>::CleanMemory() {
+    Clear();
+}
+
+template <class T>
+bool TrueSenseKodak<T>::IsThis(IDemosaicing* other) {
+    return other == this;
+}
+
+template <class T>
+void TrueSenseKodak<T>::SetOutputPixelType(bool alpha, bool bgr) {
+    alpha_ = alpha;
+    bgr_ = bgr;
+}
+
+template <class T>
+int TrueSenseKodak<T>::Prepare(_OrvRect rect, _OrvSize size, unsigned char grid) {
+    if (gridCode_ != orv::kNoGrid && rect == rect_ && size == size_ && grid == gridCode_) {
+        return orv::kCodeOk;
+    }
+    Clear();
+    if (grid > 15) {
+        return orv::kCodeBadArgument;
+    }
+    geometry_ = GridGeometry::Make(rect, grid);
+    const GridGeometry& g = geometry_;
+    // The sizes of the kernels' buffers are 32-bit numbers; the largest is five bytes per sample.
+    if (!g.Valid() || static_cast<uint64_t>(g.W) * static_cast<uint64_t>(g.H) > UINT32_MAX / 5) {
+        return orv::kCodeNoMemory;
+    }
+    // Only now: a geometry that was refused must not match the next time.
+    rect_ = rect;
+    size_ = size;
+    gridCode_ = grid;
+    return orv::kCodeOk;
+}
+
+template <class T>
+bool TrueSenseKodak<T>::Reserve() {
+    const size_t samples = static_cast<size_t>(geometry_.W) * static_cast<size_t>(geometry_.H);
+    if (!frame_.Reserve(samples * sizeof(int16_t))) {
+        return false;
+    }
+    inStrips_ = orv::KodakSettings::Takes(param_);
+    return inStrips_ ? strips_.Reserve(geometry_.W, geometry_.H, param_, threads_) : ReserveKernels();
+}
+
+template <class T>
+bool TrueSenseKodak<T>::ReserveKernels() {
+    const size_t samples = static_cast<size_t>(geometry_.W) * static_cast<size_t>(geometry_.H);
+    if (!rgb_.Reserve(3 * samples)) {
+        return false;
+    }
+    param_.sensorData = static_cast<uint16_t*>(frame_.Data());
+    param_.outputRgb = static_cast<uint8_t*>(rgb_.Data());
+    param_.logText = logBuffer_;
+    param_.width = geometry_.W;
+    param_.height = geometry_.H;
+    param_.cfaPattern = 1;  // the cell of every working plane
+    buffers_.mode = 1;
+    Api_ImageProcess(&param_, &buffers_);
+    const uint32_t sizes[kBuffers] = {buffers_.imageBufferSize, buffers_.rgbBufferSize, buffers_.lowPanSize,
+                                      buffers_.planeRSize,      buffers_.planeGSize,    buffers_.planeBSize,
+                                      buffers_.fullPanSize};
+    unsigned char** const pointers[kBuffers] = {&buffers_.imageBuffer, &buffers_.rgbBuffer, &buffers_.lowPan,
+                                                &buffers_.planeR,      &buffers_.planeG,    &buffers_.planeB,
+                                                &buffers_.fullPan};
+    for (int i = 0; i < kBuffers; ++i) {
+        if (!memory_[i].Reserve(sizes[i])) {
+            return false;
+        }
+        *pointers[i] = static_cast<unsigned char*>(memory_[i].Data());
+    }
+    return true;
 }
 
 template <class T>
@@ -187,16 +225,26 @@ int TrueSenseKodak<T>::CopyDataFromSrc(const Sample* src, int srcStride, _OrvRec
     if (code != orv::kCodeOk) {
         return code;
     }
+    tagTrueSenseParam own;
     if (param != nullptr) {
-        LoadParameters(*param);
+        own = *param;
     } else {
-        tagTrueSenseParam defaults;
-        TrueSense_DefaultValues(&defaults);
-        LoadParameters(defaults);
+        TrueSense_DefaultValues(&own);
+    }
+    orv::NarrowParameters(own, &param_);
+    param_.bitDepth = bits;
+    threads_ = static_cast<int32_t>(own.threads_num);
+    normalizationEnable_ = IsOn(own.normalizationEnable);
+    horMirrored_ = IsOn(own.horMirrored);
+    verMirrored_ = IsOn(own.verMirrored);
+    if (!Reserve()) {
+        Clear();
+        return orv::kCodeNoMemory;
     }
     const RegionWalk walk =
         RegionWalk::Make(rect.x, rect.y, rect.width, rect.height, srcStride, 1, horMirrored_, verMirrored_);
-    orv::ReadMosaic(src, walk, shift, geometry_, reinterpret_cast<int16_t*>(frame_.get()), geometry_.W, threads_);
+    narrow_ = orv::ReadMosaic(src, walk, shift, geometry_, static_cast<int16_t*>(frame_.Data()), geometry_.W,
+                              threads_) < 4096;
     prepared_ = true;
     return orv::kCodeOk;
 }
@@ -231,33 +279,41 @@ int TrueSenseKodak<T>::InitRGB(unsigned short const* src, _OrvRect rect, _OrvSiz
 
 template <class T>
 template <class Out>
-void TrueSenseKodak<T>::CopyDataToDst(Out* dst, int dstStride, int shift) const {
-    const GridGeometry& g = geometry_;
-    const RegionWalk walk = RegionWalk::Make(0, 0, g.w, g.h, dstStride, alpha_ ? 4 : 3, horMirrored_, verMirrored_);
-    const ptrdiff_t step = static_cast<ptrdiff_t>(g.W) * 3;
-    const unsigned char* first = rgb_.get() + g.gridY * step + g.gridX * 3;
-    orv::WriteRegion(dst, walk, bgr_, g.w, g.h, threads_, [=](int y) { return BytePixels{first + y * step, shift}; });
-}
-
-template <class T>
-template <class Out>
-int TrueSenseKodak<T>::Process(Out* dst, int dstStride, int shift) {
-    buffers_.mode = 0;
-    if (!prepared_ || Api_ImageProcess(&param_, &buffers_) != 0) {
+int TrueSenseKodak<T>::CopyDataToDst(Out* dst, int dstStride, int shift) {
+    if (!prepared_) {
         return 1;
     }
-    CopyDataToDst(dst, dstStride, shift);
+    const GridGeometry& g = geometry_;
+    const RegionWalk walk = RegionWalk::Make(0, 0, g.w, g.h, dstStride, alpha_ ? 4 : 3, horMirrored_, verMirrored_);
+    if (inStrips_) {
+        strips_.Run(static_cast<const int16_t*>(frame_.Data()), narrow_, RegionSink<Out>(g, dst, walk, bgr_, shift));
+        return orv::kCodeOk;
+    }
+    buffers_.mode = 0;
+    if (Api_ImageProcess(&param_, &buffers_) != 0) {
+        return 1;
+    }
+    const unsigned char* rgb = static_cast<const unsigned char*>(rgb_.Data());
+    for (int y = 0; y < g.h; ++y) {
+        const unsigned char* from = rgb + 3 * (static_cast<ptrdiff_t>(g.gridY + y) * g.W + g.gridX);
+        Out* to = dst + walk.rowStart + y * walk.rowStep + walk.columnStart;
+        for (int x = 0; x < g.w; ++x, from += 3, to += walk.columnStep) {
+            for (int c = 0; c < 3; ++c) {
+                to[c] = static_cast<Out>(from[bgr_ ? 2 - c : c] << shift);
+            }
+        }
+    }
     return orv::kCodeOk;
 }
 
 template <class T>
 int TrueSenseKodak<T>::Calculate() {
-    return Process(dst_, sizeof(T) == 1 ? dstStride_ : dstStride_ >> 1, normalizationEnable_ ? 8 : bitDepth_ - 8);
+    return CopyDataToDst(dst_, sizeof(T) == 1 ? dstStride_ : dstStride_ >> 1, normalizationEnable_ ? 8 : bitDepth_ - 8);
 }
 
 template <class T>
 int TrueSenseKodak<T>::CalculateRGB() {
-    return Process(dstRgb_, dstStride_, 0);
+    return CopyDataToDst(dstRgb_, dstStride_, 0);
 }
 
 template class TrueSenseKodak<unsigned char>;

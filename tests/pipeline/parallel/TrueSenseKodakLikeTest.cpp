@@ -8,7 +8,7 @@
 #include <memory>
 #include <numeric>
 
-#include "pipeline/parallel/KodakLikeSettings.h"
+#include "pipeline/parallel/StripSettings.h"
 #include "support/EngineVectors.h"
 #include "support/Noise.h"
 #include "truesense/Tables.h"
@@ -181,8 +181,7 @@ TEST(TrueSenseKodakLike, SharpeningBrightensOnly) {
     // The threshold at code 256, the linear value 256, is exactly 1.
     param.sharpenParam = 2;
     const auto settings = std::make_unique<orv::KodakLikeSettings>();
-    orv::SigmaPasses color, pan;
-    settings->Fill(param, 8, 8, &color, &pan);
+    settings->Fill(param, 8, 8);
     EXPECT_EQ(std::numeric_limits<float>::infinity(), settings->sharpening.threshold[256]);
     EXPECT_EQ(1.5F, settings->sharpening.threshold[64]);
 }

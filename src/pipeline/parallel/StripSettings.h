@@ -1,25 +1,26 @@
-// What the parameters of a frame come to in the parallel pipeline: tables, thresholds, switches.
-#ifndef ORV_PIPELINE_PARALLEL_KODAKLIKESETTINGS_H
-#define ORV_PIPELINE_PARALLEL_KODAKLIKESETTINGS_H
+// What the parameters of a frame come to in strips: tables, thresholds, switches.
+#ifndef ORV_PIPELINE_PARALLEL_STRIPSETTINGS_H
+#define ORV_PIPELINE_PARALLEL_STRIPSETTINGS_H
 
 #include <cstdint>
 
 #include "OrvTrueSense.h"
 #include "pipeline/Arithmetic.h"
+#include "pipeline/reference/ImageProcess.h"
 
 namespace orv {
 
 // The sites of the cell by their factors.
 enum Site { kPanSite, kRedSite, kGreenSite, kBlueSite, kSites };
 
-// The steps from a sample of the mosaic to a balanced one. A step that changes nothing is left out, limits included: a
-// sample with stray high bits passes a front end without steps.
+// The steps from a sample of the mosaic to a balanced one.
 struct FrontEnd {
     bool hasFloor;          // also for a floor of 0, which leaves the limits
     int32_t darkFloor;      // subtracted in 32 bits, wrapping
     double globalGain;      // 1.0: no step
     double factor[kSites];  // 1.0: no step
 
+    // True when 12-bit samples stay as they are.
     bool IsPlain() const;
 };
 
@@ -36,23 +37,36 @@ struct SigmaPasses {
     SigmaPass pass[3];
 };
 
-struct KodakLikeSettings {
+struct StripSettings {
     bool impulse, sharpen, mono;
     FrontEnd frontEnd;
     int16_t balanced[kSites][4096];  // the front end over 12-bit samples
     int16_t gamma[4096];             // L12 to G10
     float linear[1024];              // G10 to L12
-    int16_t linear16[1024];          // the same
     float matrix[9];
     float maxSharpen;
-    SharpenTables<1024> sharpening;
-
-    // `color` and `pan` receive the passes over half-size planes of qw by qh.
-    void Fill(const tagTrueSenseParam& param, int qw, int qh, SigmaPasses* color, SigmaPasses* pan);
+    SigmaPasses color, pan;  // over half-size planes
 };
 
-// Samples of one row's pan or colour sites through the front end, `even` and `odd` the factors of its lanes.
-void BalanceRow(const FrontEnd& frontEnd, double even, double odd, const int16_t* samples, int n, int16_t* balanced);
+// Of the parallel form.
+struct KodakLikeSettings : StripSettings {
+    int16_t linear16[1024];  // G10 to L12
+    SharpenTables<1024> sharpening;
+
+    // For half-size planes of qw by qh.
+    void Fill(const tagTrueSenseParam& param, int qw, int qh);
+};
+
+// Of the reference form.
+struct KodakSettings : StripSettings {
+    uint8_t tone[4096];             // of L12
+    int16_t toneOfCode[1024];       // of G10
+    SharpenTables<256> sharpening;  // over a tone, which is read as the gamma code of the same number
+
+    // True when the tone table, null or of the caller, is one of 8 bits as far as it is reached from gamma codes.
+    static bool Takes(const ImageProcessParam& param);
+    void Fill(const ImageProcessParam& param, int qw, int qh);
+};
 
 }  // namespace orv
 
