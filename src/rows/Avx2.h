@@ -15,6 +15,9 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i Words(const int16_t* at) {
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i Words(const uint16_t* at) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
 }
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i Words(const uint8_t* at) {
+    return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(at)));
+}
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i Longs(const int32_t* at) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
 }

@@ -12,12 +12,12 @@ namespace orv {
 template <class T>
 __attribute__((noinline)) void LookUp(const T* table, const int16_t* places, int n, T* entries) {
     int x = 0;
-    for (; x < n - 3; x += 4) {
-        const T four[4] = {table[places[x]], table[places[x + 1]], table[places[x + 2]], table[places[x + 3]]};
-        entries[x] = four[0];
-        entries[x + 1] = four[1];
-        entries[x + 2] = four[2];
-        entries[x + 3] = four[3];
+    for (; x < n - 7; x += 8) {
+        const T eight[8] = {table[places[x]],     table[places[x + 1]], table[places[x + 2]], table[places[x + 3]],
+                            table[places[x + 4]], table[places[x + 5]], table[places[x + 6]], table[places[x + 7]]};
+        for (int k = 0; k < 8; ++k) {
+            entries[x + k] = eight[k];
+        }
     }
     for (; x < n; ++x) {
         entries[x] = table[places[x]];

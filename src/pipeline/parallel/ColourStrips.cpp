@@ -343,20 +343,16 @@ template <>
 void ColourStrip<ReferenceForm>::Sharpness(int y) const {
     const int16_t* clean = lines_.clean[y];
     alignas(32) float threshold[kPixelsAtOnce], restore[kPixelsAtOnce];
-    alignas(32) int16_t noisy[kPixelsAtOnce];
-    uint8_t tones[kColors][kPixelsAtOnce];
     for (int x = 0; x < W_; x += kPixelsAtOnce) {
         const int n = std::min(kPixelsAtOnce, W_ - x);
-        LookUp(settings_.toneOfCode, frame_.fullPan[y] + x, n, noisy);
+        int16_t* const tones[kColors] = {lines_.out[kRed] + x, lines_.out[kGreen] + x, lines_.out[kBlue] + x};
+        for (int16_t* tone : tones) {
+            LookUp(settings_.tone, tone, n, tone);
+        }
         LookUp(settings_.sharpening.threshold, lines_.lowpass + x, n, threshold);
         LookUp(settings_.sharpening.noiseRestore, clean + x, n, restore);
-        for (int c = 0; c < kColors; ++c) {
-            LookUp(settings_.tone, lines_.out[c] + x, n, tones[c]);
-        }
-        const uint8_t* const from[kColors] = {tones[kRed], tones[kGreen], tones[kBlue]};
-        int16_t* const to[kColors] = {lines_.out[kRed] + x, lines_.out[kGreen] + x, lines_.out[kBlue] + x};
-        AddDetail({noisy, clean + x, lines_.lowpass + x, lines_.edge + x, threshold, restore}, settings_.maxSharpen, n,
-                  from, to);
+        AddDetail({frame_.fullPan[y] + x, clean + x, lines_.lowpass + x, lines_.edge + x, threshold, restore},
+                  settings_.maxSharpen, n, tones);
     }
 }
 

@@ -22,8 +22,8 @@ template <class Form>
 struct ColourFrame {
     int W, H;  // multiples of 4
     const typename Form::Settings* settings;
-    const LowPlane *color, *pan;  // with their passes; those that are not in rings have run
-    Lines<int16_t> fullPan;       // G10; read where the settings sharpen
+    const LowPlane *color, *pan;            // with their passes; those that are not in rings have run
+    Lines<typename Form::FullPan> fullPan;  // read where the settings sharpen
 };
 
 // Bytes of scratch memory that one strip needs. Of the frame its width, settings and passes count.

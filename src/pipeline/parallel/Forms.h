@@ -4,6 +4,7 @@
 //     Balanced           the front end of one sample
 //     kBoundsSamples     a front end without steps still limits samples to 12 bits
 //     Blending           of pan predictions, see PanBlend.h
+//     FullPan            what is kept of pan at every site: NoisyPan of its L12 value and gamma code
 //     kClipReach         rows to the vertical neighbours of the impulse filter of the colour differences
 //     Lane               of the planes on their way back to full size, in which ToLane puts a 16.16 value
 //     Smooth<FarFirst>   (far + 3 near) / 4 of two lanes, to 16.16; FarFirst where the far one lies above or to the
@@ -48,6 +49,9 @@ struct ParallelForm {
         }
     };
 
+    using FullPan = int16_t;  // gamma codes
+    static ORV_ALWAYS_INLINE FullPan NoisyPan(const Settings&, int16_t, int16_t code) { return code; }
+
     static constexpr int kClipReach = 1;
 
     using Lane = int32_t;
@@ -84,6 +88,11 @@ struct ReferenceForm {
             return static_cast<int16_t>(quotient + (rest >= weights ? 1 : 0) - (rest < 0 ? 1 : 0));
         }
     };
+
+    using FullPan = uint8_t;  // tones
+    static ORV_ALWAYS_INLINE FullPan NoisyPan(const Settings& settings, int16_t linear, int16_t) {
+        return settings.toneOfPan[linear];
+    }
 
     static constexpr int kClipReach = 2;
 

@@ -75,14 +75,17 @@ ORV_ALWAYS_INLINE void GammaPlacesBody(const CellRow& cells, int n, Places* plac
 ORV_ROW_FUNCTION(GammaPlaces, (const CellRow& cells, int n, Places* places), (cells, n, places))
 
 // Results of one row of cells; the two rows of `full` are null where none is wanted.
+template <class Form>
 struct CellResults {
     int16_t* panSum;
     int16_t* colorDiff;
-    int16_t* fullEven;
-    int16_t* fullOdd;
+    typename Form::FullPan* fullEven;
+    typename Form::FullPan* fullOdd;
 };
 
-void MakeCellResults(CellRow cells, const int16_t* gamma, int n, CellResults out) {
+template <class Form>
+void MakeCellResults(CellRow cells, const typename Form::Settings& settings, int n, CellResults<Form> out) {
+    const int16_t* gamma = settings.gamma;
     Places places;
     for (int start = 0; start < n; start += kCellsAtOnce) {
         const int count = std::min(kCellsAtOnce, n - start);
@@ -99,15 +102,15 @@ void MakeCellResults(CellRow cells, const int16_t* gamma, int n, CellResults out
             }
             continue;
         }
-        int16_t* even = out.fullEven + 2 * start;
-        int16_t* odd = out.fullOdd + 2 * start;
+        typename Form::FullPan* even = out.fullEven + 2 * start;
+        typename Form::FullPan* odd = out.fullOdd + 2 * start;
         for (int x = 0; x < count; ++x) {
-            const int16_t codes[4] = {gamma[places.pan[0][x]], gamma[places.pan[1][x]], gamma[places.pan[2][x]],
-                                      gamma[places.pan[3][x]]};
-            even[2 * x] = codes[0];
-            even[2 * x + 1] = codes[1];
-            odd[2 * x] = codes[2];
-            odd[2 * x + 1] = codes[3];
+            const int16_t pan[4] = {places.pan[0][x], places.pan[1][x], places.pan[2][x], places.pan[3][x]};
+            const int16_t codes[4] = {gamma[pan[0]], gamma[pan[1]], gamma[pan[2]], gamma[pan[3]]};
+            even[2 * x] = Form::NoisyPan(settings, pan[0], codes[0]);
+            even[2 * x + 1] = Form::NoisyPan(settings, pan[1], codes[1]);
+            odd[2 * x] = Form::NoisyPan(settings, pan[2], codes[2]);
+            odd[2 * x + 1] = Form::NoisyPan(settings, pan[3], codes[3]);
             sum[x] = static_cast<int16_t>(codes[0] + codes[1] + codes[2] + codes[3]);
             diff[x] = static_cast<int16_t>(gamma[places.colorMean[x]] - gamma[places.panMean[x]]);
         }
@@ -158,7 +161,7 @@ class PanStrip {
 
 public:
     // Rows of cells [i0, i1).
-    PanStrip(const PanFrame& frame, int i0, int i1, LineCutter cutter)
+    PanStrip(const PanFrame<Form>& frame, int i0, int i1, LineCutter cutter)
         : frame_(frame),
           settings_(*frame.settings),
           n_(frame.W / 2),
@@ -252,14 +255,14 @@ private:
                                lines_.panOdd, lines_.colorEven[i], lines_.colorOdd[i]};
         // Of a row of the halo only the differences are wanted.
         const bool own = i >= i0_ && i < i1_;
-        CellResults out = {};
+        CellResults<Form> out = {};
         out.colorDiff = settings_.impulse ? lines_.diff.Make(i) : frame_.colorDiff[i];
         out.panSum = own ? frame_.panSum[i] : lines_.spare;
         if (own && settings_.sharpen) {
             out.fullEven = frame_.fullPan[2 * i];
             out.fullOdd = frame_.fullPan[2 * i + 1];
         }
-        MakeCellResults(cells, settings_.gamma, n_, out);
+        MakeCellResults<Form>(cells, settings_, n_, out);
     }
 
     // Two rows and columns away the mosaic of differences has the same colour. Of the parallel form the vertical pair
@@ -274,8 +277,8 @@ private:
         }
     }
 
-    const PanFrame& frame_;
-    const StripSettings& settings_;
+    const PanFrame<Form>& frame_;
+    const typename Form::Settings& settings_;
     const int n_;     // cells per row
     const int rows_;  // rows of cells
     const int i0_, i1_;
@@ -294,11 +297,11 @@ size_t PanStripScratchBytes(int W, bool impulse) {
 }
 
 template <class Form>
-void MakePanStrip(const PanFrame& frame, int y0, int y1, void* scratch) {
+void MakePanStrip(const PanFrame<Form>& frame, int y0, int y1, void* scratch) {
     PanStrip<Form>(frame, y0 / 2, y1 / 2, LineCutter(scratch)).Run();
 }
 
-template void MakePanStrip<ParallelForm>(const PanFrame&, int, int, void*);
-template void MakePanStrip<ReferenceForm>(const PanFrame&, int, int, void*);
+template void MakePanStrip(const PanFrame<ParallelForm>&, int, int, void*);
+template void MakePanStrip(const PanFrame<ReferenceForm>&, int, int, void*);
 
 }  // namespace orv

@@ -16,15 +16,16 @@
 
 namespace orv {
 
+template <class Form>
 struct PanFrame {
     const int16_t* mosaic;  // W by H, 12-bit working form
     int W, H;               // multiples of 4
     bool narrow;            // every sample of the mosaic lies in 0 to 4095
-    const StripSettings* settings;
+    const typename Form::Settings* settings;
     // Results:
-    Lines<int16_t> fullPan;    // W by H, G10; left alone where the settings do not sharpen
-    Lines<int16_t> colorDiff;  // W / 2 by H / 2: colour minus pan of a cell, G10
-    Lines<int16_t> panSum;     // W / 2 by H / 2: the four pan codes of a cell added up
+    Lines<typename Form::FullPan> fullPan;  // W by H; left alone where the settings do not sharpen
+    Lines<int16_t> colorDiff;               // W / 2 by H / 2: colour minus pan of a cell, G10
+    Lines<int16_t> panSum;                  // W / 2 by H / 2: the four pan codes of a cell added up
 };
 
 // Bytes of scratch memory that one strip needs.
@@ -33,7 +34,7 @@ size_t PanStripScratchBytes(int W, bool impulse);
 // Makes the results that belong to rows [y0, y1) of the mosaic, multiples of 4. Reads up to 8 more rows of it on either
 // side; writes rows of the strip and `scratch` only.
 template <class Form>
-void MakePanStrip(const PanFrame& frame, int y0, int y1, void* scratch);
+void MakePanStrip(const PanFrame<Form>& frame, int y0, int y1, void* scratch);
 
 }  // namespace orv
 

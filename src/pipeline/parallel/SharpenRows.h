@@ -49,8 +49,9 @@ ORV_ALWAYS_INLINE void BrightenRowBody(const int16_t* add, int n, int16_t* color
 ORV_ROW_FUNCTION(BrightenRow, (const int16_t* add, int n, int16_t* color), (add, n, color))
 
 // What the sharpener knows of a run of pixels, and their entries of its two tables.
+template <class Noisy>
 struct DetailSources {
-    const int16_t* noisy;    // pan with its noise
+    const Noisy* noisy;      // pan with its noise
     const int16_t* clean;    // cleaned pan
     const int16_t* lowpass;  // its surroundings
     const int16_t* edge;     // its edge response
@@ -59,15 +60,16 @@ struct DetailSources {
 };
 
 // A share of the noise is given back, and what sticks out of the surroundings amplified.
-ORV_ALWAYS_INLINE float DetailOf(const DetailSources& in, float maxSharpen, int x) {
+template <class Noisy>
+ORV_ALWAYS_INLINE float DetailOf(const DetailSources<Noisy>& in, float maxSharpen, int x) {
     const float gain = SharpenGain(in.edge[x], in.threshold[x], maxSharpen);
     return Fma(static_cast<float>(in.noisy[x] - in.clean[x]), in.restore[x],
                static_cast<float>(in.clean[x] - in.lowpass[x]) * gain);
 }
 
 // As a gamma code, none below 0.
-ORV_ALWAYS_INLINE void DetailCodesBody(const DetailSources& row, float maxSharpen, int n, int16_t* detail) {
-    const DetailSources in = row;
+ORV_ALWAYS_INLINE void DetailCodesBody(const DetailSources<int16_t>& row, float maxSharpen, int n, int16_t* detail) {
+    const auto in = row;
 #pragma omp simd
     for (int x = 0; x < n; ++x) {
         detail[x] = static_cast<int16_t>(TruncateClamped(DetailOf(in, maxSharpen, x), 0.0F, 1023.0F));
@@ -75,16 +77,15 @@ ORV_ALWAYS_INLINE void DetailCodesBody(const DetailSources& row, float maxSharpe
 }
 
 // Added to the tones of three colours.
-ORV_ALWAYS_INLINE void AddDetailBody(const DetailSources& row, float maxSharpen, int n, const uint8_t* const* tones,
-                                     int16_t* const* out) {
-    const DetailSources in = row;
+ORV_ALWAYS_INLINE void AddDetailBody(const DetailSources<uint8_t>& row, float maxSharpen, int n,
+                                     int16_t* const* tones) {
+    const auto in = row;
     for (int c = 0; c < 3; ++c) {
-        const uint8_t* tone = tones[c];
-        int16_t* sharp = out[c];
+        int16_t* tone = tones[c];
 #pragma omp simd
         for (int x = 0; x < n; ++x) {
             const float sum = static_cast<float>(tone[x]) + DetailOf(in, maxSharpen, x);
-            sharp[x] = static_cast<int16_t>(TruncateClamped(sum, 0.0F, 255.0F));
+            tone[x] = static_cast<int16_t>(TruncateClamped(sum, 0.0F, 255.0F));
         }
     }
 }
@@ -100,7 +101,8 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256 FloatsOf(__m256i words, int half) {
 struct DetailSixteen {
     __m256 half[2];
 
-    ORV_TARGET_AVX2 ORV_ALWAYS_INLINE DetailSixteen(const DetailSources& in, __m256 maxSharpen, int x) {
+    template <class Noisy>
+    ORV_TARGET_AVX2 ORV_ALWAYS_INLINE DetailSixteen(const DetailSources<Noisy>& in, __m256 maxSharpen, int x) {
         const __m256i clean = Words(in.clean + x);
         const __m256i edge = Words(in.edge + x);
         const __m256i noise = _mm256_sub_epi16(Words(in.noisy + x), clean);
@@ -116,9 +118,9 @@ struct DetailSixteen {
     }
 };
 
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void DetailCodesBodyAvx2(const DetailSources& row, float maxSharpen, int n,
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void DetailCodesBodyAvx2(const DetailSources<int16_t>& row, float maxSharpen, int n,
                                                            int16_t* detail) {
-    const DetailSources in = row;
+    const auto in = row;
     for (int x = 0; x < n; x += 16) {
         const DetailSixteen value(in, _mm256_set1_ps(maxSharpen), x);
         _mm256_store_si256(reinterpret_cast<__m256i*>(detail + x),
@@ -126,30 +128,26 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void DetailCodesBodyAvx2(const DetailSources& 
     }
 }
 
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void AddDetailBodyAvx2(const DetailSources& row, float maxSharpen, int n,
-                                                         const uint8_t* const* tones, int16_t* const* out) {
-    const DetailSources in = row;
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void AddDetailBodyAvx2(const DetailSources<uint8_t>& row, float maxSharpen, int n,
+                                                         int16_t* const* tones) {
+    const auto in = row;
     for (int x = 0; x < n; x += 16) {
         const DetailSixteen value(in, _mm256_set1_ps(maxSharpen), x);
         for (int c = 0; c < 3; ++c) {
-            __m256 sum[2];
-            for (int k = 0; k < 2; ++k) {
-                const __m128i eight = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(tones[c] + x + 8 * k));
-                sum[k] = _mm256_add_ps(_mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(eight)), value.half[k]);
-            }
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(out[c] + x),
-                                PackInOrder(sum[0], sum[1], _mm256_set1_ps(255.0F)));
+            int16_t* tone = tones[c] + x;
+            const __m256i words = Words(tone);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(tone),
+                                PackInOrder(_mm256_add_ps(FloatsOf(words, 0), value.half[0]),
+                                            _mm256_add_ps(FloatsOf(words, 1), value.half[1]), _mm256_set1_ps(255.0F)));
         }
     }
 }
 #endif
 
-ORV_ROW_FUNCTION_TUNED(DetailCodes, (const DetailSources& row, float maxSharpen, int n, int16_t* detail),
+ORV_ROW_FUNCTION_TUNED(DetailCodes, (const DetailSources<int16_t>& row, float maxSharpen, int n, int16_t* detail),
                        (row, maxSharpen, n, detail))
-ORV_ROW_FUNCTION_TUNED(AddDetail,
-                       (const DetailSources& row, float maxSharpen, int n, const uint8_t* const* tones,
-                        int16_t* const* out),
-                       (row, maxSharpen, n, tones, out))
+ORV_ROW_FUNCTION_TUNED(AddDetail, (const DetailSources<uint8_t>& row, float maxSharpen, int n, int16_t* const* tones),
+                       (row, maxSharpen, n, tones))
 
 }  // namespace orv
 

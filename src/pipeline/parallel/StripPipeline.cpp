@@ -21,7 +21,7 @@ size_t StripPipeline<Form>::CutPlanes(void* memory, int W, int H) {
     }
     color_.color = true;
     color_.panSum = pan_.panSum = pan_.codes;
-    frame_.fullPan = cutter.Plane<int16_t>(H, W);
+    frame_.fullPan = cutter.Plane<typename Form::FullPan>(H, W);
     return cutter.Bytes();
 }
 
@@ -58,9 +58,9 @@ template <class Form>
 void StripPipeline<Form>::Run(const int16_t* mosaic, bool narrow, const ColourRowSink& sink) const {
     const int W = frame_.W, H = frame_.H;
     const int workers = lines_.Workers();
-    const PanFrame pan = {mosaic, W, H, narrow, settings_, frame_.fullPan, color_.codes, pan_.codes};
+    const PanFrame<Form> pan = {mosaic, W, H, narrow, settings_, frame_.fullPan, color_.codes, pan_.codes};
     ForEachBandWithWorker(H, workers,
-                          [&](int worker, int y0, int y1) { MakePanStrip<Form>(pan, y0, y1, lines_.Of(worker)); });
+                          [&](int worker, int y0, int y1) { MakePanStrip(pan, y0, y1, lines_.Of(worker)); });
     const auto wide = [](const LowPlane& plane) { return plane.InRings() ? 0 : plane.passes->count; };
     for (int pass = 0; pass < std::max(wide(color_), wide(pan_)); ++pass) {
         ForEachBandWithWorker(H / 2, workers, [&](int worker, int y0, int y1) {

@@ -51,13 +51,11 @@ constexpr int kColorUnit = 1, kPanUnit = 4;
 // Once switches, front end and matrix are set.
 template <class Form>
 void FillTables(StripSettings* settings) {
-    for (int v = 0; v < 4096; ++v) {
-        settings->gamma[v] = static_cast<int16_t>(Linear12toGamma10Table[v]);
-        if (!settings->frontEnd.IsPlain()) {
-            for (int site = 0; site < kSites; ++site) {
-                settings->balanced[site][v] =
-                    Form::Balanced(settings->frontEnd, static_cast<int16_t>(v), settings->frontEnd.factor[site]);
-            }
+    std::copy(Linear12toGamma10Table, Linear12toGamma10Table + 4096, settings->gamma);
+    const FrontEnd frontEnd = settings->frontEnd;
+    for (int site = 0; site < kSites && !frontEnd.IsPlain(); ++site) {
+        for (int v = 0; v < 4096; ++v) {
+            settings->balanced[site][v] = Form::Balanced(frontEnd, static_cast<int16_t>(v), frontEnd.factor[site]);
         }
     }
     std::copy(Gamma10toLinear12Table, Gamma10toLinear12Table + 1024, settings->linear);
@@ -151,11 +149,12 @@ void KodakSettings::Fill(const ImageProcessParam& param, int qw, int qh) {
     std::copy(std::begin(rows), std::end(rows), matrix);
     maxSharpen = param.maxSharpen;
     const int16_t* tones = param.toneTable != nullptr ? param.toneTable : Tonescale12;
-    for (int v = 0; v < 4096; ++v) {
-        tone[v] = static_cast<uint8_t>(tones[v]);
-    }
     for (int code = 0; code < 1024; ++code) {
         toneOfCode[code] = tones[Gamma10toLinear12[code]];
+    }
+    for (int v = 0; v < 4096; ++v) {
+        tone[v] = static_cast<int16_t>(tones[v] & 0xFF);
+        toneOfPan[v] = static_cast<uint8_t>(toneOfCode[gamma[v]]);
     }
     sharpening.Fill(param.sharpenParam, param.highLumaNoise, param.lowLumaNoise);
 }

@@ -59,7 +59,8 @@ struct KodakLikeSettings : StripSettings {
 
 // Of the reference form.
 struct KodakSettings : StripSettings {
-    uint8_t tone[4096];             // of L12
+    int16_t tone[4096];             // of L12, the low byte
+    uint8_t toneOfPan[4096];        // of the gamma code of L12
     int16_t toneOfCode[1024];       // of G10
     SharpenTables<256> sharpening;  // over a tone, which is read as the gamma code of the same number
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "component/PixelTypes.h"
+#include "rows/Avx2.h"
 #include "rows/Simd.h"
 #include "truesense/Params.h"
 
@@ -30,10 +31,82 @@ ORV_ALWAYS_INLINE void StorePixelsBody(const int16_t* first, const int16_t* seco
         dst[2] = static_cast<Out>(third[x] << shift);
     }
 }
-ORV_ROW_TEMPLATE((class Out), (Out), StorePixels,
-                 (const int16_t* first, const int16_t* second, const int16_t* third, int shift, ptrdiff_t step, int n,
-                  Out* dst),
-                 (first, second, third, shift, step, n, dst))
+
+#if defined(__x86_64__)
+// By hand for pixels of three samples: the compiler takes them to their places one by one.
+
+// Sample i of a channel stands at place 3 i + channel, modulo the samples of 16 bytes: in each of three vectors of
+// pixels at a place of its own. Gives the places of its bytes.
+template <class Out>
+struct PixelPlaces {
+    alignas(16) uint8_t from[3][16];
+    alignas(16) uint8_t mine[3][3][16];  // by vector and channel, all bits where the vector takes its sample
+
+    constexpr PixelPlaces() : from(), mine() {
+        constexpr int kSize = sizeof(Out), kCount = 16 / kSize;
+        for (int channel = 0; channel < 3; ++channel) {
+            for (int i = 0; i < kCount; ++i) {
+                const int at = 3 * i + channel;
+                for (int byte = 0; byte < kSize; ++byte) {
+                    from[channel][at % kCount * kSize + byte] = static_cast<uint8_t>(i * kSize + byte);
+                    mine[at / kCount][channel][at % kCount * kSize + byte] = 0xFF;
+                }
+            }
+        }
+    }
+};
+
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i TwoLanes(const uint8_t* bytes) {
+    return _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(bytes)));
+}
+
+// Two times 16 bytes of each channel.
+template <class Out>
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void StoreThree(const __m256i* channels, Out* dst) {
+    static constexpr PixelPlaces<Out> kPlaces;
+    __m256i moved[3], pixels[3];
+    for (int c = 0; c < 3; ++c) {
+        moved[c] = _mm256_shuffle_epi8(channels[c], TwoLanes(kPlaces.from[c]));
+    }
+    for (int v = 0; v < 3; ++v) {
+        pixels[v] = _mm256_blendv_epi8(_mm256_blendv_epi8(moved[0], moved[1], TwoLanes(kPlaces.mine[v][1])), moved[2],
+                                       TwoLanes(kPlaces.mine[v][2]));
+    }
+    __m256i* to = reinterpret_cast<__m256i*>(dst);
+    _mm256_storeu_si256(to, _mm256_permute2x128_si256(pixels[0], pixels[1], 0x20));
+    _mm256_storeu_si256(to + 1, _mm256_permute2x128_si256(pixels[2], pixels[0], 0x30));
+    _mm256_storeu_si256(to + 2, _mm256_permute2x128_si256(pixels[1], pixels[2], 0x31));
+}
+
+template <class Out>
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void StorePixelsBodyAvx2(const int16_t* first, const int16_t* second,
+                                                           const int16_t* third, int shift, ptrdiff_t step, int n,
+                                                           Out* dst) {
+    constexpr int kCount = 32 / sizeof(Out);
+    const int16_t* const sources[3] = {first, second, third};
+    const __m128i count = _mm_cvtsi32_si128(shift);
+    const __m256i low = _mm256_set1_epi16(sizeof(Out) == 1 ? 0xFF : -1);
+    int x = 0;
+    for (; step == 3 && x + kCount <= n; x += kCount) {
+        __m256i channels[3];
+        for (int c = 0; c < 3; ++c) {
+            const int16_t* from = sources[c] + x;
+            channels[c] = _mm256_and_si256(_mm256_sll_epi16(orv::Words(from), count), low);
+            if constexpr (sizeof(Out) == 1) {
+                const __m256i next = _mm256_and_si256(_mm256_sll_epi16(orv::Words(from + 16), count), low);
+                channels[c] = _mm256_permute4x64_epi64(_mm256_packus_epi16(channels[c], next), 0xD8);
+            }
+        }
+        StoreThree(channels, dst + 3 * x);
+    }
+    StorePixelsBody(first + x, second + x, third + x, shift, step, n - x, dst + x * step);
+}
+#endif
+
+ORV_ROW_TEMPLATE_TUNED((class Out), (Out), StorePixels,
+                       (const int16_t* first, const int16_t* second, const int16_t* third, int shift, ptrdiff_t step,
+                        int n, Out* dst),
+                       (first, second, third, shift, step, n, dst))
 
 // Writes the region of the finished rows.
 template <class Out>
