@@ -305,7 +305,7 @@ Samples16 ByKernels(const Job<unsigned short>& job) {
     orvtest::DriverRun run(g.W, g.H);
     const tagTrueSenseParam& p = job.param;
     const auto walk = orv::RegionWalk::Make(0, 0, job.w, job.h, job.w, 1, false, false);
-    orv::ReadMosaic(job.source.data(), walk, 12 - job.bits, g, reinterpret_cast<int16_t*>(run.sensor.data()), g.W);
+    orv::ReadMosaic(job.source.data(), walk, 12 - job.bits, g, reinterpret_cast<int16_t*>(run.sensor.data()), g.W, 1);
     orv::NarrowParameters(p, &run.param);
     EXPECT_EQ(0, Api_ImageProcess(&run.param, &run.buffers));
     Samples16 result;
