@@ -151,7 +151,7 @@ std::vector<SheetColumn> SheetRow(const Options& options, Job job, const Console
                 Format("--sheet: algorithm %d left out: 0x%08X (%s)", algorithm, status, OrvStatusText(status)));
             continue;
         }
-        std::string label = Format("%s %d", converter.AlgorithmName(), algorithm);
+        std::string label = Format("%s %d", job.frame.word.trueSense ? "TrueSense" : "Bayer", algorithm);
         if (job.truth) {
             const SceneImage expected = ExpectedResult(*job.truth, job.frame.word, eightBits, frame.bits, &converter);
             const Psnr psnr = Compare(frame, expected);
