@@ -1,4 +1,4 @@
-// Every engine and its peers under Google Benchmark: megapixels per second by depth, size and threads.
+// Every engine, its peers and the helpers under Google Benchmark: megapixels per second by depth, size and threads.
 #include <benchmark/benchmark.h>
 
 #include "Cases.h"
@@ -27,7 +27,10 @@ int main(int argc, char** argv) {
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 1;
     }
-    const std::vector<orvbench::Case> cases = orvbench::AllCases();
+    std::vector<orvbench::Case> cases = orvbench::AllCases();
+    for (const orvbench::Case& each : orvbench::HelperCases()) {
+        cases.push_back(each);
+    }
     for (const orvbench::Case& each : cases) {
         for (int size = 0; size < 3; ++size) {
             for (const int threads : {1, 2}) {

@@ -100,8 +100,8 @@ ORV_API uint32_t OrvWord_Colour(bool blueFirst, int channels, int bits);
 // the mosaic goes on in all directions.
 ORV_API char OrvWord_Site(uint32_t word, int64_t x, int64_t y);
 
-// The word of the same depth for the frame that begins at pixel (x, y) of one of `word`. 0 for other words and for
-// negative x or y.
+// The word of the same depth for the frame that begins at pixel (x, y) of one of `word`, as long as `horMirrored` and
+// `verMirrored` are 0. 0 for other words and for negative x or y.
 ORV_API uint32_t OrvWord_AfterCrop(uint32_t word, int64_t x, int64_t y);
 
 // The word of the same depth for the frame whose data, `width` by `height` pixels of `word`, have been mirrored: left
