@@ -21,8 +21,8 @@ import time
 from pathlib import Path
 from typing import Any, Optional
 
-# Frames are converted side by side, each on one thread. Workers read this when they load the library.
-ONE_THREAD = {"OMP_NUM_THREADS": "1", "OMP_WAIT_POLICY": "passive", "OPENCV_FOR_THREADS_NUM": "1"}
+# Frames are converted side by side: threads of one that waited by spinning would hold up the others. Workers inherit it.
+WAIT_POLICY = ("OMP_WAIT_POLICY", "passive")
 
 
 def convert(source: str, target: str, form: Any, width: int, height: int, method: Optional[str]) -> str:
@@ -120,8 +120,7 @@ def main(arguments: Optional[list[str]] = None) -> int:
 
     cluster = options.scheduler
     if cluster is None:
-        for name, value in ONE_THREAD.items():
-            os.environ.setdefault(name, value)
+        os.environ.setdefault(*WAIT_POLICY)
         cluster = LocalCluster(n_workers=options.workers, threads_per_worker=1, dashboard_address=None)
     try:
         client = Client(cluster, timeout=20)

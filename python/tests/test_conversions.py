@@ -30,11 +30,7 @@ def by_tool(folder: Path, raw: np.ndarray, word: str, algorithm: int, *options: 
     return np.frombuffer(samples, ">u2" if int(top) > 255 else "u1").reshape(*raw.shape, 3)
 
 
-def writes_ppm() -> bool:
-    return TOOL is not None and "PPM" in subprocess.run([TOOL, "--help"], capture_output=True, text=True).stdout
-
-
-tool = pytest.mark.skipif(not writes_ppm(), reason="no orv-convert on the PATH that writes PPM")
+tool = pytest.mark.skipif(TOOL is None, reason="orv-convert is not on the PATH")
 
 
 @tool
