@@ -22,7 +22,8 @@ count() { # count NAME BITS: instructions per pixel
     OMP_NUM_THREADS=1 valgrind --tool=callgrind --callgrind-out-file=/dev/null --collect-atstart=no \
         --toggle-collect=CountedFrames "$frames" "$1" "$2" "${width}x$height" 1 2>"$work/log" >/dev/null ||
         { cat "$work/log" >&2; return 1; }
-    awk -v pixels=$((width * height)) '/Collected *:/ { printf "%.1f\n", $NF / pixels }' "$work/log"
+    awk -v pixels=$((width * height)) '
+        /Collected *:/ { n = $NF / pixels; printf n < 10 ? "%.2f\n" : "%.1f\n", n }' "$work/log"
 }
 
 "$frames" --list >"$work/list"
@@ -39,9 +40,9 @@ awk -F'|' '
     NR == FNR { before[$1 "|" $2] = $3; next }
     {
         key = $1 "|" $2
-        if (!(key in before)) { printf "%-36s %2d bits %8.1f  not recorded\n", $1, $2, $3; bad = 1; next }
+        if (!(key in before)) { printf "%-36s %2d bits %8s  not recorded\n", $1, $2, $3; bad = 1; next }
         ratio = $3 / before[key]
-        printf "%-36s %2d bits %8.1f  %.2f of the record%s\n", $1, $2, $3, ratio, (ratio > 1.25 ? "  TOO MANY" : "")
+        printf "%-36s %2d bits %8s  %.2f of the record%s\n", $1, $2, $3, ratio, (ratio > 1.25 ? "  TOO MANY" : "")
         bad = bad || (ratio > 1.25)
         delete before[key]
     }

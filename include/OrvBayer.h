@@ -38,9 +38,10 @@ public:
     // Returns 0, or before anything is written 0x80050007 for null records or a word that is no Bayer word, and what
     // the algorithm refuses. The component stays usable. Failure to allocate an object passes out as std::bad_alloc.
     //
-    // Algorithms 0 and 2 refuse with 0x80050001: a negative width or height, a source without pixels or with null
-    // `data`, null `data` of a destination that has pixels, a stride above 0 that is shorter than a row. Stride 0 means
-    // packed rows. A destination of another size than the source's gives 0 and keeps its pixels.
+    // Algorithms 0 and 2 give the bits of cv::cvtColor on packed rows; frames below three rows or columns become 0.
+    // They refuse with 0x80050001: a negative width or height, a source without pixels or with null `data`, null `data`
+    // of a destination that has pixels, a stride above 0 that is shorter than a row and, above 8 bits, an odd stride.
+    // Stride 0 means packed rows. A destination of another size than the source's gives 0 and keeps its pixels.
     //
     // Algorithm 1 refuses with 0x80050008 null `data`, with 0x80050009 a width or height below 1 and a frame without
     // memory for it, with 0x80050007 a frame of another size than before (call ReleaseData or AllocData in between;
@@ -131,10 +132,10 @@ ORV_API uint32_t BayerToBGR_16u_C1C4R(unsigned short const* source, _OrvRect rec
 
 // The same, then cut to the top 8 of `bitDepth` bits. Meant for square frames, which come out exact: the 16-bit rows in
 // between are `rect.height` pixels apart (C1C3R 6 bytes each, C1C4R 8), so in wider frames a row's tail holds the start
-// of the next one, and OpenCV refuses algorithms 0 and 2 (0x80050001) where such a row does not fit. C1C4R writes
-// 4 * `rect.width` bytes a row, of which the first 3 * `rect.width` are the pixels. A `destinationStride` below 1
-// writes nothing. 0x80050009 without memory. Where the step in between writes nothing (any other algorithm number, or
-// algorithms 0 and 2 with a `rect` of another size than `size`), the destination becomes 0.
+// of the next one, and algorithms 0 and 2 refuse (0x80050001) rows that do not fit. C1C4R writes 4 * `rect.width` bytes
+// a row, of which the first 3 * `rect.width` are the pixels. A `destinationStride` below 1 writes nothing. 0x80050009
+// without memory. Where the step in between writes nothing (any other algorithm number, or algorithms 0 and 2 with a
+// `rect` of another size than `size`), the destination becomes 0.
 ORV_API uint32_t BayerToRGB_16u8u_C1C3R(unsigned short const* source, _OrvRect rect, _OrvSize size, int sourceStride,
                                         int bitDepth, unsigned char* destination, int destinationStride,
                                         unsigned char pattern, int algorithm);

@@ -134,7 +134,7 @@ ORV_CONSTEXPR uint32_t OrvPixelTrueSense(OrvPixelType first, unsigned grid) {
 // Status word of every conversion and component call: 0 is success. A failure has the top bit set, the
 // family in bits 16 to 23 (1 parameters, 5 Bayer, 6 TrueSense, 7 helpers) and one of these codes below.
 typedef enum OrvStatusCode ORV_UINT32_ENUM {
-    OrvStatusOpenCv = 1,          // an exception of OpenCV was caught (Bayer), or the engine failed (TrueSense)
+    OrvStatusOpenCv = 1,          // refused size, stride or pixels (Bayer); an engine or OpenCV failed
     OrvStatusBufferTooShort = 6,  // the needed length was returned through the length argument
     OrvStatusBadArgument = 7,     // null component or record, a word no table holds, a number out of range
     OrvStatusNullPointer = 8,     // an engine was given no pixels
@@ -153,7 +153,10 @@ ORV_INLINE const char* OrvStatusText(uint32_t status) {
         return "not a status word";
     }
     switch (status & 0xFFFFu) {
-    case OrvStatusOpenCv: return "the conversion failed inside an engine or OpenCV";
+    case OrvStatusOpenCv:
+        return (status & 0xFF0000u) == 0x50000u
+                   ? "the frame's size, stride or pixel pointer is refused, or OpenCV failed"
+                   : "the conversion failed inside an engine or OpenCV";
     case OrvStatusBufferTooShort: return "the buffer is too short";
     case OrvStatusBadArgument:
         return (status & 0xFF0000u) == 0x10000u
