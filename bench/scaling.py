@@ -23,15 +23,17 @@ CASES = {  # settings of a Demosaicer
     "TrueSense fast": {"grid": 0, "method": "fast"},
     "TrueSense parallel": {"grid": 0, "method": "parallel"},
 }
-# Name, processes, cameras of each, `threads_num`, OMP_WAIT_POLICY
-PROCESSORS = len(os.sched_getaffinity(0))
+PROCESSORS = sorted(os.sched_getaffinity(0))
+ALL = len(PROCESSORS)
+# Name, processes, cameras of each, `threads_num`, OMP_WAIT_POLICY. A process of one camera on one thread stays on one
+# processor, so that OpenCV too takes one thread for the interpolations that it hands out.
 ARRANGEMENTS = (
     ("one camera, one thread", 1, 1, 1, "passive"),
-    ("one camera, a thread for each processor", 1, 1, PROCESSORS, "passive"),
-    ("a camera for each processor, one thread each", 1, PROCESSORS, 1, "passive"),
-    ("a camera for each processor, a thread for each processor", 1, PROCESSORS, PROCESSORS, "passive"),
-    ("the same, OMP_WAIT_POLICY=active", 1, PROCESSORS, PROCESSORS, "active"),
-    ("a process for each processor, one camera on one thread each", PROCESSORS, 1, 1, "passive"),
+    ("one camera, a thread for each processor", 1, 1, ALL, "passive"),
+    ("a camera for each processor, one thread each", 1, ALL, 1, "passive"),
+    ("a camera for each processor, a thread for each processor", 1, ALL, ALL, "passive"),
+    ("the same, OMP_WAIT_POLICY=active", 1, ALL, ALL, "active"),
+    ("a process for each processor, one camera on one thread each", ALL, 1, 1, "passive"),
 )
 
 
@@ -91,7 +93,10 @@ def measure(case: str, seconds: float, rounds: int) -> list[float]:
         environment = {**os.environ, "OMP_WAIT_POLICY": policy, "OPENBLAS_NUM_THREADS": "1"}
         command = [sys.executable, __file__, "--seconds", str(seconds), "--serve", case, str(cameras), str(threads)]
         pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE, "text": True, "env": environment}
-        groups.append([subprocess.Popen(command, **pipes) for _ in range(processes)])
+        groups.append([])
+        for processor in PROCESSORS[:processes]:
+            os.sched_setaffinity(0, {processor} if cameras * threads == 1 else PROCESSORS)  # its child inherits it
+            groups[-1].append(subprocess.Popen(command, **pipes))
     best = [0.0] * len(groups)
     for process in sum(groups, []):
         process.stdout.readline()
