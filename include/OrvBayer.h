@@ -50,7 +50,7 @@ public:
     // - `bitDepth` bounds the results to [0, 2^bitDepth - 1];
     // - `imageSize` of a source with the engine's own stride (width rounded up to even, times the bytes of a sample) is
     //   the number of bytes that are copied in;
-    // - `stride` of a source above 8 bits must be the engine's own: else every second row of the upper half arrives.
+    // - `stride` of a source above 8 bits must be the engine's own: else only every second row arrives.
     //
     // Algorithm 1 above 8 bits carries window sums from frame to frame, so pixels depend on the frames before, and
     // they get worse: mean PSNR of 23 scenes at 12 bits is 37.7 dB for a component's first frame and 36.4 dB from the

@@ -81,26 +81,49 @@ ORV_ROW_TEMPLATE((class T, Step S), (T, S), BlendSites,
                  (const float* a, const float* b, const BlendTarget<NeighbourOf<T, S>>* target, int first, int end),
                  (a, b, target, first, end))
 
-// 8-bit samples, sites 0 to n. Contrasts are compared by products, sum times area of the other window, since unequal
-// quotients differ by more than a division rounds.
+// Which of two differences of sums is the larger one per site of its window, in 16 bits, for 8-bit samples. By
+// products, since unequal quotients differ by more than a division rounds.
+//
+// Small windows: products of at most 5 * 13 * 255. In the diagonal pass, where every second row counts and x is at most
+// 9 * 255, products would take more. There x times the whole part of area1 / area0 goes from both sides first, which
+// leaves area1 % area0, at most 12, times x on one side. What stays of y is bound: below 0 and above what 16 bits hold
+// it decides by itself, since 12 * 9 * 255 is less than 2^15 - area0.
+template <Step S>
+struct PerSite {
+    int16_t area0, area1;
+    int16_t whole, most;
+
+    ORV_ALWAYS_INLINE PerSite(int smaller, int larger)
+        : area0(static_cast<int16_t>(smaller)),
+          area1(static_cast<int16_t>(S == Step::Diagonal ? larger % smaller : larger)),
+          whole(static_cast<int16_t>(larger / smaller)),
+          most(static_cast<int16_t>(32767 / smaller)) {}
+    // x / smaller < y / larger, for the sizes of the windows.
+    ORV_ALWAYS_INLINE bool Less(int16_t x, int16_t y) const {
+        if (S == Step::Diagonal) {
+            y = static_cast<int16_t>(y - x * whole);
+            y = y < -1 ? static_cast<int16_t>(-1) : y > most ? most : y;
+        }
+        return static_cast<int16_t>(x * area1) < static_cast<int16_t>(y * area0);
+    }
+};
+
+// 8-bit samples, sites 0 to n.
 template <Step S>
 ORV_ALWAYS_INLINE void BlendBoxRowBody(const BoxWindows* windows, const BlendTarget<NeighbourOf<uint8_t, S>>* target,
                                        int n) {
-    // Products: at most 5 * 13 * 255 in small windows, 9 * 41 * 255 where only every second row counts.
-    using Product = std::conditional_t<S == Step::Diagonal, int32_t, int16_t>;
     const BoxWindows sum = *windows;
     const BlendTarget<NeighbourOf<uint8_t, S>> row = *target;
     const int16_t low = static_cast<int16_t>(row.low);
     const int16_t high = static_cast<int16_t>(row.high);
-    const int16_t area0 = static_cast<int16_t>(sum.area[0]);
-    const int16_t area1 = static_cast<int16_t>(sum.area[1]);
+    const PerSite<S> perSite(sum.area[0], sum.area[1]);
 #pragma omp simd
     for (int k = 0; k < n; ++k) {
         const int16_t difference0 = static_cast<int16_t>(sum.a[0][k] - sum.b[0][k]);
         const int16_t difference1 = static_cast<int16_t>(sum.a[1][k] - sum.b[1][k]);
         const int16_t d0 = static_cast<int16_t>(difference0 < 0 ? -difference0 : difference0);
         const int16_t d1 = static_cast<int16_t>(difference1 < 0 ? -difference1 : difference1);
-        const bool take = static_cast<Product>(d0 * area1) < static_cast<Product>(d1 * area0);
+        const bool take = perSite.Less(d0, d1);
         const uint16_t a = take ? sum.a[1][k] : sum.a[0][k];
         const uint16_t b = take ? sum.b[1][k] : sum.b[0][k];
         const int16_t alongA = static_cast<int16_t>(row.a1[k] + row.a2[k]);

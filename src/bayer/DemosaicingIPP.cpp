@@ -151,7 +151,8 @@ void DemosaicingIPPOf<T>::CopyFrame(const _OrvImage& source) {
     const auto* from = static_cast<const unsigned char*>(source.data);
     const int64_t rowBytes = static_cast<int64_t>(width_) * static_cast<int64_t>(sizeof(T));
     const bool block = source.stride == rowBytes;
-    // Samples of 16 bits: both strides count as elements of 2 bytes, so every second row of the upper half arrives.
+    // A frame with another stride is copied row by row. Above 8 bits that walk takes strides, which are bytes, for
+    // samples of two bytes: it advances two rows at a time in both buffers, so odd rows do not arrive.
     const int rowStep = block ? 1 : static_cast<int>(sizeof(T));
     const int64_t bytes = std::max(source.imageSize, 0);
     // Pixels that the copy does not reach keep what the plane holds.
@@ -451,8 +452,8 @@ void DemosaicingIPPOf<T>::FillDiagonalBorder(int r) {
     }
 }
 
-// Interleaves row r into the destination. The plane of the mosaic takes its full green, which the next frame's copy may
-// leave.
+// Row r of the result, to the destination. Its green also goes to the plane of the mosaic: pixels there that the copy
+// of the next frame does not reach (CopyFrame) start from it.
 template <class T>
 void DemosaicingIPPOf<T>::StoreRow(int r) {
     if (r < 0) {

@@ -22,6 +22,7 @@
 namespace orv {
 
 constexpr int kMaxRadius = 4;
+constexpr int kMaxSlots = 2 * kMaxRadius + 2;
 constexpr int kMaxScales = 3;
 static_assert(kRing > 2 * kMaxRadius + 1, "rows within reach of a window, and one more");
 
@@ -85,8 +86,8 @@ public:
     void Start(int q, int reach, bool bothParities);
 
     // Where the next row's gradients go, at the index of their sites.
-    Gradient* NextFirst() { return first_[next_ % kRing]; }
-    Gradient* NextSecond() { return second_[next_ % kRing]; }
+    Gradient* NextFirst() { return first_[slot_]; }
+    Gradient* NextSecond() { return second_[slot_]; }
     // Ends the next row: gradients stand at both places, or are all zero.
     void Push(bool zero, const float* carriedAtSites, const float* carriedBetween);
 
@@ -103,6 +104,8 @@ private:
     int q_ = 0;
     bool bothParities_ = true;
     int next_ = 0;
+    int slot_ = 0;
+    int slots_ = 0;  // as few as windows need, which keeps them in the cache
     RowArray<Gradient> first_;
     RowArray<Gradient> second_;
     RowArray<Gradient> zero_;

@@ -185,6 +185,33 @@ TEST(Adaptive, QuotientsRoundAsDivisions) {
     }
 }
 
+// Differences of sums at the edge of what counts as larger, in windows of all sizes near a border and off it.
+template <orv::Step S>
+void CheckContrasts(int smaller, int larger, int most0, int most1) {
+    const orv::PerSite<S> perSite(smaller, larger);
+    for (int x = 0; x <= most0; ++x) {
+        const int edge = x * larger / smaller;
+        for (const int y : {0, edge - 1, edge, edge + 1, most1}) {
+            if (y >= 0 && y <= most1) {
+                const bool less = static_cast<float>(x) / static_cast<float>(smaller) <
+                                  static_cast<float>(y) / static_cast<float>(larger);
+                ASSERT_EQ(perSite.Less(static_cast<int16_t>(x), static_cast<int16_t>(y)), less)
+                    << x << '/' << smaller << ' ' << y << '/' << larger;
+            }
+        }
+    }
+}
+
+TEST(Adaptive, ContrastsCompareAsQuotients) {
+    for (const auto& areas : {std::pair<int, int>{1, 1}, {5, 5}, {5, 13}}) {
+        CheckContrasts<orv::Step::Cross>(areas.first, areas.second, areas.first * 255, areas.second * 255);
+    }
+    // Sites on rows at even distance count.
+    for (const auto& areas : {std::pair<int, int>{1, 1}, {5, 5}, {13, 13}, {13, 25}, {13, 41}}) {
+        CheckContrasts<orv::Step::Diagonal>(areas.first, areas.second, 9 * 255, 25 * 255);
+    }
+}
+
 // The order of additions that the engine and the reference keep is that of cv::integral.
 TEST(Adaptive, ReferenceIntegralsAreThoseOfOpenCv) {
     const int width = 613;
