@@ -31,9 +31,9 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i WidenHalf(__m256i words, int half) {
     return _mm256_cvtepi16_epi32(half == 0 ? _mm256_castsi256_si128(words) : _mm256_extracti128_si256(words, 1));
 }
 
-// sum / count for counts of 2 to 9, and 0 for a count of 1; any sums. The factors, by the low three bits of the count,
-// are 2^(32 + shift) / count rounded up. A factor is too large by e / count with e = 1, 1, 2, 5, 4 for counts of 3, 5,
-// 6, 7, 9, which leaves quotients exact as long as e * |sum| stays below 2^(32 + shift).
+// sum / count for counts of 2 to 9 and any sums, for a count of 1 and a sum of 0. The factors, by the low three bits of
+// the count, are 2^(32 + shift) / count rounded up. A factor is too large by e / count with e = 1, 1, 2, 5, 4 for
+// counts of 3, 5, 6, 7, 9, which leaves quotients exact as long as e * |sum| stays below 2^(32 + shift).
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i MeanOfEight(__m256i sum, __m256i count) {
     const __m256i factors =
         _mm256_setr_epi32(1 << 29, static_cast<int32_t>(3817748708U), static_cast<int32_t>(1U << 31),

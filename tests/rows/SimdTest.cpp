@@ -6,6 +6,7 @@
 #include <limits>
 #include <vector>
 
+#include "rows/Avx2.h"
 #include "support/Noise.h"
 
 namespace {
@@ -121,5 +122,31 @@ TEST_P(EveryLevel, BoundedTruncationIsTruncationThenClamp) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Simd, EveryLevel, testing::Values(SimdLevel::Baseline, SimdLevel::Avx2, SimdLevel::Avx512));
+
+#if defined(__x86_64__)
+ORV_TARGET_AVX2 void Means(const int32_t* sums, int32_t count, int32_t* means) {
+    const __m256i eight = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(sums));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(means), orv::MeanOfEight(eight, _mm256_set1_epi32(count)));
+}
+
+// Sums at and beside multiples of every count, over the range of int.
+TEST(MeanOfEight, DividesExactly) {
+    if (orv::BestSimdLevel() < SimdLevel::Avx2) {
+        GTEST_SKIP() << "no AVX2";
+    }
+    for (int count = 2; count <= 9; ++count) {
+        for (int64_t quotient = 1; quotient * count + 4 < (int64_t{1} << 31); quotient = quotient * 5 / 4 + 1) {
+            int32_t sums[8], means[8];
+            for (int k = 0; k < 8; ++k) {
+                sums[k] = static_cast<int32_t>((quotient * count + k % 4 - 1) * (k < 4 ? 1 : -1));
+            }
+            Means(sums, count, means);
+            for (int k = 0; k < 8; ++k) {
+                ASSERT_EQ(means[k], sums[k] / count) << sums[k] << " / " << count;
+            }
+        }
+    }
+}
+#endif
 
 }  // namespace

@@ -5,12 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <numeric>
 #include <vector>
 
 #include "pipeline/reference/ImageProcess.h"
-#include "rows/Simd.h"
 #include "support/Noise.h"
 
 namespace orvtest {
@@ -39,12 +37,6 @@ private:
     std::vector<unsigned char> memory_;
 };
 
-class KernelLevels : public testing::TestWithParam<int> {
-protected:
-    KernelLevels() { orv::SetSimdLevel(static_cast<orv::SimdLevel>(GetParam())); }
-    ~KernelLevels() override { orv::SetSimdLevel(orv::BestSimdLevel()); }
-};
-
 // Noise of -limit to limit.
 template <class T>
 std::vector<T> SignedNoise(uint64_t seed, int count, int limit) {
@@ -54,35 +46,6 @@ std::vector<T> SignedNoise(uint64_t seed, int count, int limit) {
         v.push_back(static_cast<T>(static_cast<int>(n) - limit));
     }
     return v;
-}
-
-// A plane read with (row, column).
-template <class T>
-struct View {
-    const std::vector<T>& plane;
-    int w;
-    const T& operator()(int y, int x) const { return plane[static_cast<size_t>(y * w + x)]; }
-};
-
-// Convolution by definition; the rim keeps its values.
-template <class T>
-std::vector<T> ConvolveBySite(const std::vector<T>& plane, int w, int h, const std::vector<float>& kernel, int kw,
-                              int kh) {
-    std::vector<T> out = plane;
-    const View<T> in{plane, w};
-    for (int y = kh / 2; y <= h - 1 - kh / 2; ++y) {
-        for (int x = kw / 2; x <= w - 1 - kw / 2; ++x) {
-            float sum = 0;
-            for (int dy = -(kh / 2); dy <= kh / 2; ++dy) {
-                for (int dx = -(kw / 2); dx <= kw / 2; ++dx) {
-                    sum = std::fma(static_cast<float>(in(y + dy, x + dx)),
-                                   kernel[static_cast<size_t>((kh / 2 - dy) * kw + kw / 2 - dx)], sum);
-                }
-            }
-            out[static_cast<size_t>(y * w + x)] = static_cast<T>(static_cast<int>(sum));
-        }
-    }
-    return out;
 }
 
 // A run of the driver with all memory of its own, in buffers of exactly the sizes it asks for.

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "pipeline/Arithmetic.h"
-#include "pipeline/PanBlend.h"
+#include "pipeline/parallel/PanBlend.h"
 #include "rows/StripStages.h"
 #include "truesense/ClipRow.h"
 #include "truesense/PanRows.h"

@@ -1,186 +1,72 @@
 // Impulse filter and convolutions.
-#include "pipeline/reference/Filters.h"
+#include <algorithm>
 
-#include <cmath>
-
+#include "pipeline/reference/Scratch.h"
 #include "truesense/ClipRow.h"
 
 using orv::Elements;
 using orv::Fma;
-using orv::RowHistory;
-using orv::ScratchFits;
-using orv::Stencil;
-using orv::TruncateFromAbove;
 using orv::TruncateToInt32;
 
 namespace {
 
 template <class T>
 int ImpulseFilter(T* data, int w, int h, int spacing, LogText_t* log) {
-    if (!ScratchFits("refBuf", Elements(w, h) * static_cast<ptrdiff_t>(sizeof(T)), log)) {
+    const T* before = orv::CopyToScratch("refBuf", data, w, h, log);
+    if (before == nullptr) {
         return -1;
     }
-    if (spacing < 1 || spacing >= h - spacing) {
-        return 0;
-    }
-    RowHistory<T> rows(data, w, spacing, g_dynamicBuffer);
-    for (int y = 0; y < h - spacing; ++y) {
-        rows.Keep(y);
-        if (y >= spacing) {
-            const T* up = rows.Kept(y - spacing);
-            const T* down = rows.InPlane(y + spacing);
-            orv::ClipRow<T>(up, up, rows.Kept(y), down, down, spacing, w, rows.InPlane(y));
-        }
+    for (int y = spacing; spacing > 0 && y < h - spacing; ++y) {
+        const T* mid = before + Elements(w, y);
+        const T* up = mid - Elements(w, spacing);
+        const T* down = mid + Elements(w, spacing);
+        orv::ClipRow<T>(up, up, mid, down, down, spacing, w, data + Elements(w, y));
     }
     return 0;
 }
 
-// Columns [x0, x1) of one row; tap t reads source[t][x]. Taps is the count, 0 when it is not known in advance.
-// With Exact every product is exact, so that Fused makes no difference, and no sum leaves the range of int32 but for
-// the 2^31 that the largest samples are rounded to.
-template <class T, int Taps, bool Exact, bool Fused>
-ORV_ALWAYS_INLINE void SumTapsOf(const T* const* source, const float* weight, int count, int x0, int x1, T* out) {
-    if (Taps == 0) {
-        for (int x = x0; x < x1; ++x) {
-            float sum = 0.0F;
-            for (int t = 0; t < count; ++t) {
-                sum = Fma(static_cast<float>(source[t][x]), weight[t], sum);
-            }
-            out[x] = static_cast<T>(TruncateToInt32(sum));
-        }
-        return;
-    }
-    const T* s[Taps + 1];
-    float k[Taps + 1];
-    for (int t = 0; t < Taps; ++t) {
-        s[t] = source[t];
-        k[t] = weight[t];
-    }
+// One tap of a convolution along a row.
+template <class T>
+ORV_ALWAYS_INLINE void AddTapBody(const T* samples, float weight, int n, float* sums) {
 #pragma omp simd
-    for (int x = x0; x < x1; ++x) {
-        float sum = static_cast<float>(s[0][x]) * k[0];
-        for (int t = 1; t < Taps; ++t) {
-            const float v = static_cast<float>(s[t][x]);
-            sum = Fused ? Fma(v, k[t], sum) : v * k[t] + sum;
-        }
-        out[x] = static_cast<T>(Exact ? TruncateFromAbove(sum) : TruncateToInt32(sum));
+    for (int x = 0; x < n; ++x) {
+        sums[x] = Fma(static_cast<float>(samples[x]), weight, sums[x]);
     }
 }
-template <class T, int Taps, bool Exact>
-ORV_ALWAYS_INLINE void SumTapsBody(const T* const* source, const float* weight, int count, int x0, int x1, T* out) {
-    SumTapsOf<T, Taps, Exact, !Exact>(source, weight, count, x0, x1, out);
-}
-#if defined(__x86_64__)
-template <class T, int Taps, bool Exact>
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void SumTapsBodyAvx2(const T* const* source, const float* weight, int count, int x0,
-                                                       int x1, T* out) {
-    SumTapsOf<T, Taps, Exact, true>(source, weight, count, x0, x1, out);
-}
-#endif
-ORV_ROW_TEMPLATE_TUNED((class T, int Taps, bool Exact), (T, Taps, Exact), SumTaps,
-                       (const T* const* source, const float* weight, int count, int x0, int x1, T* out),
-                       (source, weight, count, x0, x1, out))
+ORV_ROW_TEMPLATE((class T), (T), AddTap, (const T* samples, float weight, int n, float* sums),
+                 (samples, weight, n, sums))
 
-template <class T, bool Exact>
-void SumRow(const T* const* source, const Stencil& stencil, int x0, int x1, T* out) {
-    if (stencil.count == 3) {
-        SumTaps<T, 3, Exact>(source, stencil.weight, 3, x0, x1, out);
-    } else {
-        SumTaps<T, 0, false>(source, stencil.weight, stencil.count, x0, x1, out);
-    }
-}
-
-// Whether the weights are powers of two, whose products with a sample are exact, of a sum that keeps those of any
-// samples of T within int32.
+// `kernel` of kw by kh taps, applied reversed; an even size lacks the last tap. Sums are formed in ascending order of
+// rows, then columns.
 template <class T>
-bool SumsAreExact(const Stencil& stencil) {
-    double sum = 0.0;
-    for (int t = 0; t < stencil.count; ++t) {
-        const float magnitude = std::abs(stencil.weight[t]);
-        int exponent = 0;
-        if (std::frexp(magnitude, &exponent) != 0.5F || magnitude < 1.0F / 1024.0F) {
-            return false;
-        }
-        sum += static_cast<double>(magnitude);
-    }
-    return sum <= (sizeof(T) == 2 ? 65536.0 : 1.0);
-}
-
-template <class T>
-int Convolve(T* data, int w, int h, const Stencil& stencil, LogText_t* log) {
-    if (!ScratchFits("pBuf", Elements(w, h) * static_cast<ptrdiff_t>(sizeof(T)), log)) {
+int Convolve(T* data, int w, int h, const float* kernel, int kw, int kh, LogText_t* log) {
+    const T* before = orv::CopyToScratch("pBuf", data, w, h, log);
+    if (before == nullptr) {
         return -1;
     }
-    orv::Convolver<T> convolver(data, w, h, stencil, reinterpret_cast<T*>(g_dynamicBuffer));
-    for (int y = 0; y < h; ++y) {
-        convolver.Push(y);
+    constexpr int kRun = 512;  // columns at a time
+    const int rx = kw / 2, ry = kh / 2;
+    for (int y = ry; y < h - ry; ++y) {
+        for (int x = rx; x < w - rx; x += kRun) {
+            const int n = std::min(kRun, w - rx - x);
+            float sums[kRun] = {};
+            for (int dy = -ry; dy <= ry; ++dy) {
+                for (int dx = -rx; dx <= rx; ++dx) {
+                    const int row = ry - dy, column = rx - dx;
+                    if (row < kh && column < kw && kernel[row * kw + column] != 0.0F) {
+                        AddTap<T>(before + Elements(w, y + dy) + x + dx, kernel[row * kw + column], n, sums);
+                    }
+                }
+            }
+            for (int i = 0; i < n; ++i) {
+                data[Elements(w, y) + x + i] = static_cast<T>(TruncateToInt32(sums[i]));
+            }
+        }
     }
     return 0;
 }
 
 }  // namespace
-
-namespace orv {
-
-Stencil::Stencil(const float* kernel, int w, int h) : radiusX(w / 2), radiusY(h / 2) {
-    for (int y = -radiusY; y <= radiusY; ++y) {
-        for (int x = -radiusX; x <= radiusX; ++x) {
-            const int row = radiusY - y, column = radiusX - x;
-            if (row < h && column < w && kernel[row * w + column] != 0.0F) {
-                dx[count] = x;
-                dy[count] = y;
-                weight[count++] = kernel[row * w + column];
-            }
-        }
-    }
-}
-
-template <class T>
-Convolver<T>::Convolver(T* plane, int w, int h, const Stencil& stencil, T* memory)
-    : stencil_(stencil), rows_(plane, w, stencil.radiusY, memory), w_(w), h_(h), exact_(SumsAreExact<T>(stencil)) {}
-
-template <class T>
-void Convolver<T>::Push(int y) {
-    const int target = y - stencil_.radiusY;
-    if (target < 0 || h_ <= 2 * stencil_.radiusY) {
-        return;
-    }
-    rows_.Keep(target);
-    if (target < stencil_.radiusY) {
-        return;
-    }
-    const T* source[Stencil::kMaxTaps];
-    for (int t = 0; t < stencil_.count; ++t) {
-        const int dy = stencil_.dy[t];
-        source[t] = (dy <= 0 ? rows_.Kept(target + dy) : rows_.InPlane(target + dy)) + stencil_.dx[t];
-    }
-    const int x0 = stencil_.radiusX, x1 = w_ - stencil_.radiusX;
-    T* out = rows_.InPlane(target);
-    if (exact_) {
-        SumRow<T, true>(source, stencil_, x0, x1, out);
-    } else {
-        SumRow<T, false>(source, stencil_, x0, x1, out);
-    }
-}
-
-template class Convolver<short>;
-template class Convolver<int>;
-
-bool ConvolutionFits(int w, int h, LogText_t* log) {
-    return ScratchFits("pBuf", Elements(w, h) * static_cast<ptrdiff_t>(sizeof(int)), log);
-}
-
-void FilterRowsThenColumns(int* plane, int w, int h, const float* kernel, int taps) {
-    int* const memory = reinterpret_cast<int*>(g_dynamicBuffer);
-    Convolver<int> alongRows(plane, w, h, Stencil(kernel, taps, 1), memory);
-    Convolver<int> alongColumns(plane, w, h, Stencil(kernel, 1, taps), memory + w);
-    for (int y = 0; y < h; ++y) {
-        alongRows.Push(y);
-        alongColumns.Push(y);
-    }
-}
-
-}  // namespace orv
 
 int Alg_ImpulseFilter(void* data, int type, int w, int h, int spacing, LogText_t* log) {
     switch (type) {
@@ -194,18 +80,14 @@ int Alg_Convolve2D(short* data, int w, int h, float* kernel, int kernelWidth, in
     if (kernelWidth > 3 || kernelHeight > 3) {
         return -1;
     }
-    return Convolve(data, w, h, Stencil(kernel, kernelWidth, kernelHeight), log);
+    return Convolve(data, w, h, kernel, kernelWidth, kernelHeight, log);
 }
 
 int Alg_Convolve1D_Int32(int* data, int w, int h, float* kernel, int taps, int direction, LogText_t* log) {
     if (direction != 0 && direction != 1) {
         return 0;
     }
-    if (taps > Stencil::kMaxTaps) {
-        return -1;
-    }
-    const bool rows = direction == 0;
-    return Convolve(data, w, h, Stencil(kernel, rows ? taps : 1, rows ? 1 : taps), log);
+    return Convolve(data, w, h, kernel, direction == 0 ? taps : 1, direction == 0 ? 1 : taps, log);
 }
 
 int Alg_Convolve1D(int* data, int w, int h, float* kernel, int taps, int direction, LogText_t* log) {

@@ -108,7 +108,7 @@ int Alg_GetRegionData(char* name, void* data, int type, int x, int y, int region
 int Alg_ImpulseFilter(void* data, int type, int w, int h, int spacing, LogText_t* log);
 // Convolution (kernel stored row by row, applied reversed) of odd width and height up to 3, truncated toward zero.
 int Alg_Convolve2D(short* data, int w, int h, float* kernel, int kernelWidth, int kernelHeight, LogText_t* log);
-// The same with `taps` (odd, below 64) taps along rows, direction 0, or columns, direction 1; else nothing.
+// The same with `taps` (odd) taps along rows, direction 0, or columns, direction 1; else nothing.
 int Alg_Convolve1D_Int32(int* data, int w, int h, float* kernel, int taps, int direction, LogText_t* log);
 int Alg_Convolve1D(int* data, int w, int h, float* kernel, int taps, int direction, LogText_t* log);
 

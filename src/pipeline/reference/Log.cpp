@@ -78,23 +78,10 @@ unsigned calcHash(void* data, int rowBytes, int rows, unsigned seed) {
     if (rowBytes < 1 || rows < 1) {
         return seed;
     }
-    // 32 steps rotate by five whole turns, so blocks of 32 bytes act by their exclusive or.
-    constexpr int kBlock = 32;
     const unsigned char* bytes = static_cast<const unsigned char*>(data);
-    const unsigned char* const end = bytes + Elements(rowBytes, rows);
-    unsigned char folded[kBlock] = {};
-    for (; end - bytes >= kBlock; bytes += kBlock) {
-        for (int i = 0; i < kBlock; ++i) {
-            folded[i] = static_cast<unsigned char>(folded[i] ^ bytes[i]);
-        }
-    }
     unsigned hash = seed;
-    const auto step = [&hash](unsigned char byte) { hash = byte ^ ((hash >> 27) | (hash << 5)); };
-    for (const unsigned char byte : folded) {
-        step(byte);
-    }
-    for (; bytes < end; ++bytes) {
-        step(*bytes);
+    for (ptrdiff_t i = 0; i < Elements(rowBytes, rows); ++i) {
+        hash = bytes[i] ^ ((hash >> 27) | (hash << 5));
     }
     return hash;
 }

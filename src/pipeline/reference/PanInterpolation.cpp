@@ -1,97 +1,82 @@
 // Pan at the colour sites, and the colour differences of the 2 by 2 cells.
-#include <initializer_list>
+#include <algorithm>
+#include <utility>
 
 #include "pipeline/Arithmetic.h"
-#include "pipeline/PanBlend.h"
 #include "pipeline/reference/Scratch.h"
 
+using orv::Abs;
 using orv::Elements;
-using orv::TruncateClamped;
 
 namespace {
 
-// Predictions with three fractional bits, within 16 bits for samples of 12, blended in double precision.
-struct Blending {
-    static ORV_ALWAYS_INLINE int16_t Own(int16_t sample) { return static_cast<int16_t>((sample & 0x1FFF) * 8); }
-    static ORV_ALWAYS_INLINE int16_t Predict(int16_t a, int16_t b) {
-        return static_cast<int16_t>((Own(a) + Own(b)) / 2);
-    }
-    static ORV_ALWAYS_INLINE int16_t Blend(int16_t predA, int16_t predB, int16_t a, int16_t b) {
-        // Products and sum are exact, fused or not.
-        const double sum = a * (predB * 0.125) + (predA * 0.125) * b;
-        return static_cast<int16_t>(TruncateClamped(sum / (a + b), 0.0, 4095.0));
-    }
-};
+// Of the pan samples of even rows (A) and of odd rows (B): a prediction along one direction, in eighths, and how much
+// pan changes along it.
+enum WorkPlane { kPredA, kGradA, kLapA, kPredB, kGradB, kLapB, kWorkPlanes };
 
-// One row of pan as gamma codes: measured samples on the columns of parity KnownAt, estimates on the others.
-template <int KnownAt>
-ORV_ALWAYS_INLINE void GammaRowBody(const int32_t* gammaTable, const short* known, const short* estimate, int n,
-                                    short* fullPan) {
-#pragma omp simd
-    for (int x = 0; x < n; ++x) {
-        fullPan[2 * x + KnownAt] = static_cast<short>(gammaTable[known[x]]);
-        fullPan[2 * x + 1 - KnownAt] = static_cast<short>(gammaTable[estimate[x]]);
-    }
-}
-ORV_ROW_TEMPLATE((int KnownAt), (KnownAt), GammaRow,
-                 (const int32_t* gammaTable, const short* known, const short* estimate, int n, short* fullPan),
-                 (gammaTable, known, estimate, n, fullPan))
+// For the colour sites of even rows, which lie between two samples of A along the row and two of B along the column.
+// Transposed they are those for odd rows.
+constexpr float kKernels[kWorkPlanes][9] = {{0, 0, 0, 0.5F, 0.5F, 0, 0, 0, 0}, {0, 0, 0, -1, 1, 0, 0, 0, 0},
+                                            {-1, -1, 0, 2, 2, 0, -1, -1, 0},   {0, 0, 0, 0, 0.5F, 0, 0, 0.5F, 0},
+                                            {0, 0, 0, 0, 1, 0, 0, -1, 0},      {0, 0, 0, -1, 2, -1, -1, 2, -1}};
 
-// One row of cells. `pan` is the upper of their two rows of pan, w samples apart.
-ORV_ALWAYS_INLINE void LowRowBody(const short* pan, int w, const short* panAtEven, const short* panAtOdd,
-                                  const short* colorEven, const short* colorOdd, const int32_t* gammaTable, int n,
-                                  int* lowPan, int* diff) {
-    const short* below = pan + w;
-#pragma omp simd
-    for (int x = 0; x < n; ++x) {
-        const int color = (colorEven[x] + colorOdd[x] + 1) / 2;
-        const int panMean = (panAtEven[x] + panAtOdd[x] + 1) / 2;
-        diff[x] = (gammaTable[color] - gammaTable[panMean]) * 65536;
-        lowPan[x] = (pan[2 * x] + pan[2 * x + 1] + below[2 * x] + below[2 * x + 1]) * 16384;
-    }
+// The prediction of either direction, weighted by the activity across it, which wraps at 16 bits.
+short Blend(short* const* planes, ptrdiff_t k) {
+    const auto activity = [k](const short* laplacian, const short* gradient) {
+        return static_cast<short>(Abs(laplacian[k]) + 1 + 2 * Abs(gradient[k]));
+    };
+    const short a = activity(planes[kLapB], planes[kGradA]);
+    const short b = activity(planes[kLapA], planes[kGradB]);
+    // Products and sum are exact, fused or not.
+    const double sum = a * (planes[kPredB][k] * 0.125) + (planes[kPredA][k] * 0.125) * b;
+    return static_cast<short>(orv::TruncateClamped(sum / (a + b), 0.0, 4095.0));
 }
-ORV_ROW_FUNCTION(LowRow,
-                 (const short* pan, int w, const short* panAtEven, const short* panAtOdd, const short* colorEven,
-                  const short* colorOdd, const int32_t* gammaTable, int n, int* lowPan, int* diff),
-                 (pan, w, panAtEven, panAtOdd, colorEven, colorOdd, gammaTable, n, lowPan, diff))
 
-ORV_ALWAYS_INLINE void LowGammaBody(const int* diff, const int* lowPan, ptrdiff_t n, short* lowGamma) {
-#pragma omp simd
-    for (ptrdiff_t i = 0; i < n; ++i) {
-        lowGamma[i] = orv::CodeOf(diff[i] + lowPan[i]);
+// Pan at the colour sites of even rows, or of odd ones.
+int Estimate(const short* panEven, const short* panOdd, int qw, int qh, bool oddRows, short* estimate, LogText_t* log) {
+    const ptrdiff_t Q = Elements(qw, qh);
+    short* planes[kWorkPlanes];
+    for (int plane = 0; plane < kWorkPlanes; ++plane) {
+        planes[plane] = reinterpret_cast<short*>(g_dynamicBuffer1) + plane * Q;
+        const short* samples = plane < kPredB ? panEven : panOdd;
+        const bool prediction = plane == kPredA || plane == kPredB;
+        for (ptrdiff_t k = 0; k < Q; ++k) {
+            planes[plane][k] = static_cast<short>(prediction ? (samples[k] & 0x1FFF) * 8 : samples[k]);
+        }
+        float kernel[9];
+        for (int tap = 0; tap < 9; ++tap) {
+            kernel[tap] = kKernels[plane][oddRows ? tap % 3 * 3 + tap / 3 : tap];
+        }
+        if (Alg_Convolve2D(planes[plane], qw, qh, kernel, 3, 3, log) != 0) {
+            return -1;
+        }
     }
+    for (ptrdiff_t k = 0; k < Q; ++k) {
+        estimate[k] = Blend(planes, k);
+    }
+    return 0;
 }
-ORV_ROW_FUNCTION(LowGamma, (const int* diff, const int* lowPan, ptrdiff_t n, short* lowGamma),
-                 (diff, lowPan, n, lowGamma))
 
 }  // namespace
 
 int Alg_InterpolatePan(short* panEven, short* panOdd, int w, int h, short* fullPan, short* panAtEven, short* panAtOdd,
                        LogText_t* log) {
     const int qw = w / 2, qh = h / 2;
-    if (Alg_ImpulseFilter(panEven, 2, qw, qh, 1, log) != 0 || Alg_ImpulseFilter(panOdd, 2, qw, qh, 1, log) != 0) {
+    if (Alg_ImpulseFilter(panEven, 2, qw, qh, 1, log) != 0 || Alg_ImpulseFilter(panOdd, 2, qw, qh, 1, log) != 0 ||
+        Estimate(panEven, panOdd, qw, qh, false, panAtEven, log) != 0 ||
+        Estimate(panEven, panOdd, qw, qh, true, panAtOdd, log) != 0) {
         return -1;
     }
     for (int i = 0; i < qh; ++i) {
-        const ptrdiff_t at = Elements(qw, i);
-        const short* const a = panEven + at;
-        const short* const b = panOdd + at;
-        short* const even = panAtEven + at;
-        short* const odd = panAtOdd + at;
-        if (i == 0 || i == qh - 1 || qw < 3) {
-            orv::BlendRimRow<Blending>(a, b, qw, even);
-            orv::BlendRimRow<Blending>(a, b, qw, odd);
-        } else {
-            const orv::Rows3 A = {a - qw, a, a + qw}, B = {b - qw, b, b + qw};
-            orv::BlendEvenRow<Blending>(A, B, qw, even);
-            orv::BlendOddRow<Blending>(A, B, qw, odd);
-            for (const int end : {0, qw - 1}) {
-                even[end] = odd[end] = orv::BlendRim<Blending>(a[end], b[end]);
-            }
+        for (int j = 0; j < qw; ++j) {
+            const ptrdiff_t k = Elements(qw, i) + j;
+            short* upper = fullPan + Elements(w, 2 * i) + 2 * j;
+            short* lower = upper + w;
+            upper[0] = static_cast<short>(Linear12toGamma10[panEven[k]]);
+            upper[1] = static_cast<short>(Linear12toGamma10[panAtEven[k]]);
+            lower[0] = static_cast<short>(Linear12toGamma10[panAtOdd[k]]);
+            lower[1] = static_cast<short>(Linear12toGamma10[panOdd[k]]);
         }
-        short* const full = fullPan + Elements(w, 2 * i);
-        GammaRow<0>(Linear12toGamma10, a, even, qw, full);
-        GammaRow<1>(Linear12toGamma10, b, odd, qw, full + w);
     }
     return 0;
 }
@@ -100,13 +85,21 @@ int Alg_GenerateLow(short* fullPan, short* panAtEven, short* panAtOdd, short* co
                     int* lowPan, short* lowGamma, int* lowColorDiff, LogText_t* log) {
     const int qw = w / 2, qh = h / 2;
     for (int i = 0; i < qh; ++i) {
-        const ptrdiff_t at = Elements(qw, i);
-        LowRow(fullPan + Elements(w, 2 * i), w, panAtEven + at, panAtOdd + at, colorEven + at, colorOdd + at,
-               Linear12toGamma10, qw, lowPan + at, lowColorDiff + at);
+        for (int j = 0; j < qw; ++j) {
+            const ptrdiff_t k = Elements(qw, i) + j;
+            const short* upper = fullPan + Elements(w, 2 * i) + 2 * j;
+            const short* lower = upper + w;
+            const int color = (colorEven[k] + colorOdd[k] + 1) / 2;
+            const int pan = (panAtEven[k] + panAtOdd[k] + 1) / 2;
+            lowColorDiff[k] = (Linear12toGamma10[color] - Linear12toGamma10[pan]) * 65536;
+            lowPan[k] = (upper[0] + upper[1] + lower[0] + lower[1]) * 16384;
+        }
     }
     if (Alg_ImpulseFilter(lowColorDiff, 5, qw, qh, 2, log) != 0) {
         return -1;
     }
-    LowGamma(lowColorDiff, lowPan, Elements(qw, qh), lowGamma);
+    for (ptrdiff_t k = 0; k < Elements(qw, qh); ++k) {
+        lowGamma[k] = orv::CodeOf(lowColorDiff[k] + lowPan[k]);
+    }
     return 0;
 }

@@ -1,4 +1,4 @@
-// What the kernels share: the log, the scratch test, and filters in place over the rows of a plane.
+// What the kernels share: the log, scratch at g_dynamicBuffer and its test.
 #ifndef ORV_PIPELINE_REFERENCE_SCRATCH_H
 #define ORV_PIPELINE_REFERENCE_SCRATCH_H
 
@@ -30,27 +30,19 @@ T* TakeScratch(const char* label, ptrdiff_t count, LogText_t* log) {
     return taken;
 }
 
-// Lets a filter read values from before the call while it rewrites a plane from the top down: keeps the last
-// `radius + 1` original rows. The rows below stand in the plane itself.
+// Copies a plane to g_dynamicBuffer, where the copy stays until the next kernel borrows the place; null when it does
+// not fit. The plane may overlap the scratch.
 template <class T>
-class RowHistory {
-public:
-    RowHistory(T* plane, int w, int radius, void* memory)
-        : plane_(plane), kept_(static_cast<T*>(memory)), w_(w), depth_(radius + 1) {}
-
-    // To be called for each row from 0 on before it is rewritten.
-    void Keep(int y) { std::memcpy(Slot(y), InPlane(y), static_cast<size_t>(w_) * sizeof(T)); }
-    // Original row: one of the last radius + 1 kept.
-    const T* Kept(int y) const { return Slot(y); }
-    T* InPlane(int y) const { return plane_ + Elements(w_, y); }
-
-private:
-    T* Slot(int y) const { return kept_ + Elements(w_, y % depth_); }
-
-    T* plane_;
-    T* kept_;
-    int w_, depth_;
-};
+const T* CopyToScratch(const char* label, const T* plane, int w, int h, LogText_t* log) {
+    const ptrdiff_t bytes = Elements(w, h) * static_cast<ptrdiff_t>(sizeof(T));
+    if (!ScratchFits(label, bytes, log)) {
+        return nullptr;
+    }
+    if (bytes > 0) {
+        std::memmove(g_dynamicBuffer, plane, static_cast<size_t>(bytes));
+    }
+    return reinterpret_cast<const T*>(g_dynamicBuffer);
+}
 
 }  // namespace orv
 

@@ -12,61 +12,21 @@ namespace {
 
 using namespace orvtest;
 
-// Noise within L12, without the impulses that the first step of the interpolation would clip: a sample and its
-// neighbours take turns as extremes, so the filter runs in the reference as well.
-Shorts PanNoise(uint64_t seed, int w, int h) { return NoiseSamples<short>(seed, static_cast<size_t>(w * h), 4095); }
-
-// Prediction, gradient and Laplacian at (y, x) of the pair (y, x) and (y + dy, x + dx); `inside` false on the rim.
-struct Pair {
-    int pred8, grad, lap;
-};
-Pair PairAt(const Shorts& plane, int w, int h, int y, int x, int dy, int dx) {
-    const View<short> s{plane, w};
-    if (y < 1 || x < 1 || y >= h - 1 || x >= w - 1) {
-        return {8 * s(y, x), s(y, x), s(y, x)};
-    }
-    const int py = dx != 0 ? 1 : 0, px = dx != 0 ? 0 : 1;
-    const int here = s(y, x), there = s(y + dy, x + dx);
-    return {4 * (here + there), here - there,
-            2 * here + 2 * there - s(y - py, x - px) - s(y + py, x + px) - s(y + dy - py, x + dx - px) -
-                s(y + dy + py, x + dx + px)};
-}
-
-short Blend(const Pair& a, const Pair& b) {
-    const int wa = static_cast<short>(std::abs(b.lap) + 1 + 2 * std::abs(a.grad));
-    const int wb = static_cast<short>(std::abs(a.lap) + 1 + 2 * std::abs(b.grad));
-    const double pan = (wa * (b.pred8 / 8.0) + wb * (a.pred8 / 8.0)) / (wa + wb);
-    return static_cast<short>(std::clamp(static_cast<int>(pan), 0, 4095));
-}
-
-TEST_P(KernelLevels, InterpolatePanFollowsTheFormula) {
-    for (const auto& [qw, qh] : {std::pair{34, 12}, std::pair{2, 2}, std::pair{3, 6}, std::pair{8, 4}}) {
-        const int w = 2 * qw, h = 2 * qh;
-        const size_t Q = static_cast<size_t>(qw * qh);
-        Shorts even = PanNoise(1, qw, qh), odd = PanNoise(2, qw, qh);
-        Shorts full(4 * Q), atEven(Q), atOdd(Q), work(6 * Q);
-        Scratch scratch(2 * Q);
-        g_dynamicBuffer1 = reinterpret_cast<unsigned char*>(work.data());
-        Log log;
-        ASSERT_EQ(Alg_InterpolatePan(even.data(), odd.data(), w, h, full.data(), atEven.data(), atOdd.data(), log), 0);
-        Shorts cleaned = PanNoise(1, qw, qh);
-        ASSERT_EQ(Alg_ImpulseFilter(cleaned.data(), 2, qw, qh, 1, log), 0);
-        EXPECT_EQ(even, cleaned);
-        for (int y = 0; y < qh; ++y) {
-            for (int x = 0; x < qw; ++x) {
-                const size_t k = static_cast<size_t>(y * qw + x), p = static_cast<size_t>(2 * y * w + 2 * x);
-                ASSERT_EQ(atEven[k], Blend(PairAt(even, qw, qh, y, x, 0, 1), PairAt(odd, qw, qh, y, x, -1, 0)))
-                    << y << " " << x;
-                ASSERT_EQ(atOdd[k], Blend(PairAt(even, qw, qh, y, x, 1, 0), PairAt(odd, qw, qh, y, x, 0, -1)))
-                    << y << " " << x;
-                const size_t below = p + static_cast<size_t>(w);
-                ASSERT_EQ(full[p], Linear12toGamma10[even[k]]);
-                ASSERT_EQ(full[p + 1], Linear12toGamma10[atEven[k]]);
-                ASSERT_EQ(full[below], Linear12toGamma10[atOdd[k]]);
-                ASSERT_EQ(full[below + 1], Linear12toGamma10[odd[k]]);
-            }
-        }
-    }
+// Three by three cells, so that one has all its neighbours: pan rises along even rows, and is flat on odd ones.
+TEST(InterpolatePan, WeighsEachDirectionByTheActivityAcross) {
+    Shorts even = {0, 100, 200, 0, 100, 200, 0, 100, 200}, odd(9, 300);
+    Shorts full(36), atEven(9), atOdd(9), work(6 * 9);
+    Scratch scratch(2 * 9);
+    g_dynamicBuffer1 = reinterpret_cast<unsigned char*>(work.data());
+    ASSERT_EQ(Alg_InterpolatePan(even.data(), odd.data(), 6, 6, full.data(), atEven.data(), atOdd.data(), nullptr), 0);
+    // Inside (201 * 300 + 1 * 150) / 202 and (300 + 100) / 2; in the ring the samples stand for everything, from
+    // 301 * 300 / 902 over (501 * 300 + 701 * 100) / 1202 to (701 * 300 + 801 * 200) / 1502.
+    EXPECT_EQ(atEven, (Shorts{100, 183, 246, 100, 299, 246, 100, 183, 246}));
+    EXPECT_EQ(atOdd, (Shorts{100, 183, 246, 100, 200, 246, 100, 183, 246}));
+    EXPECT_EQ(full[14], 100);
+    EXPECT_EQ(full[15], Linear12toGamma10[299]);
+    EXPECT_EQ(full[20], 200);
+    EXPECT_EQ(full[21], Linear12toGamma10[300]);
 }
 
 TEST(GenerateLow, FormsDifferencesInGamma) {
@@ -84,133 +44,94 @@ TEST(GenerateLow, FormsDifferencesInGamma) {
     EXPECT_EQ(panAtOdd, (Shorts{23, 0}));
 }
 
-TEST_P(KernelLevels, UpSamplingFollowsTheFormula) {
-    const int qw = 22, qh = 8, w = 2 * qw, h = 2 * qh;
-    const size_t Q = static_cast<size_t>(qw * qh);
+TEST(UpSampling, InterpolatesPan) {
+    Ints low = {0, 16, 160, 176}, up(16);
+    Scratch scratch(16 * 4);
+    ASSERT_EQ(Alg_LowPanUpSample(low.data(), 2, 2, up.data(), nullptr), 0);
+    EXPECT_EQ(up, (Ints{0, 4, 12, 16, 40, 44, 52, 56, 120, 124, 132, 136, 160, 164, 172, 176}));
+}
+
+// A colour that has one value all over comes back with it; the corner, which nothing is added to, is divided as well.
+TEST(UpSampling, KnowsEveryMosaic) {
+    const int qw = 8, qh = 6, w = 2 * qw, h = 2 * qh;
+    const size_t Q = qw * qh;
     const char* const mosaics[4] = {"GRBG", "BGGR", "RGGB", "GBRG"};
-    const std::vector<float> sums = {1, 2, 1}, means = {0.25F, 0.5F, 0.25F};
-    const auto twice = [](Ints plane, int width, int height, const std::vector<float>& kernel) {
-        return ConvolveBySite(ConvolveBySite(plane, width, height, kernel, 3, 1), width, height, kernel, 1, 3);
-    };
-    const auto expanded = [&](const Ints& low) {
-        Ints full(4 * Q);
-        for (int y = 0; y < h; ++y) {
-            for (int x = 0; x < w; ++x) {
-                full[static_cast<size_t>(y * w + x)] = low[static_cast<size_t>(y / 2 * qw + x / 2)];
-            }
-        }
-        return twice(full, w, h, means);
-    };
-    Scratch scratch(16 * Q);
-    Log log;
-    const Ints mosaic = SignedNoise<int>(4, static_cast<int>(Q), 1 << 26);
-    Ints source = mosaic, up(4 * Q);
-    ASSERT_EQ(Alg_LowPanUpSample(source.data(), qw, qh, up.data(), log), 0);
-    EXPECT_EQ(up, expanded(mosaic));
-    // Also from inside the result, and from the scratch that the filters take.
-    std::copy(mosaic.begin(), mosaic.end(), up.begin());
-    ASSERT_EQ(Alg_LowPanUpSample(up.data(), qw, qh, up.data(), log), 0);
-    EXPECT_EQ(up, expanded(mosaic));
-    int* const inScratch = reinterpret_cast<int*>(g_dynamicBuffer);
-    std::copy(mosaic.begin(), mosaic.end(), inScratch);
-    ASSERT_EQ(Alg_LowPanUpSample(inScratch, qw, qh, up.data(), log), 0);
-    EXPECT_EQ(up, expanded(mosaic));
+    const int values[3] = {8000, -1600, 56};
     for (int pattern = 0; pattern < 4; ++pattern) {
-        Ints low(3 * Q), planes[3] = {up, up, up};
+        const auto colorAt = [&](int y, int x) {
+            return static_cast<int>(std::string("RGB").find(mosaics[pattern][y % 2 * 2 + x % 2]));
+        };
+        Ints mosaic, low(3 * Q), planes[3] = {Ints(4 * Q), Ints(4 * Q), Ints(4 * Q)};
+        for (int p = 0; p < static_cast<int>(Q); ++p) {
+            mosaic.push_back(values[colorAt(p / qw, p % qw)]);
+        }
+        Scratch scratch(16 * Q);
         g_dynamicBuffer1 = reinterpret_cast<unsigned char*>(low.data());
-        // In place of the three low planes, in the scratch and apart.
-        int* const places[4] = {low.data(), low.data() + Q, inScratch, source.data()};
-        std::copy(mosaic.begin(), mosaic.end(), places[pattern]);
-        ASSERT_EQ(Alg_LowColorDiffUpSample(places[pattern], qw, qh, pattern, planes[0].data(), planes[1].data(),
-                                           planes[2].data(), log),
+        ASSERT_EQ(Alg_LowColorDiffUpSample(mosaic.data(), qw, qh, pattern, planes[0].data(), planes[1].data(),
+                                           planes[2].data(), nullptr),
                   0);
         for (int c = 0; c < 3; ++c) {
-            Ints sparse(Q);
-            for (int p = 0; p < static_cast<int>(Q); ++p) {
-                const char site = mosaics[pattern][p / qw % 2 * 2 + p % qw % 2];
-                sparse[static_cast<size_t>(p)] = site == "RGB"[c] ? mosaic[static_cast<size_t>(p)] : 0;
+            EXPECT_EQ(planes[c][0], colorAt(0, 0) == c ? values[c] / (c == 1 ? 8 : 4) : 0);
+            for (int y = 3; y < h - 3; ++y) {
+                for (int x = 3; x < w - 3; ++x) {
+                    ASSERT_EQ(planes[c][static_cast<size_t>(y * w + x)], values[c]) << pattern << " " << c;
+                }
             }
-            sparse = twice(sparse, qw, qh, sums);
-            for (int& v : sparse) {
-                v /= c == 1 ? 8 : 4;
-            }
-            EXPECT_EQ(planes[c], expanded(sparse)) << "pattern " << pattern << " colour " << c;
         }
     }
-    EXPECT_EQ(Alg_LowColorDiffUpSample(source.data(), qw, qh, 4, nullptr, nullptr, nullptr, log), -1);
+    Log log;
+    EXPECT_EQ(Alg_LowColorDiffUpSample(nullptr, qw, qh, 4, nullptr, nullptr, nullptr, log), -1);
     EXPECT_STREQ(log.text, "CFA pattern error.\n");
 }
 
-TEST_P(KernelLevels, ColorCorrectionFollowsTheFormula) {
-    const int w = 307, h = 3, N = w * h;
-    Ints r = SignedNoise<int>(11, N, 900 << 16), g = SignedNoise<int>(12, N, 900 << 16),
-         b = SignedNoise<int>(13, N, 900 << 16);
-    Ints pan = NoiseSamples<int>(14, static_cast<size_t>(N), 1100U << 16);
-    std::vector<unsigned char> rgb(static_cast<size_t>(3 * N));
-    Shorts tone = NoiseSamples<short>(15, 4096, 1000);  // the low byte counts
-    const float m[9] = {1.657F, -0.5325F, -0.1245F, -0.106F, 1.443F, -0.337F, 0.131F, -0.445F, 1.314F};
-    Alg_ColorCorrection(r.data(), g.data(), b.data(), pan.data(), w, h, m[0], m[1], m[2], m[3], m[4], m[5], m[6], m[7],
-                        m[8], rgb.data(), tone.data(), nullptr);
-    for (size_t p = 0; p < r.size(); ++p) {
-        const auto linear = [&](int diff) {
-            return static_cast<float>(Gamma10toLinear12[std::clamp((pan[p] + diff) / 65536, 0, 1023)]);
-        };
-        const float R = linear(r[p]), G = linear(g[p]), B = linear(b[p]);
-        for (size_t c = 0; c < 3; ++c) {
-            const float out = std::fma(B, m[3 * c + 2], std::fma(R, m[3 * c], G * m[3 * c + 1]));
-            const int index = std::clamp(static_cast<int>(out), 0, 4095);
-            ASSERT_EQ(rgb[3 * p + c], static_cast<unsigned char>(tone[static_cast<size_t>(index)])) << p;
-        }
-    }
+Shorts IdentityTones() {
+    Shorts tones(4096);
+    std::iota(tones.begin(), tones.end(), static_cast<short>(0));
+    return tones;
 }
 
-TEST_P(KernelLevels, SharpnessFollowsTheFormula) {
-    for (const float sharpenParam : {40.0F, 3.0F, 0.0F}) {
-        const int w = 291, h = 9, N = w * h;
-        const size_t n = static_cast<size_t>(N);
-        const float maxSharpen = 1.5F, high = 2.0F, low = 0.5F;
-        const Shorts noisy = NoiseSamples<short>(21, n, 1023);
-        const Ints cleaned = SignedNoise<int>(22, N, 1100 << 16);
-        const auto before = NoiseSamples<unsigned char>(23, n * 3, 255);
-        Shorts fullPan = noisy, edges(2 * n);
-        Ints panUp = cleaned, lowpass(n);
-        auto rgb = before;
-        Scratch scratch(4 * n);
-        g_dynamicBuffer1 = reinterpret_cast<unsigned char*>(edges.data());
-        g_dynamicBuffer2 = reinterpret_cast<unsigned char*>(lowpass.data());
-        Log log;
-        short* tone = const_cast<short*>(static_cast<const short*>(Tonescale12));
-        ASSERT_EQ(Alg_Sharpness(rgb.data(), fullPan.data(), panUp.data(), w, h, sharpenParam, maxSharpen, high, low,
-                                tone, log),
-                  0);
+TEST(ColorCorrection, MixesLinearColours) {
+    // Codes below 276 are linear. A sum below 0 counts as 0, one of 1100 as 1023, which is 4095.
+    const int code = 1 << 16;
+    Ints pan = {100 * code, 100 * code + 65535, 5 * code}, red = {100 * code, 0, 1095 * code},
+         green = {0, 100 * code, -6 * code}, blue = {-60 * code, 0, 0};
+    std::vector<unsigned char> rgb(9);
+    Shorts tones = IdentityTones();
+    Alg_ColorCorrection(red.data(), green.data(), blue.data(), pan.data(), 3, 1, 0.5F, 0.25F, 0.125F, 0, -1, 0, 1, 0, 0,
+                        rgb.data(), tones.data(), nullptr);
+    // 0.5 * 200 + 0.25 * 100 + 0.125 * 40, and so on; of 2048 and of 4095 the low byte is stored.
+    EXPECT_EQ(rgb, (std::vector<unsigned char>{130, 0, 200, 112, 0, 100, 0, 0, 255}));
+}
 
-        Shorts t(n);
-        Ints lp(n);
-        for (size_t p = 0; p < n; ++p) {
-            t[p] = Tonescale12[Gamma10toLinear12[std::clamp(cleaned[p] / 65536, 0, 1023)]];
-            lp[p] = t[p] << 16;
-        }
-        const Shorts edgeA = ConvolveBySite(t, w, h, {0, 1, 0, -1, 0, -1, 0, 1, 0}, 3, 3);
-        const Shorts edgeB = ConvolveBySite(t, w, h, {1, 0, -1, 0, 0, 0, -1, 0, 1}, 3, 3);
-        const std::vector<float> binomial = {0.25F, 0, 0.5F, 0, 0.25F};
-        lp = ConvolveBySite(ConvolveBySite(lp, w, h, binomial, 5, 1), w, h, binomial, 1, 5);
-        for (size_t p = 0; p < n; ++p) {
-            const int l = lp[p] / 65536;
-            const auto root = [](int code) { return std::sqrt(static_cast<double>(Gamma10toLinear12[code])); };
-            const auto threshold =
-                static_cast<float>((32.0 - root(std::clamp(l, 0, 255))) * static_cast<double>(sharpenParam) * 0.03125);
-            const auto restore = static_cast<float>(std::fma(1.5, root(std::clamp<int>(t[p], 0, 255)) * 0.03125, 0.5));
-            float gain = static_cast<float>(std::abs(edgeA[p]) + std::abs(edgeB[p])) / threshold - 1.0F;
-            gain = std::isnan(gain) ? 0.0F : std::min(std::max(gain, 0.0F), maxSharpen);
-            const short full = Tonescale12[Gamma10toLinear12[noisy[p]]];
-            const float detail =
-                std::fma(static_cast<float>(full - t[p]), restore, static_cast<float>(t[p] - l) * gain);
-            for (size_t c = 0; c < 3; ++c) {
-                const float v = static_cast<float>(before[3 * p + c]) + detail;
-                ASSERT_EQ(rgb[3 * p + c], std::clamp(static_cast<int>(v), 0, 255)) << p;
+// A step from 100 to 121 in cleaned pan, which is 2 below the noisy one.
+TEST(Sharpness, AmplifiesWhatSticksOutAndGivesNoiseBack) {
+    const int w = 7, h = 5;
+    const auto sharpened = [&](float maxSharpen, float noise) {
+        Shorts noisy(w * h, 102), edges(2 * w * h), tones = IdentityTones();
+        Ints clean(w * h, 100 << 16), lowpass(w * h);
+        for (size_t p = 0; p < clean.size(); ++p) {
+            if (p % w > 3) {
+                clean[p] = (121 << 16) + 65535;
+                noisy[p] = 123;
             }
         }
-    }
+        std::vector<unsigned char> rgb(3 * w * h, 50);
+        Scratch scratch(4 * w * h);
+        g_dynamicBuffer1 = reinterpret_cast<unsigned char*>(edges.data());
+        g_dynamicBuffer2 = reinterpret_cast<unsigned char*>(lowpass.data());
+        EXPECT_EQ(Alg_Sharpness(rgb.data(), noisy.data(), clean.data(), w, h, 8, maxSharpen, noise, noise, tones.data(),
+                                nullptr),
+                  0);
+        std::vector<int> row;
+        for (size_t x = 0; x < w; ++x) {
+            row.push_back(rgb[3 * (2 * w + x) + 1]);
+        }
+        return row;
+    };
+    // The surroundings are 105.25 and 115.75 beside the step, the edge responses 21, over thresholds of 5.44 and 5.32.
+    EXPECT_EQ(sharpened(0, 0.5F), (std::vector<int>{51, 51, 51, 51, 51, 51, 51}));
+    EXPECT_EQ(sharpened(2, 0), (std::vector<int>{50, 50, 50, 40, 62, 50, 50}));
+    EXPECT_EQ(sharpened(100, 0), (std::vector<int>{50, 50, 50, 35, 67, 50, 50}));
 }
 
 TEST(ImageProcess, TellsItsSizes) {

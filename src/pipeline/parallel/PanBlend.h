@@ -5,8 +5,8 @@
 //     Blending::Predict(a, b)             from the samples on either side
 //     Blending::Own(sample)               on the rim, where the samples of the cell stand in for everything
 //     Blending::Blend(predA, predB, a, b) with the activities as weights
-#ifndef ORV_PIPELINE_PANBLEND_H
-#define ORV_PIPELINE_PANBLEND_H
+#ifndef ORV_PIPELINE_PARALLEL_PANBLEND_H
+#define ORV_PIPELINE_PARALLEL_PANBLEND_H
 
 #include "rows/Simd.h"
 
