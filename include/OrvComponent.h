@@ -13,8 +13,8 @@ typedef struct OrvComponent OrvComponent;
 // Parameters of one component, by name. Obtained from OrvBayer_GetComponent or OrvTrueSense_GetComponent;
 // the component owns it, and it ends with the component. One thread at a time, never during a conversion.
 //
-// Names are case-sensitive. Every operation returns a status word (OrvImage.h); on failure neither the
-// parameter nor the caller's memory has changed, save a length that is reported. A write takes effect with
+// Names are case-sensitive. Every operation returns a status word (OrvImage.h), code 7 for a null argument; on failure
+// neither the parameter nor the caller's memory has changed, save a length that is reported. A write takes effect with
 // the next conversion.
 class OrvComponent {
 public:
@@ -30,8 +30,9 @@ public:
     // too short gives code 6 and the needed length in `*length`. An index out of range gives "".
     virtual uint32_t GetParamName(unsigned index, char* name, unsigned* length) = 0;
 
-    // Value as text. `format` is a printf format for one `long` or `double`, as the parameter's type is, or
-    // null for the shortest text that reads back to the same value. `length` as in GetParamName.
+    // Value as text. `format` is a printf format for one `long` ("%ld") or `double` ("%f", "%lf"), as the parameter's
+    // type is, else code 12; null gives the shortest text that reads back to the same value. `length` as in
+    // GetParamName.
     virtual uint32_t GetParamAsString(char* name, char* value, unsigned* length, char const* format) = 0;
 
     // Parses the whole text.

@@ -141,7 +141,7 @@ typedef enum OrvStatusCode ORV_UINT32_ENUM {
     OrvStatusNoMemory = 9,        // memory for a work plane could not be obtained
     OrvStatusNotFound = 10,       // no parameter of that name
     OrvStatusWrongType = 11,      // the parameter has another type
-    OrvStatusOutOfRange = 12      // the value is outside the parameter's range, or no number
+    OrvStatusOutOfRange = 12      // the value is outside the parameter's range or no number, or a format does not fit
 } OrvStatusCode;
 
 // A short English text for a status word; never null, static storage.
@@ -166,7 +166,7 @@ ORV_INLINE const char* OrvStatusText(uint32_t status) {
     case OrvStatusNoMemory: return "no memory for a work plane";
     case OrvStatusNotFound: return "unknown parameter name";
     case OrvStatusWrongType: return "the parameter has another type";
-    case OrvStatusOutOfRange: return "the value is out of range or not a number";
+    case OrvStatusOutOfRange: return "the value is out of range or not a number, or the format does not fit it";
     default: return "unknown failure";
     }
 }

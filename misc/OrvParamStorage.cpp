@@ -68,8 +68,8 @@ bool Parse(const char* text, T* value) {
     return result.ec == std::errc() && result.ptr == end && text != end;
 }
 
-// True for a printf format with exactly one conversion, fit for a `long` ("%ld", "%5lx") or a `double` ("%.3f"), so
-// that a format from outside can't read arguments that are not there.
+// True for a printf format with exactly one conversion, fit for a `long` ("%ld", "%5lx") or a `double` ("%.3f", "%lf"),
+// so that a format from outside can't read arguments that are not there.
 bool FormatFits(const char* format, bool isFloat) {
     int conversions = 0;
     for (const char* p = format; *p != '\0'; ++p) {
@@ -86,11 +86,10 @@ bool FormatFits(const char* format, bool isFloat) {
             ++p;
             p += std::strspn(p, "0123456789");
         }
-        if (!isFloat) {
-            if (*p != 'l') {
-                return false;
-            }
+        if (*p == 'l') {
             ++p;
+        } else if (!isFloat) {
+            return false;
         }
         if (*p == '\0' || std::strchr(isFloat ? "fFeEgGaA" : "diuxXo", *p) == nullptr) {
             return false;
@@ -215,7 +214,7 @@ uint32_t OrvParamStorage::GetParamAsString(char* name, char* value, unsigned* le
         text.assign(buffer, end.ptr);
     } else {
         if (!FormatFits(format, isFloat)) {
-            return kWrongType;
+            return kOutOfRange;
         }
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"

@@ -28,8 +28,8 @@ struct _OrvStParam {
 // The container. Getters read and setters write the bound variables, so both sides stay in step.
 //
 // Results: 0, or 0x80000000 or-ed with a type (1 in bits 16 to 23) and a code: 6 buffer too short (the needed
-// length is reported), 7 null argument, 10 name not found, 11 wrong type, 12 out of range or not parseable.
-// After a failure nothing has changed. The trailing `checkRange` of the setters asks for the range test.
+// length is reported), 7 null argument, 10 name not found, 11 wrong type, 12 out of range, not parseable, or a format
+// that does not fit the type. After a failure nothing has changed. The trailing `checkRange` of the setters asks for the range test.
 // Not synchronised.
 class ORV_MISC_API OrvParamStorage {
 public:
@@ -50,7 +50,8 @@ public:
     uint32_t GetParamFloat(char* name, double* value);
     uint32_t GetParamString(char* name, char* value, unsigned* length);
     uint32_t GetParamArray(char* name, void* value, unsigned* length);
-    // `format` is a printf format for one `long` or `double`; null gives the shortest text that reads back.
+    // `format` is a printf format for one `long` ("%ld") or `double` ("%f", "%lf"); null gives the shortest text that
+    // reads back.
     uint32_t GetParamAsString(char* name, char* value, unsigned* length, char const* format);
 
     uint32_t SetParamInt(char* name, long value, bool checkRange);  // floats too, when the value is exact there

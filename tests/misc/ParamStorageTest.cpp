@@ -105,13 +105,16 @@ TEST_F(ParamStorage, ValuesReadBackAsText) {
     gain = 0.1;
     EXPECT_EQ(Text(gainName, nullptr), "0.1");
     EXPECT_EQ(Text(gainName, "%.3f"), "0.100");
+    EXPECT_EQ(Text(gainName, "%lf"), "0.100000");
+    EXPECT_EQ(Text(gainName, "%.1le"), "1.0e-01");
     EXPECT_EQ(Text(countName, "%04ld%%"), "0003%");
     // Formats that would read other arguments than the one value.
-    for (const char* bad : {"%d", "%s", "%ld%ld", "none", "%", "%l", "%*ld", "%n", "%f"}) {
-        EXPECT_EQ(Text(countName, bad), "11") << bad;
+    for (const char* bad : {"%d", "%s", "%ld%ld", "none", "%", "%l", "%*ld", "%n", "%f", "%lf"}) {
+        EXPECT_EQ(Text(countName, bad), "12") << bad;
     }
-    EXPECT_EQ(Text(gainName, "%ld"), "11");
-    EXPECT_EQ(Text(gainName, "%Lf"), "11");
+    for (const char* bad : {"%ld", "%Lf", "%llf", "%l"}) {
+        EXPECT_EQ(Text(gainName, bad), "12") << bad;
+    }
     char small[3] = "#";
     unsigned length = 3;
     EXPECT_EQ(storage.GetParamAsString(gainName, small, &length, nullptr), kTooShort);
