@@ -29,8 +29,8 @@ struct _OrvStParam {
 //
 // Results: 0, or 0x80000000 or-ed with a type (1 in bits 16 to 23) and a code: 6 buffer too short (the needed
 // length is reported), 7 null argument, 10 name not found, 11 wrong type, 12 out of range, not parseable, or a format
-// that does not fit the type. After a failure nothing has changed. The trailing `checkRange` of the setters asks for the range test.
-// Not synchronised.
+// that does not fit the type. After a failure nothing has changed. The trailing `checkRange` of the setters asks for
+// the range test. Not synchronised.
 class ORV_MISC_API OrvParamStorage {
 public:
     explicit OrvParamStorage(unsigned reserved);
