@@ -3,6 +3,8 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <cstdio>
+#include <cstring>
 
 #if __has_include(<sys/single_threaded.h>)
 #include <sys/single_threaded.h>
@@ -32,8 +34,34 @@ void InChild() {
     }
 }
 
-// When the library is loaded: a pool may have its threads before the first conversion.
-__attribute__((constructor)) void WatchForks() { pthread_atfork(BeforeFork, nullptr, InChild); }
+// True for a process made by fork(), without exec() since, that has one thread now: what the kernel tells of it.
+bool IsForkedWithOneThread() {
+    std::FILE* const file = std::fopen("/proc/self/stat", "re");
+    if (file == nullptr) {
+        return false;
+    }
+    char text[1024];
+    text[std::fread(text, 1, sizeof(text) - 1, file)] = '\0';
+    std::fclose(file);
+    // Behind the program's name, which may hold anything.
+    const char* const fields = std::strrchr(text, ')');
+    unsigned flags = 0;
+    long threads = 0;
+    constexpr unsigned kForkedWithoutExec = 0x40;
+    return fields != nullptr &&
+           std::sscanf(fields, ") %*c %*d %*d %*d %*d %*d %u %*u %*u %*u %*u %*u %*u %*d %*d %*d %*d %ld", &flags,
+                       &threads) == 2 &&
+           (flags & kForkedWithoutExec) != 0 && threads == 1;
+}
+
+// When the library is loaded: pools may have their threads before the first conversion. A child that loads it has seen
+// no fork, but knows of threads that it does not have.
+__attribute__((constructor)) void WatchForks() {
+    pthread_atfork(BeforeFork, nullptr, InChild);
+    if (HasThreads() && IsForkedWithOneThread()) {
+        g_forkedFromThreads.store(true, std::memory_order_relaxed);
+    }
+}
 
 }  // namespace
 

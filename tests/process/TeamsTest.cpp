@@ -2,11 +2,10 @@
 // threads.
 #include <gtest/gtest.h>
 #include <omp.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "OrvBayer.h"
 #include "OrvTrueSense.h"
+#include "support/Child.h"
 #include "support/Image.h"
 #include "support/Noise.h"
 #include "support/Threads.h"
@@ -14,6 +13,7 @@
 namespace {
 
 using orvtest::CountThreads;
+using orvtest::ExpectInChild;
 using orvtest::Image;
 
 constexpr int kSide = 256;
@@ -40,20 +40,6 @@ std::vector<std::vector<uint8_t>> ConvertAll(int threads) {
         OrvTrueSense_DeleteComponent(component);
     }
     return results;
-}
-
-// Runs `child`, true for success, in a forked process. A hang ends by the alarm.
-template <class Child>
-void ExpectInChild(const Child& child) {
-    const pid_t id = fork();
-    ASSERT_GE(id, 0);
-    if (id == 0) {
-        alarm(60);
-        _exit(child() ? 0 : 1);
-    }
-    int status = -1;
-    ASSERT_EQ(id, waitpid(id, &status, 0));
-    EXPECT_EQ(0, status);
 }
 
 TEST(Teams, AllHaveTheSizeAskedFor) {
@@ -113,6 +99,20 @@ TEST(Fork, ChildrenConvertBayerAfterThreadsOfOpenCv) {
     const auto expected = ConvertBayer();
     for (int i = 0; i < 50; ++i) {
         ExpectInChild([&] { return ConvertBayer() == expected && CountThreads() == 1; });
+    }
+}
+
+TEST(Fork, ChildConvertsBayerFrames) {
+    Image source(OrvPixelBayerRG12, 12, 800, 600, 2 * 800);
+    std::memset(source.Data(), 5, 600 * 2 * 800);
+    const auto convert = [&source](int algorithm) {
+        Image result(OrvPixelRGB12, 12, 800, 600, 6 * 800);
+        EXPECT_EQ(0U, BayerToColor(&source.record, &result.record, algorithm));
+        return result.bytes;
+    };
+    for (int algorithm = 0; algorithm < 3; ++algorithm) {
+        const auto expected = convert(algorithm);
+        ExpectInChild([&] { return convert(algorithm) == expected && CountThreads() == 1; });
     }
 }
 
