@@ -10,7 +10,7 @@ import numpy as np
 from numpy.typing import DTypeLike, NDArray
 
 from ._formats import bayer_word, choose, colour_word, truesense_word
-from ._library import BAYER, TRUESENSE, Component, Image, check, helpers, library
+from ._library import BAYER, TRUESENSE, Component, Image, OrvError, check, helpers, library
 from ._parameters import ComponentParameters, check_names
 
 _Frame = NDArray[Any]  # uint8 or uint16
@@ -134,7 +134,8 @@ class Demosaicer:
     @property
     def method(self) -> str:
         """How frames are converted, a word of :func:`demosaic` or :func:`truesense`."""
-        return list(self._family.methods)[self._algorithm()]
+        number = self._algorithm()
+        return next((word for word, each in self._family.methods.items() if each == number), str(number))
 
     @method.setter
     def method(self, method: str) -> None:
@@ -160,7 +161,9 @@ class Demosaicer:
                 if raw.shape != self._shape or (bits > 8 and not self._carry):
                     component.release()
                 self._shape = raw.shape
-            check(f"{self._family.algorithm} {algorithm}", component.convert(source, _record(colour, colour_bits, out)))
+            status = component.convert(source, _record(colour, colour_bits, out))
+            if status != 0:
+                raise OrvError(f"method {self.method!r}", status)
         return out
 
     def reset(self) -> None:
