@@ -53,7 +53,7 @@ def test_truesense_pictures_are_the_tools(tmp_path: Path, bits: int) -> None:
                 continue  # no such conversion
             depth = ["--bits=8"] if dtype == np.uint8 else ["--raw-values"]
             word = f"TrueSense{bits}g6"
-            expected = by_tool(tmp_path, raw, word, algorithm, "--set=redGain=1.5", "--threads=2", *depth)
+            expected = by_tool(tmp_path, raw, word, algorithm, "--set=redGain=1.5", "--threads=1", *depth)
             picture = orv.truesense(raw, 6, bits, method, dtype, redGain=1.5)
             np.testing.assert_array_equal(picture, expected)
             convert = orv.Demosaicer(grid=6, bits=bits, method=method, dtype=dtype, threads_num=1)
