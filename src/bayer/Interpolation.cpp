@@ -43,7 +43,7 @@ bool IsRefused(const _OrvImage& image, int64_t channels) {
 // Calls rows(y0, y1) for parts of [0, height), from OpenCV's threads where each gets a part worth waking it for.
 template <class Rows>
 void SpreadRows(int height, int64_t rowBytes, const Rows& rows) {
-    constexpr double kPartBytes = 1 << 18;
+    constexpr double kPartBytes = 1 << 17;
     const double parts = static_cast<double>(rowBytes) * height / kPartBytes;
     if (parts < 2 || ForkedFromThreads()) {
         rows(0, height);
