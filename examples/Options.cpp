@@ -27,7 +27,7 @@ std::vector<double> Numbers(const std::string& option, const std::string& text, 
         const bool last = numbers.size() > separators.size();
         if (end == at || !std::isfinite(numbers.back()) ||
             (last ? *end != '\0' : *end != separators[numbers.size() - 1])) {
-            Fail(option + ": '" + text + "' is not " + form);
+            Fail(std::string(option).append(": '").append(text).append("' is not ").append(form));
         }
         at = end + 1;
     }
