@@ -29,7 +29,7 @@ struct Balance {
 };
 
 // The fields stand by what they are for.
-struct Options {  // NOLINT(clang-analyzer-optin.performance.Padding)
+struct Options {                // NOLINT(clang-analyzer-optin.performance.Padding)
     std::vector<Input> inputs;  // after ranges and --part; none: the scene
     bool several = false;       // more than one input, before --part
     bool nothingLeft = false;   // --part leaves this job without an input
