@@ -116,8 +116,8 @@ typedef struct tagTrueSenseParam {
 // Parameters: `TrueSenseAlgType`, `NoRealloc` (0 or 1, without effect), then the fields of tagTrueSenseParam from
 // `threads_num` to `lowLumaNoise`. `TrueSenseAlgType` chooses the engine: 0 fast integer reconstruction (the default),
 // 1 white balance, pan and colour differences of 2 by 2 blocks, 2 bilinear colour of half the resolution over full-size
-// pan, 3 a pipeline with noise model, cleaning and sharpening, in 12 bits and parallel, 4 its reference form, in 8 bits
-// and mostly on one thread. Numbers 5 and 6 have no engine and fail every conversion.
+// pan, 3 a pipeline with noise model, cleaning and sharpening, in 12 bits, 4 its reference form, which ends in 8 bits
+// and takes tone tables of 8 bits. Numbers 5 and 6 have no engine and fail every conversion.
 //
 // Source: one of the 64 TrueSense words (OrvPixelTrueSense). Destination: from 8-bit sources the four 8-bit
 // words; from deeper ones the 8-bit words and all eight 16-bit words. The fourth channel of RGBA and BGRA

@@ -9,36 +9,47 @@
 namespace orv {
 
 template <class Form>
-size_t StripPipeline<Form>::CutPlanes(void* memory, int W, int H) {
-    LineCutter cutter(memory);
+bool StripPipeline<Form>::MakeSettings(int W, int H) {
+    if (!settingsMemory_.Reserve(sizeof(Settings))) {
+        return false;
+    }
+    settings_ = new (settingsMemory_.Data()) Settings;
     for (LowPlane* plane : {&color_, &pan_}) {
         plane->n = W / 2;
         plane->rows = H / 2;
-        plane->codes = cutter.Plane<int16_t>(plane->rows, plane->n);
-        for (Lines<int32_t>& work : plane->work) {
-            work = cutter.Plane<int32_t>(plane->rows, plane->n);
-        }
+        plane->color = plane == &color_;
+        plane->passes = plane->color ? &settings_->color : &settings_->pan;
     }
-    color_.color = true;
-    color_.panSum = pan_.panSum = pan_.codes;
-    frame_.fullPan = cutter.Plane<typename Form::FullPan>(H, W);
-    return cutter.Bytes();
-}
-
-template <class Form>
-bool StripPipeline<Form>::ReservePlanes(int W, int H) {
-    if (!settingsMemory_.Reserve(sizeof(Settings)) || !planes_.Reserve(CutPlanes(nullptr, W, H))) {
-        return false;
-    }
-    CutPlanes(planes_.Data(), W, H);
-    settings_ = new (settingsMemory_.Data()) Settings;
-    color_.passes = &settings_->color;
-    pan_.passes = &settings_->pan;
     frame_.W = W;
     frame_.H = H;
     frame_.settings = settings_;
     frame_.color = &color_;
     frame_.pan = &pan_;
+    return true;
+}
+
+template <class Form>
+size_t StripPipeline<Form>::CutPlanes(void* memory) {
+    LineCutter cutter(memory);
+    for (LowPlane* plane : {&color_, &pan_}) {
+        plane->codes = cutter.Plane<int16_t>(plane->rows, plane->n);
+        for (Lines<int32_t>& work : plane->work) {
+            work = plane->InRings() ? Lines<int32_t>() : cutter.Plane<int32_t>(plane->rows, plane->n);
+        }
+    }
+    color_.panSum = pan_.panSum = pan_.codes;
+    if (settings_->sharpen) {
+        frame_.fullPan = cutter.Plane<typename Form::FullPan>(frame_.H, frame_.W);
+    }
+    return cutter.Bytes();
+}
+
+template <class Form>
+bool StripPipeline<Form>::ReservePlanes() {
+    if (!planes_.Reserve(CutPlanes(nullptr))) {
+        return false;
+    }
+    CutPlanes(planes_.Data());
     return true;
 }
 

@@ -18,11 +18,11 @@ public:
     // suffices. `threads` share its rows, 0 for the process's default. False when memory ran out.
     template <class Param>
     bool Reserve(int W, int H, const Param& param, int threads) {
-        if (!ReservePlanes(W, H)) {
+        if (!MakeSettings(W, H)) {
             return false;
         }
         settings_->Fill(param, W / 2, H / 2);
-        return ReserveLines(threads);
+        return ReservePlanes() && ReserveLines(threads);
     }
     // Frees the memory.
     void Release();
@@ -31,9 +31,10 @@ public:
 
 private:
     using Settings = typename Form::Settings;
-    bool ReservePlanes(int W, int H);
+    bool MakeSettings(int W, int H);
+    bool ReservePlanes();
     bool ReserveLines(int threads);
-    size_t CutPlanes(void* memory, int W, int H);
+    size_t CutPlanes(void* memory);
 
     Settings* settings_ = nullptr;
     LowPlane color_ = {}, pan_ = {};
