@@ -4,18 +4,20 @@
     scaling.py [--seconds S] [--rounds N]
 
 Prints a table of ratios to one camera on one thread, and that one's frames per second. Each figure is the best of the
-rounds, which alternate between all arrangements. Needs the Python package and its libraries (ORV_LIBRARY).
+rounds, which alternate between all arrangements. ORV_LIBRARY names the folder of the libraries.
 """
 
 from __future__ import annotations
 
 import argparse
 import os
+import signal
 import subprocess
 import sys
 import threading
 import time
 
+PACKAGE = os.path.join(os.path.dirname(__file__), os.pardir, "python")
 HEIGHT, WIDTH = 1944, 2592
 CASES = {  # settings of a Demosaicer
     "Bayer edge-aware": {"pattern": "RGGB", "method": "edge-aware"},
@@ -90,7 +92,7 @@ def measure(case: str, seconds: float, rounds: int) -> list[float]:
     """Frames per second of each arrangement."""
     groups = []
     for _, processes, cameras, threads, policy in ARRANGEMENTS:
-        environment = {**os.environ, "OMP_WAIT_POLICY": policy, "OPENBLAS_NUM_THREADS": "1"}
+        environment = {**os.environ, "PYTHONPATH": PACKAGE, "OMP_WAIT_POLICY": policy, "OPENBLAS_NUM_THREADS": "1"}
         command = [sys.executable, __file__, "--seconds", str(seconds), "--serve", case, str(cameras), str(threads)]
         pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE, "text": True, "env": environment}
         groups.append([])
@@ -100,14 +102,17 @@ def measure(case: str, seconds: float, rounds: int) -> list[float]:
     best = [0.0] * len(groups)
     for process in sum(groups, []):
         process.stdout.readline()
+        process.send_signal(signal.SIGSTOP)  # threads of an active team spin while it has nothing to do
     for _ in range(rounds):
         for index, group in enumerate(groups):
             for process in group:
+                process.send_signal(signal.SIGCONT)
                 print("go", file=process.stdin, flush=True)
             best[index] = max(best[index], sum(float(process.stdout.readline()) for process in group))
+            for process in group:
+                process.send_signal(signal.SIGSTOP)
     for process in sum(groups, []):
-        process.stdin.close()
-        process.wait()
+        process.kill()
     return best
 
 
