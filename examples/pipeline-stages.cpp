@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Mosaic.h"
+#include "OrvHelpers.h"
 #include "OrvTrueSense.h"
 #include "Scene.h"
 #include "pipeline/reference/ImageProcess.h"
@@ -58,9 +59,9 @@ void SetScratch(std::vector<int>* memory) {
 }
 
 std::vector<uint16_t> NoisyFrame() {
-    const orvtool::SourceWord* word = orvtool::FindSourceWord("TrueSense12g0");
+    const uint32_t word = OrvWord_TrueSense(0, 12);
     orvtool::SceneImage scene = orvtool::RenderScene(kWidth, kHeight);
-    std::vector<float> samples = orvtool::SampleMosaic(scene, *word);
+    std::vector<float> samples = orvtool::SampleMosaic(scene, orvtool::SourceWord(word));
     for (float& sample : samples) {
         sample *= 0.8F;
     }
@@ -71,7 +72,7 @@ std::vector<uint16_t> NoisyFrame() {
         frame[p] = 4095;  // hot sites
     }
     const auto site = [word](size_t p) {
-        return orvtool::SiteColour(*word, static_cast<int>(p) % kWidth, static_cast<int>(p) / kWidth);
+        return OrvWord_Site(word, static_cast<int>(p) % kWidth, static_cast<int>(p) / kWidth);
     };
     Save("1-mosaic", kWidth, kHeight,
          [&](size_t p, int c) { return site(p) == 'P' || site(p) == "RGB"[c] ? FromLinear(frame[p]) : 0; });
