@@ -88,36 +88,6 @@ ORV_ALWAYS_INLINE void PackRowBody(const PackArgs<T>* args) {
 #if defined(__x86_64__)
 // By hand: the compiler takes three times as many shuffles.
 
-// Three rows of words taken in turn, in each 128-bit lane: the first, second and third eight words of its 24. Word j of
-// row i belongs at 3 * j + i, which is one place of eight each, so that one shuffle per row and blends do.
-struct Turns {
-    __m256i first, second, third;
-};
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE Turns TakeInTurn(__m256i a, __m256i b, __m256i c) {
-    a = _mm256_shuffle_epi8(
-        a, _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 6, 7, 12, 13, 2, 3, 8, 9, 14, 15, 4, 5, 10, 11)));
-    b = _mm256_shuffle_epi8(
-        b, _mm256_broadcastsi128_si256(_mm_setr_epi8(10, 11, 0, 1, 6, 7, 12, 13, 2, 3, 8, 9, 14, 15, 4, 5)));
-    c = _mm256_shuffle_epi8(
-        c, _mm256_broadcastsi128_si256(_mm_setr_epi8(4, 5, 10, 11, 0, 1, 6, 7, 12, 13, 2, 3, 8, 9, 14, 15)));
-    return {_mm256_blend_epi16(_mm256_blend_epi16(a, b, 0x92), c, 0x24),
-            _mm256_blend_epi16(_mm256_blend_epi16(c, a, 0x92), b, 0x24),
-            _mm256_blend_epi16(_mm256_blend_epi16(b, c, 0x92), a, 0x24)};
-}
-
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void StoreWords(__m128i words, void* to) {
-    _mm_storeu_si128(static_cast<__m128i*>(to), words);
-}
-// One lane after the other.
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void StoreTurns(const Turns& t, uint8_t* low, uint8_t* high) {
-    StoreWords(_mm256_castsi256_si128(t.first), low);
-    StoreWords(_mm256_castsi256_si128(t.second), low + 16);
-    StoreWords(_mm256_castsi256_si128(t.third), low + 32);
-    StoreWords(_mm256_extracti128_si256(t.first, 1), high);
-    StoreWords(_mm256_extracti128_si256(t.second, 1), high + 16);
-    StoreWords(_mm256_extracti128_si256(t.third, 1), high + 32);
-}
-
 // 32 pixels from x on.
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackPixels(const PackArgs<uint8_t>& row, int x) {
     // Two pixels are three words.
@@ -125,21 +95,21 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackPixels(const PackArgs<uint8_t>& row, 
     const __m256i a = _mm256_or_si256(Words(row.even[0] + k), _mm256_slli_epi16(Words(row.even[1] + k), 8));
     const __m256i b = _mm256_or_si256(Words(row.even[2] + k), _mm256_slli_epi16(Words(row.odd[0] + k), 8));
     const __m256i c = _mm256_or_si256(Words(row.odd[1] + k), _mm256_slli_epi16(Words(row.odd[2] + k), 8));
-    uint8_t* out = row.out + 3 * x;
-    StoreTurns(TakeInTurn(a, b, c), out, out + 48);
+    StoreInterleaved<uint16_t>(a, b, c, reinterpret_cast<uint16_t*>(row.out + 3 * x));
 }
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void PackPixels(const PackArgs<uint16_t>& row, int x) {
-    __m256i low[3];   // pixels 0 to 7 and 16 to 23
-    __m256i high[3];  // 8 to 15 and 24 to 31
+    __m256i low[3];
+    __m256i high[3];
     for (int i = 0; i < 3; ++i) {
         const __m256i even = Words(row.even[i] + x / 2);
         const __m256i odd = Words(row.odd[i] + x / 2);
-        low[i] = _mm256_unpacklo_epi16(even, odd);
-        high[i] = _mm256_unpackhi_epi16(even, odd);
+        const __m256i outer = _mm256_unpacklo_epi16(even, odd);  // pixels 0 to 7 and 16 to 23
+        const __m256i inner = _mm256_unpackhi_epi16(even, odd);  // 8 to 15 and 24 to 31
+        low[i] = _mm256_permute2x128_si256(outer, inner, 0x20);
+        high[i] = _mm256_permute2x128_si256(outer, inner, 0x31);
     }
-    uint8_t* out = reinterpret_cast<uint8_t*>(row.out + 3 * x);
-    StoreTurns(TakeInTurn(low[0], low[1], low[2]), out, out + 96);
-    StoreTurns(TakeInTurn(high[0], high[1], high[2]), out + 48, out + 144);
+    StoreInterleaved<uint16_t>(low[0], low[1], low[2], row.out + 3 * x);
+    StoreInterleaved<uint16_t>(high[0], high[1], high[2], row.out + 3 * x + 48);
 }
 
 template <class T>

@@ -34,50 +34,6 @@ ORV_ALWAYS_INLINE void StorePixelsBody(const int16_t* first, const int16_t* seco
 
 #if defined(__x86_64__)
 // By hand for pixels of three samples: the compiler takes them to their places one by one.
-
-// Sample i of a channel stands at place 3 i + channel, modulo the samples of 16 bytes: in each of three vectors of
-// pixels at a place of its own. Gives the places of its bytes.
-template <class Out>
-struct PixelPlaces {
-    alignas(16) uint8_t from[3][16];
-    alignas(16) uint8_t mine[3][3][16];  // by vector and channel, all bits where the vector takes its sample
-
-    constexpr PixelPlaces() : from(), mine() {
-        constexpr int kSize = sizeof(Out), kCount = 16 / kSize;
-        for (int channel = 0; channel < 3; ++channel) {
-            for (int i = 0; i < kCount; ++i) {
-                const int at = 3 * i + channel;
-                for (int byte = 0; byte < kSize; ++byte) {
-                    from[channel][at % kCount * kSize + byte] = static_cast<uint8_t>(i * kSize + byte);
-                    mine[at / kCount][channel][at % kCount * kSize + byte] = 0xFF;
-                }
-            }
-        }
-    }
-};
-
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256i TwoLanes(const uint8_t* bytes) {
-    return _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(bytes)));
-}
-
-// Two times 16 bytes of each channel.
-template <class Out>
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void StoreThree(const __m256i* channels, Out* dst) {
-    static constexpr PixelPlaces<Out> kPlaces;
-    __m256i moved[3], pixels[3];
-    for (int c = 0; c < 3; ++c) {
-        moved[c] = _mm256_shuffle_epi8(channels[c], TwoLanes(kPlaces.from[c]));
-    }
-    for (int v = 0; v < 3; ++v) {
-        pixels[v] = _mm256_blendv_epi8(_mm256_blendv_epi8(moved[0], moved[1], TwoLanes(kPlaces.mine[v][1])), moved[2],
-                                       TwoLanes(kPlaces.mine[v][2]));
-    }
-    __m256i* to = reinterpret_cast<__m256i*>(dst);
-    _mm256_storeu_si256(to, _mm256_permute2x128_si256(pixels[0], pixels[1], 0x20));
-    _mm256_storeu_si256(to + 1, _mm256_permute2x128_si256(pixels[2], pixels[0], 0x30));
-    _mm256_storeu_si256(to + 2, _mm256_permute2x128_si256(pixels[1], pixels[2], 0x31));
-}
-
 template <class Out>
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void StorePixelsBodyAvx2(const int16_t* first, const int16_t* second,
                                                            const int16_t* third, int shift, ptrdiff_t step, int n,
@@ -97,7 +53,7 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void StorePixelsBodyAvx2(const int16_t* first,
                 channels[c] = _mm256_permute4x64_epi64(_mm256_packus_epi16(channels[c], next), 0xD8);
             }
         }
-        StoreThree(channels, dst + 3 * x);
+        orv::StoreInterleaved<Out>(channels[0], channels[1], channels[2], dst + 3 * x);
     }
     StorePixelsBody(first + x, second + x, third + x, shift, step, n - x, dst + x * step);
 }
