@@ -8,6 +8,7 @@
 #     ./build.sh bench      the table of speeds relative to OpenCV's bilinear conversion
 #     ./build.sh count      instructions per pixel of every engine, against the recorded ones
 #     ./build.sh python     installs what is missing, builds, passes the tests of the Python package
+#     ./build.sh gstreamer  the same for the GStreamer element
 #
 # ORV_TEST_VECTORS names a folder of frames with expected results; the tests that want them skip without.
 set -euo pipefail
@@ -45,6 +46,7 @@ logged() {
 library="g++ cmake ninja-build libopencv-core-dev libopencv-imgproc-dev"
 tool="libopencv-imgcodecs-dev libcli11-dev"
 camera="libaravis-dev libusb-1.0-0-dev"
+gstreamer="libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev"
 python="python3-numpy python3-pytest python3-distributed"
 tests="libgtest-dev libbenchmark-dev pkg-config binutils"
 
@@ -63,7 +65,7 @@ demo)
     echo "See demo.png and demo-sheet.png."
     ;;
 test)
-    need $library $tool $tests $camera
+    need $library $tool $tests $camera $gstreamer
     build ci
     ctest --preset ci -j "$jobs"
     ;;
@@ -73,10 +75,10 @@ sanitize)
     ctest --preset sanitize -j "$jobs"
     ;;
 lint)
-    need $library $tool $tests $camera clang-format clang-tidy
+    need $library $tool $tests $camera $gstreamer clang-format clang-tidy
     git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
     build ci
-    git ls-files 'src/*.cpp' 'misc/*.cpp' 'helpers/*.cpp' 'examples/*.cpp' | xargs -P "$jobs" -n 2 clang-tidy --quiet -p build/ci
+    git ls-files 'src/*.cpp' 'misc/*.cpp' 'helpers/*.cpp' 'examples/*.cpp' 'gstreamer/*.cpp' | xargs -P "$jobs" -n 2 clang-tidy --quiet -p build/ci
     ;;
 bench)
     need $library $tool $tests
@@ -95,8 +97,13 @@ python)
     export ORV_LIBRARY=$PWD/build/python/lib PATH=$PWD/build/python/bin:$PATH
     /usr/bin/python3 -m pytest -q python "${@:2}"
     ;;
+gstreamer)
+    need $library $tool $tests $camera $gstreamer gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-bad
+    build ci
+    ctest --preset ci -R '^gstreamer\.' --no-tests=error
+    ;;
 *)
-    sed -n '2,12s/^# \{0,1\}//p' "$0"
+    sed -n '2,13s/^# \{0,1\}//p' "$0"
     exit 1
     ;;
 esac

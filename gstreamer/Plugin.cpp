@@ -1,0 +1,14 @@
+// The plugin that GStreamer loads: one element.
+#include <gst/gst.h>
+
+#include "Element.h"
+
+#define PACKAGE "libOrvDemosaicing"
+
+static gboolean Init(GstPlugin* plugin) {
+    return gst_element_register(plugin, "orvdemosaic", GST_RANK_NONE, orv_demosaic_get_type());
+}
+
+GST_PLUGIN_DEFINE(GST_VERSION_MAJOR, GST_VERSION_MINOR, orvdemosaic,
+                  "Bayer and TrueSense frames to colour by libOrvDemosaicing", Init, ORV_VERSION, "Proprietary",
+                  "libOrvDemosaicing", "Unknown package origin")

@@ -1,0 +1,248 @@
+#include <OrvHelpers.h>
+#include <OrvTrueSense.h>
+#include <gst/check/gstharness.h>
+#include <gst/video/video.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Element.h"
+#include "support/Noise.h"
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+constexpr int kHeight = 9;
+
+// The element between two loose ends.
+class Stream {
+public:
+    explicit Stream(const std::string& element)
+        : harness_(gst_harness_new_parse(element.c_str()), gst_harness_teardown) {
+        GstElement* added = gst_harness_find_element(harness_.get(), "orvdemosaic");
+        gst_element_set_bus(added, bus_.get());
+        gst_object_unref(added);
+    }
+    void SetCaps(const std::string& source, int width, const std::string& picture) {
+        const std::string size =
+            ",width=" + std::to_string(width) + ",height=" + std::to_string(kHeight) + ",framerate=30/1";
+        gst_harness_set_sink_caps_str(harness_.get(), ("video/x-raw,format=" + picture + size).c_str());
+        gst_harness_set_src_caps_str(harness_.get(), (source + size).c_str());
+    }
+    GstFlowReturn Push(const Bytes& frame, int metaOffset = 0, int metaStride = 0) {
+        GstBuffer* buffer = gst_buffer_new_memdup(frame.data(), frame.size());
+        if (metaStride != 0) {
+            gsize offsets[4] = {static_cast<gsize>(metaOffset)};
+            gint strides[4] = {metaStride};
+            gst_buffer_add_video_meta_full(buffer, GST_VIDEO_FRAME_FLAG_NONE, GST_VIDEO_FORMAT_ENCODED, 16, kHeight, 1,
+                                           offsets, strides);
+        }
+        return gst_harness_push(harness_.get(), buffer);
+    }
+    Bytes Pull() {
+        GstBuffer* buffer = gst_harness_try_pull(harness_.get());
+        Bytes bytes(buffer == nullptr ? 0 : gst_buffer_get_size(buffer));
+        if (buffer != nullptr) {
+            gst_buffer_extract(buffer, 0, bytes.data(), bytes.size());
+            gst_buffer_unref(buffer);
+        }
+        return bytes;
+    }
+    // Of the first error on the bus.
+    std::string Error() {
+        GstMessage* message = gst_bus_pop_filtered(bus_.get(), GST_MESSAGE_ERROR);
+        if (message == nullptr) {
+            return "";
+        }
+        GError* error = nullptr;
+        gst_message_parse_error(message, &error, nullptr);
+        const std::string text = error->message;
+        g_error_free(error);
+        gst_message_unref(message);
+        return text;
+    }
+
+private:
+    std::unique_ptr<GstHarness, void (*)(GstHarness*)> harness_;
+    std::unique_ptr<GstBus, void (*)(gpointer)> bus_{gst_bus_new(), gst_object_unref};
+};
+
+int PaddedToFour(int bytes) { return (bytes + 3) / 4 * 4; }
+
+struct Frame {
+    uint32_t word;
+    int width;
+    int stride;
+    Bytes bytes;
+
+    Frame(uint32_t type, int columns, bool padded, uint64_t seed) : word(type), width(columns) {
+        const int sample = OrvWord_Bits(word) > 8 ? 2 : 1;
+        stride = padded ? PaddedToFour(sample * width) : sample * width;
+        bytes.resize(static_cast<size_t>(stride) * kHeight);
+        const auto samples = orvtest::NoiseSamples<uint16_t>(seed, bytes.size() / static_cast<size_t>(sample),
+                                                             (1U << OrvWord_Bits(word)) - 1);
+        for (size_t i = 0; i < samples.size(); ++i) {
+            std::memcpy(bytes.data() + i * static_cast<size_t>(sample), &samples[i], static_cast<size_t>(sample));
+        }
+    }
+    std::string Caps() const { return OrvGst_Caps(word); }
+};
+
+// Three channels of `bits` bits by the library; rows tight.
+std::vector<uint16_t> Samples(const Frame& frame, bool blueFirst, int algorithm, int bits) {
+    Bytes tight(frame.bytes.size() + 2 * kHeight + 1);
+    Bytes colour(static_cast<size_t>(6 * frame.width * kHeight));
+    _OrvImage source, destination;
+    OrvFrame_Make(&source, frame.word, frame.width, kHeight, frame.stride,
+                  const_cast<unsigned char*>(frame.bytes.data()));
+    EXPECT_EQ(OrvFrame_Tight(&source, algorithm, tight.data(), tight.size(), &source), 0U);
+    OrvFrame_Make(&destination, OrvWord_Colour(blueFirst, 3, bits), frame.width, kHeight, 0, colour.data());
+    if (OrvWord_Pattern(frame.word) >= 0) {
+        EXPECT_EQ(BayerToColor(&source, &destination, algorithm), 0U);
+    } else {
+        const std::unique_ptr<OrvTrueSense, void (*)(OrvTrueSense*)> component(OrvTrueSense_CreateComponent(),
+                                                                               OrvTrueSense_DeleteComponent);
+        OrvSetParam(*component->GetComponent(), "TrueSenseAlgType", algorithm);
+        EXPECT_EQ(component->ConvertImage(&source, &destination), 0U);
+    }
+    std::vector<uint16_t> samples(colour.begin(), colour.begin() + 3 * frame.width * kHeight);
+    if (bits > 8) {
+        std::memcpy(samples.data(), colour.data(), colour.size());
+    }
+    return samples;
+}
+
+// The picture of a format with rows as raw video has them.
+Bytes Expected(const Frame& frame, const std::string& format, int algorithm) {
+    const bool wide = format == "RGBA64_LE";
+    // TrueSense engines make 8 bits themselves.
+    const int bits = wide || OrvWord_Pattern(frame.word) >= 0 ? OrvWord_Bits(frame.word) : 8;
+    const int channels = format.size() == 3 ? 3 : 4;
+    const std::vector<uint16_t> samples = Samples(frame, format[0] == 'B', algorithm, bits);
+    const int stride = PaddedToFour(frame.width * channels * (wide ? 2 : 1));
+    Bytes picture(static_cast<size_t>(stride) * kHeight);
+    for (int i = 0; i < frame.width * kHeight * channels; ++i) {
+        const int pixel = i / channels, channel = i % channels;
+        const uint32_t v = channel == 3 ? (1U << bits) - 1 : samples[static_cast<size_t>(3 * pixel + channel)];
+        unsigned char* to = &picture[static_cast<size_t>(pixel / frame.width * stride)];
+        const int at = pixel % frame.width * channels + channel;
+        if (wide) {
+            const uint32_t full = (v << (16 - bits)) | (v >> (2 * bits - 16));
+            to[2 * at] = static_cast<unsigned char>(full);
+            to[2 * at + 1] = static_cast<unsigned char>(full >> 8);
+        } else {
+            to[at] = static_cast<unsigned char>(v >> (bits - 8));
+        }
+    }
+    return picture;
+}
+
+// A picture with the padding of its rows made 0.
+Bytes WithoutPadding(Bytes picture, int rowBytes) {
+    const size_t stride = picture.size() / kHeight;
+    for (size_t i = 0; i < picture.size(); ++i) {
+        picture[i] = i % stride < static_cast<size_t>(rowBytes) ? picture[i] : 0;
+    }
+    return picture;
+}
+
+void ExpectPicture(Stream* stream, const Frame& frame, const std::string& format, int algorithm) {
+    const int rowBytes = frame.width * (format == "RGBA64_LE" ? 8 : format.size() == 3 ? 3 : 4);
+    EXPECT_EQ(WithoutPadding(stream->Pull(), rowBytes), Expected(frame, format, algorithm))
+        << frame.Caps() << ' ' << format << ' ' << algorithm << ", stride " << frame.stride << ": " << stream->Error();
+}
+
+const char* const kFormats[] = {"RGB", "BGR", "RGBx", "BGRx", "RGBA", "BGRA", "RGBA64_LE"};
+
+TEST(Element, BayerFramesGiveThePicturesOfTheLibraryInEveryFormat) {
+    for (int i = 0; i < OrvWord_Count() && OrvWord_Pattern(OrvWord_At(i)) >= 0; ++i) {
+        const uint32_t word = OrvWord_At(i);
+        for (const std::string format : kFormats) {
+            if (OrvWord_Bits(word) == 8 && format == "RGBA64_LE") {
+                continue;
+            }
+            const int algorithm = i % 3;
+            Stream stream("orvdemosaic algorithm=" + std::to_string(algorithm));
+            for (const bool padded : {false, true}) {
+                // The second frame as if it were the first one, and the next caps in mid-stream.
+                const int width = padded ? 15 : 13;
+                stream.SetCaps(OrvGst_Caps(word), width, format);
+                for (const uint64_t seed : {1U, 2U}) {
+                    const Frame frame(word, width, padded, seed);
+                    ASSERT_EQ(stream.Push(frame.bytes), GST_FLOW_OK) << stream.Error();
+                    ExpectPicture(&stream, frame, format, algorithm);
+                }
+            }
+        }
+    }
+}
+
+TEST(Element, TrueSenseFramesTravelInGrey) {
+    for (int bits = 8; bits <= 14; bits += 2) {
+        for (const std::string format : {"BGR", "RGBx", "RGBA64_LE"}) {
+            if (bits == 8 && format == "RGBA64_LE") {
+                continue;
+            }
+            const Frame frame(OrvWord_TrueSense(6, bits), 17, bits != 10, 3);
+            Stream stream("orvdemosaic mosaic=truesense grid=6 algorithm=1 threads=1" +
+                          (bits > 8 ? " bits=" + std::to_string(bits) : ""));
+            stream.SetCaps(frame.Caps(), frame.width, format);
+            ASSERT_EQ(stream.Push(frame.bytes), GST_FLOW_OK) << stream.Error();
+            ExpectPicture(&stream, frame, format, 1);
+        }
+    }
+}
+
+TEST(Element, RowsAreWhereTheVideoMetaSays) {
+    const Frame frame(OrvPixelBayerRG12, 16, false, 4);
+    Bytes upsideDown(frame.bytes.size() + 40);
+    for (int y = 0; y < kHeight; ++y) {
+        std::memcpy(&upsideDown[static_cast<size_t>(8 + (kHeight - 1 - y) * 34)],
+                    &frame.bytes[static_cast<size_t>(y * 32)], 32);
+    }
+    Stream stream("orvdemosaic");
+    stream.SetCaps(frame.Caps(), frame.width, "RGB");
+    ASSERT_EQ(stream.Push(upsideDown, 8 + 34 * (kHeight - 1), -34), GST_FLOW_OK) << stream.Error();
+    ExpectPicture(&stream, frame, "RGB", 0);
+    EXPECT_EQ(stream.Push(upsideDown, 8 + 34 * (kHeight - 1), 34), GST_FLOW_ERROR);
+    EXPECT_NE(stream.Error().find("video meta"), std::string::npos);
+}
+
+TEST(Element, WhatDoesNotFitStopsTheStreamWithARemedy) {
+    const Frame bayer(OrvPixelBayerRG8, 16, false, 5), grey(OrvWord_TrueSense(0, 10), 16, false, 5);
+    const struct {
+        const char* element;
+        const Frame& frame;
+        size_t missing;
+        const char* remedy;
+    } mistakes[] = {
+        {"orvdemosaic", bayer, 1, "the caps' size"},
+        {"orvdemosaic", grey, 0, "set mosaic=truesense"},
+        {"orvdemosaic algorithm=3", bayer, 0, "set 0 (bilinear)"},
+        {"orvdemosaic mosaic=truesense bits=10 algorithm=4", grey, 0, "take RGBA64_LE"},
+        {"orvdemosaic mosaic=truesense parameters=redGain=1,redGan=2", grey, 0, "'redGan=2': unknown parameter name"},
+        {"orvdemosaic mosaic=truesense parameters=monoEnable=7", grey, 0, "it takes 0 or 1"},
+        {"orvdemosaic mosaic=truesense parameters=threads_num=1", grey, 0, "set the property threads"},
+    };
+    for (const auto& mistake : mistakes) {
+        Stream stream(mistake.element);
+        stream.SetCaps(mistake.frame.Caps(), 16, "RGB");
+        const Bytes frame(mistake.frame.bytes.begin(),
+                          mistake.frame.bytes.end() - static_cast<ptrdiff_t>(mistake.missing));
+        EXPECT_EQ(stream.Push(frame), GST_FLOW_ERROR) << mistake.element;
+        const std::string error = stream.Error();
+        EXPECT_NE(error.find(mistake.remedy), std::string::npos) << mistake.element << ": " << error;
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    gst_init(&argc, &argv);
+    gst_element_register(nullptr, "orvdemosaic", GST_RANK_NONE, orv_demosaic_get_type());
+    return RUN_ALL_TESTS();
+}
