@@ -1,5 +1,5 @@
-// What the two forms of the pan-and-colour pipeline compute alike, the reference kernels and the parallel engine. Where
-// they differ in precision, the types that a function is called with tell.
+// What the two forms of the pan-and-colour pipeline compute alike, in kernels and in strips. Where they differ in
+// precision, the types that a function is called with tell.
 #ifndef ORV_PIPELINE_ARITHMETIC_H
 #define ORV_PIPELINE_ARITHMETIC_H
 
@@ -13,13 +13,6 @@ namespace orv {
 
 // The gamma code of a 16.16 value. Rounding down agrees with rounding toward zero, since nothing below 0 remains.
 ORV_ALWAYS_INLINE int16_t CodeOf(int32_t value) { return static_cast<int16_t>(Clamp(value >> 16, 0, 1023)); }
-ORV_ALWAYS_INLINE void CodesOfRowBody(const int32_t* row, int n, int16_t* codes) {
-#pragma omp simd
-    for (int x = 0; x < n; ++x) {
-        codes[x] = CodeOf(row[x]);
-    }
-}
-ORV_ROW_FUNCTION(CodesOfRow, (const int32_t* row, int n, int16_t* codes), (row, n, codes))
 
 // sum / count in integers, for a count of 1 to 9: double holds both numbers, and no fraction of ninths rounds up to a
 // whole.
