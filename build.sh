@@ -9,8 +9,6 @@
 #     ./build.sh count      instructions per pixel of every engine, against the recorded ones
 #     ./build.sh python     installs what is missing, builds, passes the tests of the Python package
 #     ./build.sh gstreamer  the same for the GStreamer element
-#
-# ORV_TEST_VECTORS names a folder of frames with expected results; the tests that want them skip without.
 set -euo pipefail
 cd "$(dirname "$0")"
 jobs=$(nproc)

@@ -72,6 +72,9 @@ TEST_P(TrueSenseSteadyState, FramesAfterTheFirstAllocateNothing) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Algorithms, TrueSenseSteadyState,
-                         testing::Combine(testing::Values(0, 1, 2, 3, 4), testing::Values(1, 2)));
+                         testing::Combine(testing::Values(0, 1, 2, 3, 4), testing::Values(1, 2)), [](const auto& test) {
+                             return "Engine" + std::to_string(std::get<0>(test.param)) + "Threads" +
+                                    std::to_string(std::get<1>(test.param));
+                         });
 
 }  // namespace

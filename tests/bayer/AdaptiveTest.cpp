@@ -10,8 +10,8 @@
 #include "component/PixelTypes.h"
 #include "rows/Simd.h"
 #include "support/Image.h"
+#include "support/Levels.h"
 #include "support/Noise.h"
-#include "support/Vector.h"
 
 namespace {
 
@@ -135,15 +135,10 @@ void CheckSize(int width, int height, uint32_t firstWord, int bitDepth, uint32_t
     }
 }
 
-class Level : public testing::TestWithParam<orv::SimdLevel> {
-protected:
-    void SetUp() override { orv::SetSimdLevel(GetParam()); }
-    void TearDown() override { orv::SetSimdLevel(orv::BestSimdLevel()); }
-};
-INSTANTIATE_TEST_SUITE_P(Adaptive, Level,
-                         testing::Values(orv::SimdLevel::Baseline, orv::SimdLevel::Avx2, orv::SimdLevel::Avx512));
+class AdaptiveLevels : public orvtest::EveryLevel {};
+ORV_EVERY_LEVEL(AdaptiveLevels);
 
-TEST_P(Level, SmallestFramesEqualTheReference) {
+TEST_P(AdaptiveLevels, SmallestFramesEqualTheReference) {
     for (int height = 1; height <= 13; ++height) {
         for (int width = 1; width <= 13; ++width) {
             ASSERT_NO_FATAL_FAILURE(CheckSize<uint8_t>(width, height, OrvPixelBayerGR8, 8, 255));
@@ -152,7 +147,7 @@ TEST_P(Level, SmallestFramesEqualTheReference) {
     }
 }
 
-TEST_P(Level, FramesEqualTheReference) {
+TEST_P(AdaptiveLevels, FramesEqualTheReference) {
     for (const auto& size : {std::pair<int, int>{97, 45}, {64, 33}, {34, 71}}) {
         ASSERT_NO_FATAL_FAILURE(CheckSize<uint8_t>(size.first, size.second, OrvPixelBayerGR8, 8, 255));
         for (int depth = 1; depth <= 4; ++depth) {
@@ -163,16 +158,9 @@ TEST_P(Level, FramesEqualTheReference) {
 }
 
 // Integrals far above 2^24, in rows and down the frame.
-TEST_P(Level, RoundingIntegralsEqualTheReference) {
+TEST_P(AdaptiveLevels, RoundingIntegralsEqualTheReference) {
     ASSERT_NO_FATAL_FAILURE(CheckSize<uint16_t>(1100, 60, OrvPixelBayerGR16, 16, 65535));
     ASSERT_NO_FATAL_FAILURE(CheckSize<uint16_t>(57, 900, OrvPixelBayerGR16, 16, 65535));
-}
-
-TEST(Adaptive, BoundsFollowTheBitDepthAlone) {
-    for (const int bitDepth : {0, 4, 7, 10, 16, 31}) {
-        ASSERT_NO_FATAL_FAILURE(CheckSize<uint8_t>(20, 16, OrvPixelBayerGR8, bitDepth, 255));
-        ASSERT_NO_FATAL_FAILURE(CheckSize<uint16_t>(20, 16, OrvPixelBayerGR10, bitDepth, 65535));
-    }
 }
 
 TEST(Adaptive, QuotientsRoundAsDivisions) {
@@ -320,57 +308,6 @@ TEST(Adaptive, RefusesWhatItCannotReadOrWrite) {
     frame.Check(component);
 }
 
-TEST(Adaptive, WritesAPartOfTheFrame) {
-    Component component;
-    Frame frame(OrvPixelBayerRG12, 12, 22, 14, 7);
-    const auto expected = frame.Expected();
-    Image part(OrvPixelRGB12, 12, 9, 5, 80);
-    ASSERT_EQ(component.Convert(frame.source, part), 0u);
-    EXPECT_TRUE(part.OutsideUntouched(9 * 6));
-    for (int y = 0; y < 5; ++y) {
-        EXPECT_EQ(std::memcmp(part.Row<uint8_t>(y), expected.data() + part.guard + y * 22 * 6, 9 * 6), 0) << y;
-    }
-}
-
-// What the copy of a frame does not reach keeps the green of the frame before.
-TEST(Adaptive, ShortCopiesKeepThePlane) {
-    const int width = 26;
-    const int height = 16;
-    Component component;
-    AdaptiveReference<uint16_t> reference(width, height);
-    Frame frame(OrvPixelBayerGR12, 12, width, height, 8);
-    Image padded(OrvPixelBayerGR12, 12, width, height, width * 2 + 6);
-    const uint16_t* fresh = frame.source.Row<uint16_t>(0);
-    for (int y = 0; y < height; ++y) {
-        std::copy_n(fresh + y * width, width, padded.Row<uint16_t>(y));
-    }
-    enum class Copy { Padded, Whole, Short, None, TooLong };
-    for (const Copy copy : {Copy::Padded, Copy::Whole, Copy::Short, Copy::None, Copy::Padded, Copy::TooLong}) {
-        const int bytes = copy == Copy::Short     ? 5 * width * 2 + 21
-                          : copy == Copy::None    ? -4
-                          : copy == Copy::TooLong ? 0x7FFFFFFF
-                                                  : height * width * 2;
-        frame.source.record.imageSize = bytes;
-        std::vector<uint16_t> mosaic = reference.green.values;
-        for (int y = 0; y < height; ++y) {
-            // Rows at another step than the plane's arrive every second one.
-            const int rowBytes =
-                copy == Copy::Padded ? (y % 2 == 0 ? width * 2 : 0) : std::clamp(bytes - y * width * 2, 0, width * 2);
-            std::memcpy(mosaic.data() + y * width, fresh + y * width, static_cast<size_t>(rowBytes));
-        }
-        ASSERT_EQ(component.Convert(copy == Copy::Padded ? padded : frame.source, frame.destination), 0u);
-        reference.Convert(mosaic, 0, 12);
-        for (int y = 0; y < height; ++y) {
-            for (int x = 0; x < width; ++x) {
-                const uint16_t* pixel = frame.destination.Row<uint16_t>(y) + 3 * x;
-                ASSERT_TRUE(pixel[0] == reference.even(y, x) && pixel[1] == reference.green(y, x) &&
-                            pixel[2] == reference.odd(y, x))
-                    << "copy " << static_cast<int>(copy) << ", row " << y << ", column " << x;
-            }
-        }
-    }
-}
-
 // Codes of a fresh engine and of one that has converted; each refusal with all later reasons present too.
 TEST(Adaptive, RefusalsComeInOrderAndChangeNothing) {
     Frame frame(OrvPixelBayerGB8, 8, 24, 12, 9);
@@ -416,49 +353,6 @@ TEST(Adaptive, PlanesOfANewSizeStartAtZero) {
     ASSERT_EQ(engine.Init(&second.destination.record, &second.source.record), 0);
     ASSERT_EQ(engine.Calculate(), 0);
     EXPECT_EQ(second.destination.bytes, expected);
-}
-
-template <class T>
-void CheckVector(const orvtest::Vector& vector) {
-    const uint32_t word = static_cast<uint32_t>(std::stoul(vector.values.at("sourceWord"), nullptr, 16));
-    const uint32_t destinationWord =
-        static_cast<uint32_t>(std::stoul(vector.values.at("destinationWord"), nullptr, 16));
-    const int bitDepth = static_cast<int>(vector.Int("bitDepth"));
-    const int width = static_cast<int>(vector.Int("width"));
-    const int height = static_cast<int>(vector.Int("height"));
-    Image source(word, bitDepth, width, height, static_cast<int>(vector.Int("sourceStride")));
-    Image destination(destinationWord, bitDepth, width, height, width * 3 * static_cast<int>(sizeof(T)));
-    OrvBayer* component = OrvBayer_CreateComponent();
-    OrvSetParam(*OrvBayer_GetComponent(component), "BayerAlgType", 1);
-    for (size_t frame = 0; frame < vector.sources.size(); ++frame) {
-        for (int y = 0; y < height; ++y) {
-            const auto& row = vector.sources[frame][static_cast<size_t>(y)];
-            std::copy(row.begin(), row.end(), source.Row<T>(y));
-        }
-        ASSERT_EQ(OrvBayer_ConvertImage(component, &source.record, &destination.record), 0u);
-        for (int y = 0; y < height; ++y) {
-            const T* row = destination.Row<T>(y);
-            ASSERT_EQ(std::vector<long>(row, row + width * 3), vector.expected[frame][static_cast<size_t>(y)])
-                << "frame " << frame << ", row " << y;
-        }
-    }
-    OrvBayer_DeleteComponent(component);
-}
-
-TEST(Adaptive, GivenFramesComeOut) {
-    const auto files = orvtest::VectorFiles("bayer_adaptive");
-    if (files.empty()) {
-        GTEST_SKIP();
-    }
-    for (const std::string& file : files) {
-        SCOPED_TRACE(file);
-        const orvtest::Vector vector = orvtest::ReadVector(file);
-        if (vector.Int("bitDepth") == 8) {
-            CheckVector<uint8_t>(vector);
-        } else {
-            CheckVector<uint16_t>(vector);
-        }
-    }
 }
 
 }  // namespace

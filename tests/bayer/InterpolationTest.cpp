@@ -7,8 +7,8 @@
 #include <cstring>
 #include <opencv2/imgproc.hpp>
 
-#include "rows/Simd.h"
 #include "support/Image.h"
+#include "support/Levels.h"
 #include "support/Noise.h"
 
 namespace {
@@ -67,19 +67,14 @@ void CheckFrame(int bytes, int width, int height, int code, Noise& noise) {
     ASSERT_TRUE(result.OutsideUntouched(3 * rowBytes)) << width << " by " << height << ", code " << code;
 }
 
-class InterpolationLevels : public testing::TestWithParam<orv::SimdLevel> {
+class InterpolationLevels : public orvtest::EveryLevel {
 protected:
-    void SetUp() override {
-        if (GetParam() > orv::BestSimdLevel()) {
-            GTEST_SKIP() << "not on this processor";
-        }
-        orv::SetSimdLevel(GetParam());
-    }
     void TearDown() override {
-        orv::SetSimdLevel(orv::BestSimdLevel());
+        EveryLevel::TearDown();
         cv::setNumThreads(-1);
     }
 };
+ORV_EVERY_LEVEL(InterpolationLevels);
 
 TEST_P(InterpolationLevels, EqualOpenCv) {
     Noise noise(17);
@@ -104,10 +99,6 @@ TEST_P(InterpolationLevels, EqualOpenCv) {
         }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Simd, InterpolationLevels,
-                         testing::Values(orv::SimdLevel::Baseline, orv::SimdLevel::Avx2, orv::SimdLevel::Avx512),
-                         [](const auto& level) { return "Level" + std::to_string(static_cast<int>(level.param)); });
 
 bool OpenCvRefuses(const _OrvImage& from, const _OrvImage& to, int type, int code) {
     if (from.width < 0 || from.height < 0 || to.width < 0 || to.height < 0) {

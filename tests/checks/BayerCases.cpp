@@ -1,6 +1,7 @@
 // Conversions of Bayer frames by all algorithms.
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "OrvBayer.h"
 #include "checks/CheckNumbers.h"
@@ -130,14 +131,24 @@ void OddRecords(CheckNumbers& numbers, uint32_t algorithm) {
     }
     Component component(algorithm);
     for (const Depth& depth : {kDepths[0], kDepths[2]}) {
-        for (unsigned i = 0; i < 8; ++i) {
-            Image source = Source(depth, i % 4, 40, 30, Content::Noise);
-            Image result = Result(depth, depth.colour, i == 6 ? 33 : 40, i == 7 ? 21 : 30);
-            const int depths[] = {8, 10, 16, 8};
-            source.record.bitDepth = i < 4 ? depths[i] : depth.bits;
-            const int sizes[] = {0, 1001};
-            source.record.imageSize = i == 4 || i == 5 ? sizes[i - 4] : source.record.imageSize;
-            numbers.Add("record " + std::to_string(i), component.Convert(source, result, true), result);
+        const auto convert = [&](const std::string& what, Image source, Image result, bool first) {
+            numbers.Add(what, component.Convert(source, result, first), result);
+        };
+        const auto source = [&](unsigned i) { return Source(depth, i % 4, 40, 30, Content::Noise); };
+        for (const int bits : {0, 4, 7, 8, 10, 16, 31}) {
+            Image other = source(static_cast<unsigned>(bits));
+            other.record.bitDepth = bits;
+            convert(std::to_string(bits) + " bits", std::move(other), Result(depth, depth.colour, 40, 30), true);
+        }
+        for (const _OrvSize& size : {_OrvSize{33, 30}, {40, 21}, {11, 9}}) {
+            convert("part", source(1), Result(depth, depth.colour, size.width, size.height, 6), true);
+        }
+        // What a short copy does not reach stays from the frame before.
+        for (const int bytes : {0x7FFFFFFF, 1001, 0, -4, 2000}) {
+            Image part = source(0);
+            part.record.imageSize = bytes;
+            convert(std::to_string(bytes) + " bytes", std::move(part), Result(depth, depth.colour, 40, 30), false);
+            convert("padded", Source(depth, 0, 40, 30, Content::Scene, 6), Result(depth, depth.colour, 40, 30), false);
         }
     }
 }
@@ -148,17 +159,17 @@ using Plain = uint32_t (*)(From const*, _OrvRect, _OrvSize, int, int, To*, int, 
 template <class From, class To>
 void PlainFunctions(CheckNumbers& numbers, uint32_t algorithm, const Plain<From, To> (&functions)[4]) {
     const bool narrowing = sizeof(From) != sizeof(To);
-    for (unsigned i = 0; i < 32; ++i) {
+    for (unsigned i = 0; i < 34; ++i) {
         const Depth& depth = kDepths[sizeof(From) == 1 ? 0 : 1 + i / 4 % 4];
         // 16-bit rows in between are as long as the frame is high.
         const int h = 38 - static_cast<int>(i % 9);
         const int w = narrowing && (algorithm != kAdaptive || i % 2 == 0) ? h : 37 - static_cast<int>(i % 7);
         Image source = Source(depth, 0, w, h, Content::Scene);
         Image result = FrameOf(sizeof(To) == 1 ? OrvPixelRGBA8 : OrvPixelRGB16, depth.bits, w, h, 6);
-        const uint32_t status =
-            functions[i % 4](source.Row<From>(0), {static_cast<int>(i), 3, w, h}, {w, h}, source.record.stride,
-                             depth.bits, result.Row<To>(0), result.record.stride,
-                             static_cast<unsigned char>((i + i / 4) % 4), static_cast<int>(algorithm));
+        const uint32_t status = functions[i % 4](
+            source.Row<From>(0), {static_cast<int>(i), 3, w, h}, {w, h}, source.record.stride, depth.bits,
+            result.Row<To>(0), result.record.stride, static_cast<unsigned char>(i < 32 ? (i + i / 4) % 4 : i - 28),
+            static_cast<int>(algorithm));
         numbers.Add("call " + std::to_string(i), status, result);
     }
 }
@@ -186,10 +197,13 @@ void CheckBayer(CheckNumbers& numbers) {
                                                BayerToBGR_16u_C1C4R};
     const Plain<uint16_t, uint8_t> narrowing[] = {BayerToRGB_16u8u_C1C3R, BayerToBGR_16u8u_C1C3R,
                                                   BayerToRGB_16u8u_C1C4R, BayerToBGR_16u8u_C1C4R};
-    for (uint32_t algorithm = 0; algorithm < kAlgorithms; ++algorithm) {
+    // Number 3 is a component's for bilinear, and none of the plain functions'.
+    for (uint32_t algorithm = 0; algorithm <= kAlgorithms; ++algorithm) {
+        if (algorithm < kAlgorithms) {
+            Sizes(numbers, algorithm);
+            OddRecords(numbers, algorithm);
+        }
         Words(numbers, algorithm);
-        Sizes(numbers, algorithm);
-        OddRecords(numbers, algorithm);
         Records(numbers, algorithm);
         if (numbers.Begin(Prefix(algorithm) + "functions/8u")) {
             PlainFunctions(numbers, algorithm, bytes);

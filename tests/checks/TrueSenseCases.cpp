@@ -128,6 +128,16 @@ void Mirrors(CheckNumbers& numbers, const std::string& prefix, int engine, int t
     }
 }
 
+// Tables for the record; entries of the wild one all differ, signed ones among them.
+const int16_t* Tones(bool wild) {
+    static int16_t tables[2][4096];
+    for (int i = 0; i < 4096; ++i) {
+        tables[0][i] = static_cast<int16_t>(i);
+        tables[1][i] = static_cast<int16_t>(static_cast<uint16_t>(i * 13 + 7));
+    }
+    return tables[wild ? 1 : 0];
+}
+
 template <class From, class To>
 using Plain = uint32_t (*)(From const*, _OrvRect, _OrvSize, int, int, To*, int, unsigned char, tagTrueSenseParam*, int,
                            bool);
@@ -140,6 +150,7 @@ void PlainFunctions(CheckNumbers& numbers, int engine, int threads, const Plain<
         param.normalizationEnable = i % 2;
         param.horMirrored = i >> 3 & 1;
         param.verMirrored = i >> 4;
+        param.toneTable = i % 3 == 1 ? Tones(true) : nullptr;
         const int bits = sizeof(From) == 1 && i % 5 != 0 ? 8 : 8 + 2 * static_cast<int>((i + i / 5) % 5);
         const unsigned channels = i % 4 < 2 ? 3 : 4;
         const int w = 37 - static_cast<int>(i % 7);
@@ -176,16 +187,6 @@ const double kIdentity[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
 // The default matrix of components, which that of records narrows to single precision.
 const double kDoubleMatrix[9] = {1.657, -0.5325, -0.1245, -0.106, 1.443, -0.337, 0.131, -0.445, 1.314};
 
-// Tables for the record; entries of the wild one all differ, signed ones among them.
-const int16_t* Tones(bool wild) {
-    static int16_t tables[2][4096];
-    for (int i = 0; i < 4096; ++i) {
-        tables[0][i] = static_cast<int16_t>(i);
-        tables[1][i] = static_cast<int16_t>(static_cast<uint16_t>(i * 13 + 7));
-    }
-    return tables[wild ? 1 : 0];
-}
-
 const Settings kSettings[] = {
     {"gains", 6,
      [](tagTrueSenseParam& p, int v) {
@@ -218,9 +219,19 @@ const Settings kSettings[] = {
          p.sharpnessEnable = v >> 1 & 1;
          p.monoEnable = v >> 2;
      }},
-    {"pan-passes", 6,
+    {"flags", 6,  // neither 0 nor 1
      [](tagTrueSenseParam& p, int v) {
-         const long radii[6][3] = {{0, 0, 0}, {1, 2, 3}, {2, 2, 2}, {5, 0, 9}, {30, 1, 1}, {1L << 40, 1, 1000000}};
+         const long flag = v < 3 ? 2 : (1L << 32) + v - 3;
+         p.impulseFilterEnable = p.sharpnessEnable = v % 3 == 0 ? flag : 0;
+         p.monoEnable = v % 3 == 0 ? flag : 0;
+         p.horMirrored = v % 3 == 1 ? flag : 0;
+         p.verMirrored = v % 3 != 0 ? flag : 0;
+         p.normalizationEnable = v % 3 == 2 ? flag : 0;
+     }},
+    {"pan-passes", 7,
+     [](tagTrueSenseParam& p, int v) {
+         const long radii[7][3] = {
+             {0, 0, 0}, {1, 2, 3}, {2, 2, 2}, {5, 0, 9}, {30, 1, -2}, {1L << 40, 1, 1000000}, {(1L << 32) + 1, 1, 1}};
          p.panRadius0 = radii[v][0], p.panRadius1 = radii[v][1], p.panRadius2 = radii[v][2];
          p.panSigma0 = 0.6 + v, p.panSigma1 = v % 2 == 0 ? 0.6 + v : 3, p.panSigma2 = 100;
      }},
@@ -256,10 +267,11 @@ const Settings kSettings[] = {
          p.normalizationEnable = 1;
          p.toneTable = v == 1 ? Tones(true) : nullptr;
      }},
-    {"sharpness", 6,
+    {"sharpness", 8,
      [](tagTrueSenseParam& p, int v) {
-         const double sharpness[6][4] = {{1, 1, 2, 0.5},   {400, 3, 2, 0.5}, {40, 0.25, 0, 0},
-                                         {10, 5, 0.5, 20}, {0, 1, 1, 1},     {40, 100, 100, 100}};
+         // With 2 the threshold at gamma code 256 is exactly 1, with 0 all are 0.
+         const double sharpness[8][4] = {{1, 1, 2, 0.5}, {400, 3, 2, 0.5},    {40, 0.25, 0, 0}, {10, 5, 0.5, 20},
+                                         {0, 1, 1, 1},   {40, 100, 100, 100}, {2, 1, 0, 0},     {2, 1000, 1, 0}};
          p.sharpenParam = sharpness[v][0], p.maxSharpen = sharpness[v][1];
          p.highLumaNoise = sharpness[v][2], p.lowLumaNoise = sharpness[v][3];
      }},
@@ -308,6 +320,12 @@ void Grey(CheckNumbers& numbers, const std::string& prefix, int engine, int thre
                             TrueSenseToColor(&source.record, &result.record, &param, engine, false), result);
             }
         }
+        // The settings that a component starts with.
+        Image source = FrameOf(OrvPixelTrueSense12, 12, 22, 18);
+        FillFlat(source, level);
+        Image result = FrameOf(OrvPixelRGB12, 12, 22, 18);
+        numbers.Add("level " + std::to_string(level) + ", component",
+                    Component(engine, threads).Convert(source, result), result);
     }
 }
 
@@ -333,6 +351,16 @@ void StrayBits(CheckNumbers& numbers, const std::string& prefix, int engine, int
             }
         }
     }
+    // Pan steps from -32768 to 32767 where all colours are 32767: sums of differences and pan pass 16 bits.
+    tagTrueSenseParam param = Defaults(threads);
+    SetMatrix(param, {1.0 / 16, 0, 0, 0, 1, 0, 0, 0, 1});
+    param.toneTable = Tones(false);
+    Image source = FrameOf(OrvPixelTrueSense12, 12, 32, 36);
+    for (int i = 0; i < 32 * 36; ++i) {
+        source.Row<uint16_t>(0)[i] = (i + i / 32) % 2 == 0 && i % 32 < 16 ? 0x8000 : 0x7FFF;
+    }
+    Image result = FrameOf(OrvPixelRGB16, 12, 32, 36);
+    numbers.Add("step", TrueSenseToColor(&source.record, &result.record, &param, engine, true), result);
 }
 
 void NoRecord(CheckNumbers& numbers, const std::string& prefix, int engine) {

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the build tree to a fresh prefix, builds and runs a stranger's program against it through CMake and through
-# pkg-config, and compares the exported symbols with the list beside this script.
+# Installs the build tree to a fresh prefix, builds and runs the minimal examples against it through CMake and a C program
+# through pkg-config, and compares the exported symbols with the list beside this script.
 #
 #     check.sh BUILD_DIR CXX GENERATOR
 set -euo pipefail
@@ -35,13 +35,9 @@ done
 
 cmake -G "$generator" -S "$here/stranger" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_COMPILER="$cxx" >/dev/null
 cmake --build "$work/cmake" >/dev/null
-"$work/cmake/stranger"
+bash "$here/../examples/check.sh" "$work/cmake/component" "$work/cmake/functions"
 
 export PKG_CONFIG_PATH=$lib/pkgconfig
-# shellcheck disable=SC2046
-"$cxx" -std=c++11 "$here/stranger/main.cpp" -o "$work/stranger" $(pkg-config --cflags --libs OrvDemosaicing)
-LD_LIBRARY_PATH=$lib "$work/stranger"
-
 # A program in C, linked without the C++ driver's own libraries.
 # shellcheck disable=SC2046
 "$cxx" -x c -std=c99 -Wall -Wextra -Wpedantic -Werror "$here/stranger/main.c" -o "$work/stranger-c" -nodefaultlibs -lc \

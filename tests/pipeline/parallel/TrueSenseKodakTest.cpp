@@ -9,15 +9,12 @@
 #include "rows/Bands.h"
 #include "rows/Simd.h"
 #include "support/DriverScope.h"
-#include "support/EngineVectors.h"
 #include "support/Image.h"
 #include "support/Kernels.h"
 #include "support/Noise.h"
 #include "truesense/Tables.h"
 
 namespace {
-
-TEST(TrueSenseKodak, GivenFrames) { orvtest::RunVectors<TrueSenseKodak>("truesense_kodak_"); }
 
 using Samples16 = std::vector<unsigned short>;
 
