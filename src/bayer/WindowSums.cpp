@@ -98,42 +98,36 @@ struct IntegralRow {
 #define ORV_SCAN_LOOP
 #define ORV_SCAN_POINT
 #else
-#define ORV_SCAN_LOOP _Pragma("omp simd reduction(inscan, + : sumA, sumB)")
-#define ORV_SCAN_POINT _Pragma("omp scan inclusive(sumA, sumB)")
+#define ORV_SCAN_LOOP _Pragma("omp simd reduction(inscan, + : running)")
+#define ORV_SCAN_POINT _Pragma("omp scan inclusive(running)")
 #endif
 
-// Rows of two images at once (`Pair`) or of the second alone; `n` pairs of columns. The running sums are formed in no
-// fixed order, so a row holds only where all partial sums are exact. The sum of all magnitudes bounds them: it goes to
-// `totals`.
-template <bool SitesEven, bool Pair, bool Between>
-ORV_ALWAYS_INLINE void IntegralRowsBody(const IntegralRow* rows, int n, float* totals) {
-    const IntegralRow a = rows[0];
-    const IntegralRow b = rows[1];
-    float sumA = 0.0F;
-    float sumB = 0.0F;
+// `n` pairs of columns of a row, `*sum` being that of the row before them. The running sums are formed in no fixed
+// order, so the part holds only where all partial sums are exact. `*size` bounds them: the sum of all magnitudes up to
+// here; gradients, which stand without values between, are not negative.
+template <bool SitesEven, bool Between>
+ORV_ALWAYS_INLINE void IntegralPartBody(const IntegralRow* part, int n, float* sum, float* size) {
+    const IntegralRow row = *part;
+    float running = *sum;
     ORV_SCAN_LOOP
     for (int k = 0; k < n; ++k) {
-        sumA += Pair ? a.sites[k] : 0.0F;
-        sumB += Between ? b.sites[k] + b.between[k] : b.sites[k];
+        running += Between ? row.sites[k] + row.between[k] : row.sites[k];
         ORV_SCAN_POINT
         // Up to the even column: less the odd one.
-        if (Pair) {
-            a.nextEven[k + 1] = a.aboveEven[k + 1] + sumA;
-            a.nextOdd[k] = a.aboveOdd[k] + (SitesEven ? sumA : sumA - a.sites[k]);
-        }
-        b.nextEven[k + 1] = b.aboveEven[k + 1] + sumB;
-        b.nextOdd[k] = b.aboveOdd[k] + (!SitesEven ? sumB - b.sites[k] : Between ? sumB - b.between[k] : sumB);
+        row.nextEven[k + 1] = row.aboveEven[k + 1] + running;
+        row.nextOdd[k] = row.aboveOdd[k] + (!SitesEven ? running - row.sites[k]
+                                            : Between  ? running - row.between[k]
+                                                       : running);
     }
-    totals[0] = sumA;
-    totals[1] = sumB;
+    *sum = running;
+    float magnitudes = 0.0F;
     if (Between) {
-        float size = 0.0F;
-#pragma omp simd reduction(+ : size)
+#pragma omp simd reduction(+ : magnitudes)
         for (int k = 0; k < n; ++k) {
-            size += __builtin_fabsf(b.sites[k]) + __builtin_fabsf(b.between[k]);
+            magnitudes += __builtin_fabsf(row.sites[k]) + __builtin_fabsf(row.between[k]);
         }
-        totals[1] = size;
     }
+    *size = Between ? *size + magnitudes : running;
 }
 
 #if defined(__x86_64__)
@@ -151,83 +145,49 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE __m256 RunningSums(__m256 x, __m256* carry) {
     return x;
 }
 
-// Eight pairs of columns of one image from pair k on, of these values.
+// Eight pairs of columns from pair k on, of these values.
 template <bool SitesEven, bool Between>
 ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void EightPairs(const IntegralRow& row, int k, __m256 sites, __m256 between,
-                                                  __m256* carry) {
-    const __m256 sums = RunningSums(Between ? _mm256_add_ps(sites, between) : sites, carry);
+                                                  __m256* sum, __m256* size) {
+    const __m256 magnitude = _mm256_castsi256_ps(_mm256_set1_epi32(0x7FFFFFFF));
+    const __m256 sums = RunningSums(Between ? _mm256_add_ps(sites, between) : sites, sum);
     const __m256 odd = Between && SitesEven ? between : sites;
     const __m256 upToEven = SitesEven && !Between ? sums : _mm256_sub_ps(sums, odd);
     _mm256_storeu_ps(row.nextEven + k + 1, _mm256_add_ps(_mm256_loadu_ps(row.aboveEven + k + 1), sums));
     _mm256_storeu_ps(row.nextOdd + k, _mm256_add_ps(_mm256_loadu_ps(row.aboveOdd + k), upToEven));
-}
-
-// Totals of a row so far: the sums of both images, and magnitudes.
-struct RowTotals {
-    __m256 a, b, sizes;
-};
-
-// The same for both images; only `inside` unless `Whole`: what stands in the padding would count as values of the row.
-template <bool SitesEven, bool Pair, bool Between, bool Whole>
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void EightOfBoth(const IntegralRow& a, const IntegralRow& b, int k, __m256i inside,
-                                                   RowTotals* totals) {
-    const __m256 zero = _mm256_setzero_ps();
-    if (Pair) {
-        const __m256 sites = Whole ? _mm256_loadu_ps(a.sites + k) : _mm256_maskload_ps(a.sites + k, inside);
-        EightPairs<SitesEven, false>(a, k, sites, zero, &totals->a);
-    }
-    const __m256 sites = Whole ? _mm256_loadu_ps(b.sites + k) : _mm256_maskload_ps(b.sites + k, inside);
-    __m256 between = zero;
     if (Between) {
-        const __m256 magnitude = _mm256_castsi256_ps(_mm256_set1_epi32(0x7FFFFFFF));
-        between = Whole ? _mm256_loadu_ps(b.between + k) : _mm256_maskload_ps(b.between + k, inside);
-        totals->sizes = _mm256_add_ps(
-            totals->sizes, _mm256_add_ps(_mm256_and_ps(sites, magnitude), _mm256_and_ps(between, magnitude)));
+        *size = _mm256_add_ps(*size, _mm256_add_ps(_mm256_and_ps(sites, magnitude), _mm256_and_ps(between, magnitude)));
     }
-    EightPairs<SitesEven, Between>(b, k, sites, between, &totals->b);
 }
 
-template <bool SitesEven, bool Pair, bool Between>
-ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void IntegralRowsBodyAvx2(const IntegralRow* rows, int n, float* totals) {
-    const IntegralRow a = rows[0];
-    const IntegralRow b = rows[1];
-    const __m256i places = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
-    RowTotals sums = {_mm256_setzero_ps(), _mm256_setzero_ps(), _mm256_setzero_ps()};
+template <bool SitesEven, bool Between>
+ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void IntegralPartBodyAvx2(const IntegralRow* part, int n, float* sum, float* size) {
+    const IntegralRow row = *part;
+    __m256 sums = _mm256_set1_ps(*sum);
+    __m256 sizes = _mm256_setzero_ps();
     int k = 0;
     for (; k + 8 <= n; k += 8) {
-        EightOfBoth<SitesEven, Pair, Between, true>(a, b, k, places, &sums);
+        EightPairs<SitesEven, Between>(row, k, _mm256_loadu_ps(row.sites + k),
+                                       Between ? _mm256_loadu_ps(row.between + k) : sums, &sums, &sizes);
     }
     if (k < n) {
-        EightOfBoth<SitesEven, Pair, Between, false>(a, b, k, _mm256_cmpgt_epi32(_mm256_set1_epi32(n - k), places),
-                                                     &sums);
+        // What stands in the padding would count as values of the row.
+        const __m256i inside = _mm256_cmpgt_epi32(_mm256_set1_epi32(n - k), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+        EightPairs<SitesEven, Between>(row, k, _mm256_maskload_ps(row.sites + k, inside),
+                                       Between ? _mm256_maskload_ps(row.between + k, inside) : sums, &sums, &sizes);
     }
-    totals[0] = _mm256_cvtss_f32(sums.a);
-    totals[1] = _mm256_cvtss_f32(sums.b);
-    if (Between) {
-        __m256 size = _mm256_setzero_ps();
-        RunningSums(sums.sizes, &size);
-        totals[1] = _mm256_cvtss_f32(size);
-    }
+    *sum = _mm256_cvtss_f32(sums);
+    __m256 total = _mm256_set1_ps(*size);
+    RunningSums(sizes, &total);
+    *size = _mm256_cvtss_f32(Between ? total : sums);
 }
 #endif
-ORV_ROW_TEMPLATE_TUNED((bool SitesEven, bool Pair, bool Between), (SitesEven, Pair, Between), IntegralRows,
-                       (const IntegralRow* rows, int n, float* totals), (rows, n, totals))
+ORV_ROW_TEMPLATE_TUNED((bool SitesEven, bool Between), (SitesEven, Between), IntegralPart,
+                       (const IntegralRow* part, int n, float* sum, float* size), (part, n, sum, size))
 
-template <bool SitesEven>
-void IntegralRowsOf(const IntegralRow* rows, int n, float* totals) {
-    if (rows[0].sites == nullptr) {
-        IntegralRows<SitesEven, false, true>(rows, n, totals);
-    } else if (rows[1].between != nullptr) {
-        IntegralRows<SitesEven, true, true>(rows, n, totals);
-    } else {
-        IntegralRows<SitesEven, true, false>(rows, n, totals);
-    }
-}
-
-// One row where sums round: column by column, but for zeros.
+// Where sums round: column by column, but for zeros. `sum` is that of the row before.
 template <bool AtEven, bool AtOdd>
-void IntegralColumns(const IntegralRow& row, const float* atEven, const float* atOdd, int n) {
-    float sum = 0.0F;
+void IntegralColumns(const IntegralRow& row, const float* atEven, const float* atOdd, int n, float sum) {
     for (int k = 0; k < n; ++k) {
         if (AtEven) {
             sum += atEven[k];
@@ -240,11 +200,36 @@ void IntegralColumns(const IntegralRow& row, const float* atEven, const float* a
     }
 }
 
-void IntegralRowInOrder(const IntegralRow& row, bool sitesEven, int n) {
+void IntegralColumnsOf(const IntegralRow& row, bool sitesEven, int n, float sum) {
     if (row.between == nullptr) {
-        (sitesEven ? IntegralColumns<true, false> : IntegralColumns<false, true>)(row, row.sites, row.sites, n);
+        (sitesEven ? IntegralColumns<true, false> : IntegralColumns<false, true>)(row, row.sites, row.sites, n, sum);
     } else {
-        IntegralColumns<true, true>(row, sitesEven ? row.sites : row.between, sitesEven ? row.between : row.sites, n);
+        IntegralColumns<true, true>(row, sitesEven ? row.sites : row.between, sitesEven ? row.between : row.sites, n,
+                                    sum);
+    }
+}
+
+// A row of `n` pairs of columns, by parts as far as its sums are exact, the rest in order.
+void IntegralRowOf(IntegralRow row, bool sitesEven, int n) {
+    constexpr int kPart = 512;
+    constexpr float kExact = 16777216.0F;  // 2^24, up to which single precision holds every integer
+    const auto part = row.between == nullptr ? (sitesEven ? IntegralPart<true, false> : IntegralPart<false, false>)
+                                             : (sitesEven ? IntegralPart<true, true> : IntegralPart<false, true>);
+    float sum = 0.0F;
+    float size = 0.0F;
+    for (; n > 0; n -= kPart) {
+        const float before = sum;
+        part(&row, std::min(n, kPart), &sum, &size);
+        if (!(size < kExact)) {
+            IntegralColumnsOf(row, sitesEven, n, before);
+            return;
+        }
+        row.sites += kPart;
+        row.between += row.between == nullptr ? 0 : kPart;
+        row.aboveEven += kPart;
+        row.aboveOdd += kPart;
+        row.nextEven += kPart;
+        row.nextOdd += kPart;
     }
 }
 
@@ -359,29 +344,17 @@ void WindowSums<uint16_t>::Push(bool zero, const float* carriedAtSites, const fl
     const int y = next_++;
     const int n = width_ / 2;
     const bool sitesEven = ((y + q_) & 1) == 0;
-    Integral* const images[] = {&first_, &second_};
-    IntegralRow rows[] = {{zero ? nullptr : gradients_[0], nullptr, nullptr, nullptr, nullptr, nullptr},
-                          {zero ? carriedAtSites : gradients_[1], carriedBetween, nullptr, nullptr, nullptr, nullptr}};
-    for (int i = 0; i < 2; ++i) {
-        rows[i].aboveEven = images[i]->evenRows[y % kRing];
-        rows[i].aboveOdd = images[i]->oddRows[y % kRing];
-        if (rows[i].sites == nullptr) {
-            images[i]->Repeat(y);
-        } else {
-            images[i]->Next(y, &rows[i].nextEven, &rows[i].nextOdd);
+    const auto integrate = [&](Integral& image, const float* sites, const float* between) {
+        if (sites == nullptr) {
+            image.Repeat(y);
+            return;
         }
-    }
-    if (rows[1].sites == nullptr) {
-        return;
-    }
-    constexpr float kExact = 16777216.0F;  // 2^24, up to which single precision holds every integer
-    float totals[2];
-    (sitesEven ? IntegralRowsOf<true> : IntegralRowsOf<false>)(rows, n, totals);
-    for (int i = 0; i < 2; ++i) {
-        if (!(totals[i] < kExact)) {
-            IntegralRowInOrder(rows[i], sitesEven, n);
-        }
-    }
+        IntegralRow row = {sites, between, image.evenRows[y % kRing], image.oddRows[y % kRing], nullptr, nullptr};
+        image.Next(y, &row.nextEven, &row.nextOdd);
+        IntegralRowOf(row, sitesEven, n);
+    };
+    integrate(first_, zero ? nullptr : gradients_[0], nullptr);
+    integrate(second_, zero ? carriedAtSites : gradients_[1], carriedBetween);
 }
 
 CornerWindows WindowSums<uint16_t>::WindowsOf(int r, const int* h, int scales, Scratch&, float* carried) const {
