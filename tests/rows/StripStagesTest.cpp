@@ -61,7 +61,8 @@ TEST(Lines, ARowThatLeftTheRingIsCaught) {
     const auto ring = cutter.Ring<int>(2, 8);
     ring.Make(0);
     ring.Make(1);
-    EXPECT_EQ(ring.Make(2), ring[2]);
+    int* const third = ring.Make(2);
+    EXPECT_EQ(third, ring[2]);
     EXPECT_DEATH(ring[0], "no longer holds");
     EXPECT_DEATH(ring[3], "never did");
 }
