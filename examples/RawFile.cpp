@@ -77,10 +77,13 @@ int64_t RawFile::Pass(int64_t count) {
 }
 
 void RawFile::Skip(int64_t frames) {
-    framesRead_ += frames;
-    if ((frameCount_ >= 0 && framesRead_ >= frameCount_) ||
-        Pass(frames * stride_ * rows_) != frames * stride_ * rows_) {
-        FailFile(path_, "there is no frame " + std::to_string(framesRead_) +
+    const int64_t frameStep = stride_ * rows_;
+    bool there = frameCount_ < 0 || frames < frameCount_;
+    for (; there && framesRead_ < frames; ++framesRead_) {
+        there = Pass(frameStep) == frameStep;
+    }
+    if (!there) {
+        FailFile(path_, "there is no frame " + std::to_string(frames) +
                             (frameCount_ >= 0 ? "; the last one is " + std::to_string(frameCount_ - 1) : ""));
     }
 }

@@ -31,7 +31,7 @@ public:
     int64_t FrameCount() const { return frameCount_; }
     int64_t Remainder() const { return remainder_; }
 
-    // Passes over frames.
+    // Passes over the first frames.
     void Skip(int64_t frames);
     // The next frame; false at the end of the file, and where only a part of a frame is left behind another one.
     bool Read(Frame* frame);
