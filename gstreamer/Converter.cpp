@@ -13,6 +13,8 @@ namespace {
 constexpr int kAdaptive = 1;   // `BayerAlgType`
 constexpr int kEdgeAware = 2;  // the last one
 constexpr int kReference = 4;  // `TrueSenseAlgType`
+constexpr int kBandRows = 32;
+constexpr int kHalo = 2;  // rows above and below a band, even for the pattern; the outermost ones are those of borders
 constexpr uint8_t kOpaque8 = 255;
 constexpr uint16_t kOpaque16 = 65535;
 
@@ -91,26 +93,45 @@ void Converter::Configure(const Settings& settings) {
 }
 
 void Converter::Convert(const _OrvImage& source, const Picture& picture) {
-    const bool wide = picture.bits > 8;
-    // The library has no word for four channels above 8 bits.
-    const int channels = wide ? 3 : picture.channels;
     const bool isBayer = settings_.mosaic == Mosaic::Bayer;
-    const int bits = wide && !isBayer ? source.bitDepth : picture.bits;
-    const uint32_t word = OrvWord_Colour(picture.blueFirst, channels, bits);
-    if (wide) {
-        threeChannels_.resize(size_t{3} * static_cast<size_t>(source.width) * static_cast<size_t>(source.height));
+    const bool wide = picture.bits > 8;
+    if (picture.channels == 4 && (isBayer || wide)) {
+        ConvertByThreeChannels(source, picture);
+        return;
     }
-    const _OrvImage destination =
-        wide ? Record(word, source, 0, threeChannels_.data()) : Record(word, source, picture.stride, picture.data);
-    if (isBayer) {
+    const uint32_t word = OrvWord_Colour(picture.blueFirst, picture.channels, picture.bits);
+    ConvertTo(source, Record(word, source, picture.stride, picture.data));
+}
+
+// In bands that stay in cache where the algorithm reads a row up and down.
+void Converter::ConvertByThreeChannels(const _OrvImage& source, const Picture& picture) {
+    const bool isBayer = settings_.mosaic == Mosaic::Bayer;
+    const bool wide = picture.bits > 8;
+    const uint32_t word = OrvWord_Colour(picture.blueFirst, 3, wide && !isBayer ? source.bitDepth : picture.bits);
+    const int rows = isBayer && settings_.algorithm != kAdaptive ? kBandRows : source.height;
+    const int64_t rowBytes = OrvWord_RowBytes(word, OrvPackingNone, source.width);
+    threeChannels_.resize(static_cast<size_t>(rowBytes * std::min(rows + 2 * kHalo, source.height) + 1) / 2);
+    for (int first = 0; first < source.height; first += rows) {
+        const int count = std::min(rows, source.height - first);
+        const int top = std::max(first - kHalo, 0);
+        _OrvImage band = source;
+        band.height = std::min(first + count + kHalo, source.height) - top;
+        band.data = static_cast<unsigned char*>(source.data) + int64_t{top} * source.stride;
+        ConvertTo(band, Record(word, band, 0, threeChannels_.data()));
+        const unsigned char* from = reinterpret_cast<unsigned char*>(threeChannels_.data()) + (first - top) * rowBytes;
+        unsigned char* to = static_cast<unsigned char*>(picture.data) + int64_t{first} * picture.stride;
+        Check("alpha",
+              wide ? OrvRows_AddAlpha16(reinterpret_cast<const uint16_t*>(from), rowBytes,
+                                        reinterpret_cast<uint16_t*>(to), picture.stride, source.width, count, kOpaque16)
+                   : OrvRows_AddAlpha8(from, rowBytes, to, picture.stride, source.width, count, kOpaque8));
+    }
+}
+
+void Converter::ConvertTo(const _OrvImage& source, const _OrvImage& destination) {
+    if (settings_.mosaic == Mosaic::Bayer) {
         ConvertBayer(source, destination);
     } else {
         ConvertTrueSense(source, destination);
-    }
-    if (wide) {
-        Check("alpha",
-              OrvRows_AddAlpha16(threeChannels_.data(), destination.stride, static_cast<uint16_t*>(picture.data),
-                                 picture.stride, source.width, source.height, kOpaque16));
     }
 }
 

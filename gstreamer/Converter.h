@@ -39,14 +39,16 @@ public:
     // Takes effect with the next frame. Parameters not named have their defaults.
     void Configure(const Settings& settings);
 
-    // `source` as OrvFrame_Tight takes it, of the settings' mosaic. Pictures of 16 bits have the full range, and are
-    // made of deeper sources only.
+    // `source` as OrvFrame_Tight takes it, of the settings' mosaic, its stride not 0. Pictures of 16 bits have the full
+    // range, and are made of deeper sources only.
     void Convert(const _OrvImage& source, const Picture& picture);
 
 private:
     using Bayer = std::unique_ptr<OrvBayer, void (*)(OrvBayer*)>;
     using TrueSense = std::unique_ptr<OrvTrueSense, void (*)(OrvTrueSense*)>;
 
+    void ConvertByThreeChannels(const _OrvImage& source, const Picture& picture);
+    void ConvertTo(const _OrvImage& source, const _OrvImage& destination);
     void ConvertBayer(const _OrvImage& source, const _OrvImage& destination);
     void ConvertTrueSense(const _OrvImage& source, _OrvImage destination);
 

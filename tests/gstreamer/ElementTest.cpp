@@ -15,7 +15,7 @@
 namespace {
 
 using Bytes = std::vector<unsigned char>;
-constexpr int kHeight = 9;
+constexpr int kHeight = 65;  // of bands, the last one short
 
 // The element between two loose ends.
 class Stream {
@@ -198,7 +198,7 @@ TEST(Element, TrueSenseFramesTravelInGrey) {
 
 TEST(Element, RowsAreWhereTheVideoMetaSays) {
     const Frame frame(OrvPixelBayerRG12, 16, false, 4);
-    Bytes upsideDown(frame.bytes.size() + 40);
+    Bytes upsideDown(34 * kHeight + 8);
     for (int y = 0; y < kHeight; ++y) {
         std::memcpy(&upsideDown[static_cast<size_t>(8 + (kHeight - 1 - y) * 34)],
                     &frame.bytes[static_cast<size_t>(y * 32)], 32);
