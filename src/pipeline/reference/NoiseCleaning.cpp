@@ -7,7 +7,6 @@
 
 using orv::Elements;
 using orv::NoiseLine;
-using orv::ScratchFits;
 using orv::TakeScratch;
 
 namespace {

@@ -1,6 +1,4 @@
 // Pan at the colour sites, and the colour differences of the 2 by 2 cells.
-#include <algorithm>
-#include <utility>
 
 #include "pipeline/Arithmetic.h"
 #include "pipeline/reference/Scratch.h"
