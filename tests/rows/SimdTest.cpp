@@ -7,11 +7,10 @@
 #include <vector>
 
 #include "rows/Avx2.h"
+#include "support/Levels.h"
 #include "support/Noise.h"
 
 namespace {
-
-using orv::SimdLevel;
 
 ORV_ALWAYS_INLINE void FmaFloatsBody(const float* a, const float* b, const float* c, int n, float* out) {
 #pragma omp simd
@@ -46,20 +45,11 @@ ORV_ALWAYS_INLINE void TruncateBoundedBody(const double* in, int n, int32_t* out
 }
 ORV_ROW_FUNCTION(TruncateBounded, (const double* in, int n, int32_t* out), (in, n, out))
 
-class EveryLevel : public testing::TestWithParam<SimdLevel> {
-protected:
-    void SetUp() override {
-        if (GetParam() > orv::BestSimdLevel()) {
-            GTEST_SKIP() << "not on this processor";
-        }
-        orv::SetSimdLevel(GetParam());
-        ASSERT_EQ(GetParam(), orv::SimdLevelInForce());
-    }
-    void TearDown() override { orv::SetSimdLevel(orv::BestSimdLevel()); }
-};
+class SimdRows : public orvtest::EveryLevel {};
+ORV_EVERY_LEVEL(SimdRows);
 
 // Rounded once: two roundings, or double precision narrowed, give the next float above.
-TEST_P(EveryLevel, FmaRoundsOnceAndSumsOfProductsTwice) {
+TEST_P(SimdRows, FmaRoundsOnceAndSumsOfProductsTwice) {
     constexpr int n = 19;
     const std::vector<float> a(n, 0x1.000002p-12F), b(n, 0x1.fffffcp-13F), c(n, 0x1.000002p0F);
     std::vector<float> out(n);
@@ -107,12 +97,12 @@ void ExpectTruncation() {
         EXPECT_EQ(std::isnan(x) ? 0 : static_cast<int32_t>(std::trunc(bound)), out[i]) << x;
     }
 }
-TEST_P(EveryLevel, TruncationSaturates) {
+TEST_P(SimdRows, TruncationSaturates) {
     ExpectTruncation<float>();
     ExpectTruncation<double>();
 }
 
-TEST_P(EveryLevel, BoundedTruncationIsTruncationThenClamp) {
+TEST_P(SimdRows, BoundedTruncationIsTruncationThenClamp) {
     const std::vector<double> in = Edges<double>();
     std::vector<int32_t> out(in.size());
     TruncateBounded(in.data(), static_cast<int>(in.size()), out.data());
@@ -120,8 +110,6 @@ TEST_P(EveryLevel, BoundedTruncationIsTruncationThenClamp) {
         EXPECT_EQ(orv::Clamp(orv::TruncateToInt32(in[i]), 0, 4095), out[i]) << in[i];
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Simd, EveryLevel, testing::Values(SimdLevel::Baseline, SimdLevel::Avx2, SimdLevel::Avx512));
 
 #if defined(__x86_64__)
 ORV_TARGET_AVX2 void Means(const int32_t* sums, int32_t count, int32_t* means) {
@@ -131,7 +119,7 @@ ORV_TARGET_AVX2 void Means(const int32_t* sums, int32_t count, int32_t* means) {
 
 // Sums at and beside multiples of every count, over the range of int.
 TEST(MeanOfEight, DividesExactly) {
-    if (orv::BestSimdLevel() < SimdLevel::Avx2) {
+    if (orv::BestSimdLevel() < orv::SimdLevel::Avx2) {
         GTEST_SKIP() << "no AVX2";
     }
     for (int count = 2; count <= 9; ++count) {

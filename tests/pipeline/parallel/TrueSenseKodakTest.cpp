@@ -3,253 +3,70 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
-#include <type_traits>
+#include <vector>
 
-#include "rows/Bands.h"
-#include "rows/Simd.h"
 #include "support/DriverScope.h"
-#include "support/Image.h"
 #include "support/Kernels.h"
 #include "support/Noise.h"
-#include "truesense/Tables.h"
 
 namespace {
 
-using Samples16 = std::vector<unsigned short>;
-
-tagTrueSenseParam Defaults() {
-    tagTrueSenseParam param;
-    TrueSense_DefaultValues(&param);
-    return param;
-}
-
-// A frame in memory, its region, and how to convert it.
-template <class Sample>
-struct Job {
-    int w, h, bits;
-    int grid = 0;
-    tagTrueSenseParam param = Defaults();
-    bool alpha = false, bgr = false;
-    std::vector<Sample> source = {};
-    int srcStride = 0;     // samples; 0: w
-    size_t srcOrigin = 0;  // sample that the walk starts from
-
-    _OrvRect Rect() const { return {0, 0, w, h}; }
-    int Channels() const { return alpha ? 4 : 3; }
-    int SourceBytes() const { return (srcStride != 0 ? srcStride : w) * static_cast<int>(sizeof(Sample)); }
+class Kodak : public testing::Test {
+protected:
+    int Init(_OrvRect rect, int bits, unsigned char grid) {
+        return engine_.Init(source_.data(), rect, {8, 8}, 8, bits, result_.data(), 24, grid, nullptr);
+    }
+    static constexpr _OrvRect kWhole = {0, 0, 8, 8};
+    const std::vector<unsigned char> source_ = std::vector<unsigned char>(8 * 8, 99);
+    std::vector<unsigned char> result_ = std::vector<unsigned char>(8 * 8 * 3, 0xA5);
+    TrueSenseKodak<unsigned char> engine_;
 };
 
-// The result, after a check that nothing else of the destination was written. Out tells Init from InitRGB.
-template <class Out, class Sample>
-std::vector<Out> Convert(TrueSenseKodak<Sample>& engine, const Job<Sample>& job) {
-    const int rowSamples = job.Channels() * job.w, stride = rowSamples * static_cast<int>(sizeof(Out)) + 6;
-    orvtest::Image image(0, job.bits, job.w, job.h, stride);
-    tagTrueSenseParam param = job.param;
-    Out* dst = image.template Row<Out>(0);
-    engine.SetOutputPixelType(job.alpha, job.bgr);
-    const auto grid = static_cast<unsigned char>(job.grid);
-    const Sample* src = job.source.data() + job.srcOrigin;
-    if constexpr (std::is_same_v<Out, Sample>) {
-        EXPECT_EQ(engine.Init(src, job.Rect(), {job.w, job.h}, job.SourceBytes(), job.bits, dst, stride, grid, &param),
-                  0);
-        EXPECT_EQ(engine.Calculate(), 0);
-    } else {
-        EXPECT_EQ(
-            engine.InitRGB(src, job.Rect(), {job.w, job.h}, job.SourceBytes(), job.bits, dst, stride, grid, &param), 0);
-        EXPECT_EQ(engine.CalculateRGB(), 0);
-    }
-    EXPECT_TRUE(image.OutsideUntouched(static_cast<size_t>(rowSamples) * sizeof(Out)));
-    std::vector<Out> result;
-    for (int y = 0; y < job.h; ++y) {
-        const Out* row = image.template Row<Out>(y);
-        result.insert(result.end(), row, row + rowSamples);
-    }
-    return result;
-}
-template <class Out, class Sample>
-std::vector<Out> Convert(const Job<Sample>& job) {
-    TrueSenseKodak<Sample> engine;
-    return Convert<Out>(engine, job);
-}
-
-template <class Sample>
-Job<Sample> NoiseJob(int w, int h, int bits, int grid, uint64_t seed = 1) {
-    Job<Sample> job{w, h, bits};
-    job.grid = grid;
-    job.source = orvtest::NoiseSamples<Sample>(seed, static_cast<size_t>(std::max(1, w * h)), (1U << bits) - 1);
-    return job;
-}
-
-class KodakGrids : public testing::TestWithParam<int> {};
-INSTANTIATE_TEST_SUITE_P(All, KodakGrids, testing::Range(0, 16));
-
-TEST_P(KodakGrids, FlatGreyStaysFlat) {
-    const auto tone = [](int sample, int bits) {
-        const int linear = bits <= 12 ? sample << (12 - bits) : sample >> (bits - 12);
-        return Tonescale12[Gamma10toLinear12[Linear12toGamma10[linear]]];
-    };
-    for (const int mirrors : {0, 1, 2, 3}) {
-        for (const int bits : {8, 10, 12, 14, 16}) {
-            const int sample = (1 << bits) / 3;
-            const auto prepare = [&](auto job) {
-                job.grid = GetParam();
-                job.param.horMirrored = mirrors & 1;
-                job.param.verMirrored = mirrors >> 1;
-                job.param.RR = job.param.GG = job.param.BB = 1;
-                job.param.RG = job.param.RB = job.param.GR = job.param.GB = job.param.BR = job.param.BG = 0;
-                job.source.assign(13 * 10, static_cast<typename decltype(job.source)::value_type>(sample));
-                return job;
-            };
-            const auto expected = static_cast<unsigned short>(tone(sample, bits) << (bits - 8));
-            if (bits == 8) {
-                EXPECT_EQ((Convert<unsigned char>(prepare(Job<unsigned char>{13, 10, bits}))),
-                          std::vector<unsigned char>(390, static_cast<unsigned char>(expected)));
-            }
-            EXPECT_EQ((Convert<unsigned short>(prepare(Job<unsigned short>{13, 10, bits}))),
-                      std::vector<unsigned short>(390, expected))
-                << bits;
-        }
-    }
-}
-
-// The flags of the record move the cell only: a frame mirrored in memory, read with the flag, gives the mirrored
-// result.
-TEST_P(KodakGrids, MirrorsAndNegativeStridesReadTheSameSites) {
-    const int w = 14, h = 11;
-    for (const int mirrors : {1, 2, 3}) {
-        auto job = NoiseJob<unsigned short>(w, h, 12, GetParam());
-        job.bgr = true;
-        const auto plain = Convert<unsigned short>(job);
-        auto mirrored = job;
-        mirrored.param.horMirrored = mirrors & 1;
-        mirrored.param.verMirrored = mirrors >> 1;
-        const auto from = [&](int y, int x) {
-            return static_cast<size_t>((mirrors > 1 ? h - 1 - y : y) * w + ((mirrors & 1) != 0 ? w - 1 - x : x));
-        };
-        for (int y = 0; y < h; ++y) {
-            for (int x = 0; x < w; ++x) {
-                mirrored.source[static_cast<size_t>(y * w + x)] = job.source[from(y, x)];
-            }
-        }
-        const auto result = Convert<unsigned short>(mirrored);
-        for (int y = 0; y < h; ++y) {
-            for (int x = 0; x < w; ++x) {
-                for (size_t c = 0; c < 3; ++c) {
-                    ASSERT_EQ(result[3 * static_cast<size_t>(y * w + x) + c], plain[3 * from(y, x) + c]);
-                }
-            }
-        }
-    }
-    // Rows forward, columns backward from the pointer.
-    auto job = NoiseJob<unsigned char>(w, h, 8, GetParam());
-    auto backward = job;
-    for (int y = 0; y < h; ++y) {
-        std::reverse(backward.source.begin() + y * w, backward.source.begin() + (y + 1) * w);
-    }
-    backward.srcStride = -w;
-    backward.srcOrigin = static_cast<size_t>(w - 1);
-    EXPECT_EQ(Convert<unsigned char>(backward), Convert<unsigned char>(job));
-}
-
-TEST(TrueSenseKodak, LayoutsCarryTheSamePixels) {
-    auto job = NoiseJob<unsigned short>(21, 18, 12, 9);
-    const auto rgb = Convert<unsigned short>(job);
-    const auto bytes = Convert<unsigned char>(job);
-    job.alpha = job.bgr = true;
-    const auto bgra = Convert<unsigned short>(job);
-    job.bgr = false;
-    const auto rgba = Convert<unsigned char>(job);
-    job.alpha = false;
-    job.param.normalizationEnable = 1;
-    const auto normalized = Convert<unsigned short>(job);
-    for (size_t p = 0; p < rgb.size() / 3; ++p) {
-        for (size_t c = 0; c < 3; ++c) {
-            ASSERT_EQ(rgb[3 * p + c], bytes[3 * p + c] << 4);
-            ASSERT_EQ(bgra[4 * p + 2 - c], rgb[3 * p + c]);
-            ASSERT_EQ(rgba[4 * p + c], bytes[3 * p + c]);
-            ASSERT_EQ(normalized[3 * p + c], bytes[3 * p + c] << 8);
-        }
-        ASSERT_EQ(bgra[4 * p + 3], 0xA5A5);
-        ASSERT_EQ(rgba[4 * p + 3], 0xA5);
-    }
-    auto narrow = NoiseJob<unsigned char>(8, 8, 8, 0);
-    narrow.param.normalizationEnable = 1;
-    EXPECT_EQ(Convert<unsigned char>(narrow), std::vector<unsigned char>(8 * 8 * 3, 0));
-}
-
-TEST(TrueSenseKodak, NoRecordMeansTheDefaults) {
-    const auto job = NoiseJob<unsigned char>(20, 20, 8, 0);
-    const auto expected = Convert<unsigned char>(job);
-    TrueSenseKodak<unsigned char> engine;
-    std::vector<unsigned char> result(expected.size());
-    // A record's flags do not stay behind.
-    auto other = job;
-    other.param.monoEnable = other.param.horMirrored = other.param.verMirrored = other.param.normalizationEnable = 1;
-    Convert<unsigned char>(engine, other);
-    ASSERT_EQ(engine.Init(job.source.data(), job.Rect(), {20, 20}, 20, 8, result.data(), 60, 0, nullptr), 0);
-    ASSERT_EQ(engine.Calculate(), 0);
-    EXPECT_EQ(result, expected);
-}
-
-TEST(TrueSenseKodak, WithoutAFrameCalculateFails) {
-    TrueSenseKodak<unsigned char> engine;
-    const auto job = NoiseJob<unsigned char>(8, 8, 8, 0);
-    const std::vector<unsigned char> untouched(8 * 8 * 3, 0xA5);
-    std::vector<unsigned char> result = untouched;
-    const auto init = [&](int bits, unsigned char grid) {
-        return engine.Init(job.source.data(), job.Rect(), {8, 8}, 8, bits, result.data(), 24, grid, nullptr);
-    };
-    EXPECT_EQ(engine.Calculate(), 1);
-    EXPECT_EQ(engine.CalculateRGB(), 1);
+TEST_F(Kodak, WithoutAFrameCalculateFails) {
+    const auto untouched = result_;
+    EXPECT_EQ(engine_.Calculate(), 1);
+    EXPECT_EQ(engine_.CalculateRGB(), 1);
     for (const int refused : {9, 8}) {  // no such depth, no such grid
-        EXPECT_EQ(init(8, 0), 0);
-        EXPECT_EQ(init(refused, refused == 8 ? 16 : 0), 7);
-        EXPECT_EQ(engine.Calculate(), 1);
+        EXPECT_EQ(Init(kWhole, 8, 0), 0);
+        EXPECT_EQ(Init(kWhole, refused, refused == 8 ? 16 : 0), 7);
+        EXPECT_EQ(engine_.Calculate(), 1);
     }
-    EXPECT_EQ(init(8, 0), 0);
-    engine.CleanMemory();
-    EXPECT_EQ(engine.Calculate(), 1);
-    EXPECT_EQ(result, untouched);
+    EXPECT_EQ(Init(kWhole, 8, 0), 0);
+    engine_.CleanMemory();
+    EXPECT_EQ(engine_.Calculate(), 1);
+    EXPECT_EQ(result_, untouched);
 }
 
-TEST(TrueSenseKodak, RefusesWithTheCodeAndForgetsTheGeometry) {
+// Five bytes per sample must be a 32-bit number.
+TEST_F(Kodak, RefusesPlanesBeyondItsSizes) {
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(Init({0, 0, 40000, 40000}, 8, 0), 9);
+        EXPECT_EQ(Init({0, 0, 29312, 29312}, 8, 0), 9);
+    }
+    EXPECT_EQ(Init(kWhole, 8, 0), 0);
+    EXPECT_EQ(engine_.Calculate(), 0);
+}
+
+using Samples = std::vector<unsigned short>;
+
+// A packed frame of 16-bit samples.
+struct Job {
+    int w, h, bits, grid;
+    Samples source = {};
+    tagTrueSenseParam param = {};
+};
+
+Samples Convert(Job job) {
     TrueSenseKodak<unsigned short> engine;
-    const auto job = NoiseJob<unsigned short>(8, 8, 12, 0);
-    std::vector<unsigned short> dst(8 * 8 * 3);
-    std::vector<unsigned char> bytes(8 * 8 * 3);
-    const auto init = [&](const unsigned short* src, unsigned short* to, _OrvRect rect, int bits, unsigned char grid) {
-        return engine.Init(src, rect, {rect.width, rect.height}, 16, bits, to, 48, grid, nullptr);
-    };
-    const auto initRgb = [&](const unsigned short* src, unsigned char* to, int bits, unsigned char grid) {
-        return engine.InitRGB(src, job.Rect(), {8, 8}, 17, bits, to, 24, grid, nullptr);
-    };
-    const unsigned short* src = job.source.data();
-    // An engine that holds nothing matches nothing, its own empty state included.
-    for (int repeat = 0; repeat < 2; ++repeat) {
-        EXPECT_EQ(init(src, dst.data(), {0, 0, 0, 0}, 12, 255), 7);
-        EXPECT_EQ(init(src, dst.data(), job.Rect(), 12, 16), 7);
-        EXPECT_EQ(init(src, dst.data(), {0, 0, 40000, 40000}, 12, 0), 9);
-        EXPECT_EQ(init(src, dst.data(), {0, 0, 30000, 30000}, 12, 0), 9);
-        EXPECT_EQ(init(src, dst.data(), {0, 0, -1, 8}, 12, 3), 9);
-        EXPECT_EQ(init(src, dst.data(), {0, 0, 0, 8}, 12, 0), 9);
-        EXPECT_EQ(init(src, dst.data(), {0, 0, 2147483647, 2147483647}, 12, 15), 9);
-    }
-    EXPECT_EQ(init(nullptr, dst.data(), job.Rect(), 12, 0), 8);
-    EXPECT_EQ(init(src, nullptr, job.Rect(), 11, 16), 8);
-    EXPECT_EQ(initRgb(nullptr, bytes.data(), 12, 0), 8);
-    EXPECT_EQ(initRgb(src, nullptr, 12, 0), 8);
-    for (const int bits : {0, 7, 9, 11, 13, 15, 17}) {
-        EXPECT_EQ(init(src, dst.data(), job.Rect(), bits, 0), 7);
-        EXPECT_EQ(initRgb(src, bytes.data(), bits, 0), 7);
-    }
-    EXPECT_EQ(init(src, dst.data(), job.Rect(), 10, 0), 0);
-    EXPECT_EQ(initRgb(src, bytes.data(), 10, 0), 7);
-    EXPECT_EQ(initRgb(src, bytes.data(), 12, 16), 7);
-    // An odd stride loses its low bit.
-    EXPECT_EQ(initRgb(src, bytes.data(), 12, 0), 0);
-    EXPECT_EQ(engine.CalculateRGB(), 0);
-    EXPECT_EQ(bytes, Convert<unsigned char>(job));
+    engine.SetOutputPixelType(false, false);
+    Samples result(job.source.size() * 3);
+    EXPECT_EQ(engine.Init(job.source.data(), {0, 0, job.w, job.h}, {job.w, job.h}, 2 * job.w, job.bits, result.data(),
+                          6 * job.w, static_cast<unsigned char>(job.grid), &job.param),
+              0);
+    EXPECT_EQ(engine.Calculate(), 0);
+    return result;
 }
 
 constexpr double kInf = std::numeric_limits<double>::infinity(), kNan = std::numeric_limits<double>::quiet_NaN();
@@ -297,15 +114,15 @@ void Scramble(orvtest::Noise* noise, tagTrueSenseParam* p) {
 }
 
 // A frame by the kernels: the whole of the engine's definition.
-Samples16 ByKernels(const Job<unsigned short>& job) {
-    const orv::GridGeometry g = orv::GridGeometry::Make(job.Rect(), static_cast<unsigned char>(job.grid));
+Samples ByKernels(const Job& job) {
+    const orv::GridGeometry g = orv::GridGeometry::Make({0, 0, job.w, job.h}, static_cast<unsigned char>(job.grid));
     orvtest::DriverRun run(g.W, g.H);
     const tagTrueSenseParam& p = job.param;
     const auto walk = orv::RegionWalk::Make(0, 0, job.w, job.h, job.w, 1, false, false);
     orv::ReadMosaic(job.source.data(), walk, 12 - job.bits, g, reinterpret_cast<int16_t*>(run.sensor.data()), g.W, 1);
     orv::NarrowParameters(p, &run.param);
     EXPECT_EQ(0, Api_ImageProcess(&run.param, &run.buffers));
-    Samples16 result;
+    Samples result;
     for (int y = 0; y < job.h; ++y) {
         const auto row = run.rgb.begin() + 3 * ((g.gridY + y) * g.W + g.gridX);
         std::transform(row, row + 3 * job.w, std::back_inserter(result),
@@ -318,13 +135,16 @@ Samples16 ByKernels(const Job<unsigned short>& job) {
 TEST(TrueSenseKodak, StripsGiveTheBytesOfTheKernels) {
     const orvtest::DriverScope restore;
     orvtest::Noise noise(77);
-    Samples16 strange(4096);
+    Samples strange(4096);
     std::generate(strange.begin(), strange.end(), [&] { return static_cast<unsigned short>(noise.Below(65536)); });
     for (int round = 0; round < 120; ++round) {
         const auto size = [&] { return 1 + static_cast<int>(noise.Below(noise.Below(4) == 0 ? 12 : 90)); };
         const int depths[] = {12, 12, 12, 10, 16};
-        auto job = NoiseJob<unsigned short>(round % 15 == 0 ? 1200 + size() : size(), size(), OneOf(&noise, depths),
-                                            static_cast<int>(noise.Below(16)), noise.Next());
+        Job job = {round % 15 == 0 ? 1200 + size() : size(), size(), OneOf(&noise, depths),
+                   static_cast<int>(noise.Below(16))};
+        job.source = orvtest::NoiseSamples<unsigned short>(noise.Next(), static_cast<size_t>(job.w * job.h),
+                                                           (1U << job.bits) - 1);
+        TrueSense_DefaultValues(&job.param);
         if (noise.Below(3) != 0) {  // scenes, which stay below the limits of the noise filters
             const uint32_t base = noise.Below(3000), contrast = 1 + noise.Below(900);
             for (auto& v : job.source) {
@@ -345,7 +165,7 @@ TEST(TrueSenseKodak, StripsGiveTheBytesOfTheKernels) {
             orv::SetBandRows(static_cast<int>(4 * noise.Below(6)));
             orv::SetBandOrder(static_cast<int>(noise.Below(50)));
             job.param.threads_num = 1 + noise.Below(5);
-            ASSERT_EQ(expected, Convert<unsigned short>(job))
+            ASSERT_EQ(expected, Convert(job))
                 << "frame " << round << ", " << job.w << " by " << job.h << ", level " << level;
         }
     }

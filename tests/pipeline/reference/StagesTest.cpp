@@ -180,24 +180,4 @@ TEST(ImageProcess, StopsAtAFailingStage) {
     }
 }
 
-TEST(ImageProcess, MonoDropsTheDifferencesOnlyAtOne) {
-    const auto result = [](int mono, float gain) {
-        DriverRun run(32, 16);
-        run.FillWithNoise(32, 3000);
-        run.param.monoEnable = mono;
-        run.param.globalGain = gain;
-        EXPECT_EQ(Api_ImageProcess(&run.param, &run.buffers), 0);
-        return run.rgb;
-    };
-    const auto grey = result(1, 1);
-    for (size_t p = 0; p < grey.size(); p += 3) {
-        ASSERT_TRUE(grey[p] == grey[p + 1] && grey[p] == grey[p + 2]);
-    }
-    EXPECT_EQ(result(2, 1), result(0, 1));
-    EXPECT_NE(result(0, 1), grey);
-    // The frame gain counts above 1 only. Nothing else reads it here.
-    EXPECT_EQ(result(0, 0.5F), result(0, 1));
-    EXPECT_NE(result(0, 1.5F), result(0, 1));
-}
-
 }  // namespace
