@@ -4,10 +4,8 @@
 #include <cstring>
 #include <tuple>
 
-#include "OrvBayer.h"
-#include "OrvTrueSense.h"
 #include "support/AllocationCounter.h"
-#include "support/Image.h"
+#include "support/Components.h"
 
 namespace {
 
@@ -23,21 +21,19 @@ TEST(SteadyState, TheCounterSeesAllocations) {
 class BayerSteadyState : public testing::TestWithParam<int> {};
 
 TEST_P(BayerSteadyState, FramesAfterTheFirstAllocateNothing) {
-    OrvBayer* component = OrvBayer_CreateComponent();
-    ASSERT_EQ(OrvSetParam(*OrvBayer_GetComponent(component), "BayerAlgType", GetParam()), 0u);
+    const orvtest::BayerComponent component(GetParam());
     for (const bool wide : {false, true}) {
         Image source(wide ? OrvPixelBayerGB12 : OrvPixelBayerGB8, wide ? 12 : 8, 322, 242, wide ? 644 : 322);
         Image destination(wide ? OrvPixelRGB12 : OrvPixelRGB8, wide ? 12 : 8, 322, 242, wide ? 1944 : 978);
         for (int frame = 0; frame < 2; ++frame) {  // OpenCV settles its own state in the first calls
-            ASSERT_EQ(OrvBayer_ConvertImage(component, &source.record, &destination.record), 0u);
+            ASSERT_EQ(component.Convert(source, destination), 0u);
         }
         const long before = AllocationCount();
         for (int frame = 0; frame < 5; ++frame) {
-            OrvBayer_ConvertImage(component, &source.record, &destination.record);
+            component.Convert(source, destination);
         }
         EXPECT_EQ(AllocationCount(), before) << (wide ? "16 bits" : "8 bits");
     }
-    OrvBayer_DeleteComponent(component);
 }
 
 INSTANTIATE_TEST_SUITE_P(Algorithms, BayerSteadyState, testing::Values(0, 1, 2));
@@ -45,10 +41,7 @@ INSTANTIATE_TEST_SUITE_P(Algorithms, BayerSteadyState, testing::Values(0, 1, 2))
 class TrueSenseSteadyState : public testing::TestWithParam<std::tuple<int, int>> {};
 
 TEST_P(TrueSenseSteadyState, FramesAfterTheFirstAllocateNothing) {
-    OrvTrueSense* component = OrvTrueSense_CreateComponent();
-    OrvComponent& view = *OrvTrueSense_GetComponent(component);
-    ASSERT_EQ(OrvSetParam(view, "TrueSenseAlgType", std::get<0>(GetParam())), 0u);
-    ASSERT_EQ(OrvSetParam(view, "threads_num", std::get<1>(GetParam())), 0u);
+    const orvtest::TrueSenseComponent component(std::get<0>(GetParam()), std::get<1>(GetParam()));
     const struct {
         uint32_t source, destination;
         int bits, sourceBytes, destinationBytes;
@@ -60,15 +53,14 @@ TEST_P(TrueSenseSteadyState, FramesAfterTheFirstAllocateNothing) {
         std::memset(source.Data(), 5, static_cast<size_t>(source.record.imageSize));  // within the depth
         Image destination(kind.destination, kind.bits, 322, 242, 970 * kind.destinationBytes);
         for (int frame = 0; frame < 2; ++frame) {
-            ASSERT_EQ(OrvTrueSense_ConvertImage(component, &source.record, &destination.record), 0u);
+            ASSERT_EQ(component.Convert(source, destination), 0u);
         }
         const long before = AllocationCount();
         for (int frame = 0; frame < 5; ++frame) {
-            OrvTrueSense_ConvertImage(component, &source.record, &destination.record);
+            component.Convert(source, destination);
         }
         EXPECT_EQ(AllocationCount(), before) << kind.bits << " bits";
     }
-    OrvTrueSense_DeleteComponent(component);
 }
 
 INSTANTIATE_TEST_SUITE_P(Algorithms, TrueSenseSteadyState,

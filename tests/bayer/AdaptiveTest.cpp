@@ -9,7 +9,7 @@
 #include "bayer/OrvBayerImp.h"
 #include "component/PixelTypes.h"
 #include "rows/Simd.h"
-#include "support/Image.h"
+#include "support/Components.h"
 #include "support/Levels.h"
 #include "support/Noise.h"
 
@@ -53,12 +53,7 @@ std::vector<T> Mosaic(Content content, int width, int height, uint32_t top, uint
 template <class T>
 class Pair {
 public:
-    Pair(int width, int height) : reference_(width, height), width_(width), height_(height) {
-        OrvSetParam(*OrvBayer_GetComponent(component_), "BayerAlgType", 1);
-    }
-    ~Pair() { OrvBayer_DeleteComponent(component_); }
-    Pair(const Pair&) = delete;
-    Pair& operator=(const Pair&) = delete;
+    Pair(int width, int height) : reference_(width, height), width_(width), height_(height) {}
 
     // Converts one frame both ways and compares.
     void Check(uint32_t word, int bitDepth, uint32_t destinationWord, const std::vector<T>& samples) {
@@ -70,7 +65,7 @@ public:
             std::copy_n(samples.begin() + y * width_, width_, source.Row<T>(y));
         }
         Image destination(destinationWord, bitDepth, width_, height_, (width_ * 3 + 5) * bytes);
-        ASSERT_EQ(OrvBayer_ConvertImage(component_, &source.record, &destination.record), 0u);
+        ASSERT_EQ(component_.Convert(source, destination), 0u);
         reference_.Convert(samples, pattern % 2 == 0 ? 0 : 1, bitDepth);
         const bool evenFirst = EvenRowColourFirst(pattern, destinationWord);
         for (int y = 0; y < height_; ++y) {
@@ -110,7 +105,7 @@ private:
 
     AdaptiveReference<T> reference_;
     int width_, height_;
-    OrvBayer* component_ = OrvBayer_CreateComponent();
+    const orvtest::BayerComponent component_{1};
 };
 
 const uint32_t kDestinations[] = {OrvPixelRGB8,  OrvPixelBGR8,  OrvPixelRGBA8,   OrvPixelBGRA8,
@@ -220,19 +215,8 @@ TEST(Adaptive, ReferenceIntegralsAreThoseOfOpenCv) {
     }
 }
 
-class Component {
-public:
-    Component() { OrvSetParam(*OrvBayer_GetComponent(bayer_), "BayerAlgType", 1); }
-    ~Component() { OrvBayer_DeleteComponent(bayer_); }
-    Component(const Component&) = delete;
-    Component& operator=(const Component&) = delete;
-    uint32_t Convert(Image& source, Image& destination) {
-        return OrvBayer_ConvertImage(bayer_, &source.record, &destination.record);
-    }
-    OrvBayer* Get() { return bayer_; }
-
-private:
-    OrvBayer* bayer_ = OrvBayer_CreateComponent();
+struct Component : orvtest::BayerComponent {
+    Component() : BayerComponent(1) {}
 };
 
 // A noise frame and room for its result.

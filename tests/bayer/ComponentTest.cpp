@@ -3,25 +3,12 @@
 
 #include "bayer/OrvBayerImp.h"
 #include "component/PixelTypes.h"
-#include "support/Image.h"
+#include "support/Components.h"
 #include "support/Noise.h"
 
 namespace {
 
 using orvtest::Image;
-
-class Component {
-public:
-    explicit Component(long algorithm = 0) : bayer(OrvBayer_CreateComponent()) { Set(algorithm); }
-    ~Component() { OrvBayer_DeleteComponent(bayer); }
-    Component(const Component&) = delete;
-    Component& operator=(const Component&) = delete;
-    void Set(long algorithm) { EXPECT_EQ(OrvSetParam(*bayer->GetComponent(), "BayerAlgType", algorithm), 0u); }
-    uint32_t Convert(Image& source, Image& destination) {
-        return OrvBayer_ConvertImage(bayer, &source.record, &destination.record);
-    }
-    OrvBayer* bayer;
-};
 
 void FillNoise(Image& image, uint64_t seed) {
     orvtest::Noise noise(seed);
@@ -47,25 +34,25 @@ TEST(BayerComponent, CodesDependOnPatternAndEdgeAwarenessOnly) {
 
 TEST(BayerComponent, BadInputIsRefusedAndWritesNothing) {
     for (const long algorithm : {0L, 2L}) {
-        Component component(algorithm);
+        const orvtest::BayerComponent component(algorithm);
         Image source(OrvPixelBayerRG8, 8, 16, 12, 16);
         FillNoise(source, 5);
         Image destination(OrvPixelRGB8, 8, 16, 12, 48);
-        EXPECT_EQ(OrvBayer_ConvertImage(component.bayer, nullptr, &destination.record), 0x80050007u);
-        EXPECT_EQ(OrvBayer_ConvertImage(component.bayer, &source.record, nullptr), 0x80050007u);
+        EXPECT_EQ(OrvBayer_ConvertImage(component.Get(), nullptr, &destination.record), 0x80050007u);
+        EXPECT_EQ(OrvBayer_ConvertImage(component.Get(), &source.record, nullptr), 0x80050007u);
         for (const uint32_t word : {0x04080131u, 0x02180171u, 0x03100319u, 0x03080111u, 0u}) {
             source.record.pixelType = word;
             EXPECT_EQ(component.Convert(source, destination), 0x80050007u) << std::hex << word;
-            EXPECT_EQ(OrvBayer_AllocData(component.bayer, &source.record, &destination.record), 0x80050007u);
+            EXPECT_EQ(OrvBayer_AllocData(component.Get(), &source.record, &destination.record), 0x80050007u);
         }
         source.record.pixelType = OrvPixelBayerRG8;
-        EXPECT_EQ(OrvBayer_AllocData(component.bayer, &source.record, nullptr), 0x80050007u);
+        EXPECT_EQ(OrvBayer_AllocData(component.Get(), &source.record, nullptr), 0x80050007u);
         // A row step below the row.
         source.record.stride = 15;
         EXPECT_EQ(component.Convert(source, destination), 0x80050001u);
         source.record.stride = 16;
         EXPECT_TRUE(destination.Untouched());
-        EXPECT_EQ(OrvBayer_AllocData(component.bayer, &source.record, &destination.record), 0u);
+        EXPECT_EQ(OrvBayer_AllocData(component.Get(), &source.record, &destination.record), 0u);
         EXPECT_EQ(component.Convert(source, destination), 0u);
         EXPECT_FALSE(destination.Untouched());
     }

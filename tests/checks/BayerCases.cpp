@@ -1,10 +1,9 @@
 // Conversions of Bayer frames by all algorithms.
-#include <memory>
 #include <string>
 #include <utility>
 
-#include "OrvBayer.h"
 #include "checks/CheckNumbers.h"
+#include "support/Components.h"
 
 namespace orvtest {
 namespace {
@@ -25,25 +24,13 @@ constexpr Depth kDepths[] = {{8, OrvPixelBayerGR8, OrvPixelRGB8},
 
 std::string Prefix(uint32_t algorithm) { return "bayer/" + std::to_string(algorithm) + "/"; }
 
-class Component {
-public:
-    explicit Component(uint32_t algorithm) : component_(OrvBayer_CreateComponent()) {
-        OrvSetParam(*component_->GetComponent(), "BayerAlgType", static_cast<long>(algorithm));
+// As the first frame, or as the next one of a sequence.
+uint32_t Convert(const BayerComponent& component, const Image& source, Image& result, bool first = true) {
+    if (first) {
+        component->ReleaseData();
     }
-    // As the first frame, or as the next one of a sequence.
-    uint32_t Convert(const Image& source, Image& result, bool first) {
-        if (first) {
-            component_->ReleaseData();
-        }
-        return component_->ConvertImage(&source.record, &result.record);
-    }
-
-private:
-    struct Delete {
-        void operator()(OrvBayer* component) const { OrvBayer_DeleteComponent(component); }
-    };
-    std::unique_ptr<OrvBayer, Delete> component_;
-};
+    return component.Convert(source, result);
+}
 
 // Above 8 bits the adaptive algorithm takes rows of an even number of samples.
 Image Source(const Depth& depth, unsigned pattern, int w, int h, Content content, int padding = 0) {
@@ -60,7 +47,7 @@ Image Result(const Depth& depth, uint32_t word, int w, int h, int padding = 0) {
 
 // Every word of every depth to every colour word.
 void Words(CheckNumbers& numbers, uint32_t algorithm) {
-    Component component(algorithm);
+    const BayerComponent component(algorithm);
     for (const Depth& depth : kDepths) {
         if (!numbers.Begin(Prefix(algorithm) + "words/" + std::to_string(depth.bits) + "-bit")) {
             continue;
@@ -72,7 +59,7 @@ void Words(CheckNumbers& numbers, uint32_t algorithm) {
                 Image source = Source(depth, pattern, w, h, pattern < 2 ? Content::Scene : Content::Noise);
                 Image result = Result(depth, word, w, h, 6);
                 numbers.Add("word " + std::to_string(word & 0xFF) + ", pattern " + std::to_string(pattern),
-                            component.Convert(source, result, true), result);
+                            Convert(component, source, result), result);
             }
         }
     }
@@ -81,11 +68,11 @@ void Words(CheckNumbers& numbers, uint32_t algorithm) {
 // Small frames, odd, wide and high ones, with padded rows; above 8 bits the adaptive algorithm takes padding for
 // pixels.
 void Sizes(CheckNumbers& numbers, uint32_t algorithm) {
-    Component component(algorithm);
+    const BayerComponent component(algorithm);
     const auto convert = [&](const Depth& depth, int w, int h, Content content) {
         Image source = Source(depth, static_cast<unsigned>(w + h / 2) % 4, w, h, content, w % 5 == 0 ? 4 : 0);
         Image result = Result(depth, depth.colour + static_cast<uint32_t>(h % 2), w, h, 4 * (w % 3));
-        numbers.Add(std::to_string(w) + "x" + std::to_string(h), component.Convert(source, result, true), result);
+        numbers.Add(std::to_string(w) + "x" + std::to_string(h), Convert(component, source, result), result);
     };
     const int least = algorithm == kAdaptive ? 1 : 3;
     for (const Depth& depth : {kDepths[0], kDepths[2], kDepths[4]}) {
@@ -113,12 +100,12 @@ void Sequences(CheckNumbers& numbers) {
         if (!numbers.Begin(Prefix(kAdaptive) + "sequence/" + std::to_string(depth.bits) + "-bit")) {
             continue;
         }
-        Component component(kAdaptive);
+        const BayerComponent component(kAdaptive);
         for (const _OrvSize& size : {_OrvSize{61, 45}, {120, 34}, {9, 12}}) {
             for (unsigned i = 0; i < 4; ++i) {
                 Image source = Source(depth, i * 3 % 4, size.width, size.height, static_cast<Content>(i % 3));
                 Image result = Result(depth, depth.colour, size.width, size.height);
-                numbers.Add("frame " + std::to_string(i), component.Convert(source, result, i == 0), result);
+                numbers.Add("frame " + std::to_string(i), Convert(component, source, result, i == 0), result);
             }
         }
     }
@@ -129,10 +116,10 @@ void OddRecords(CheckNumbers& numbers, uint32_t algorithm) {
     if (!numbers.Begin(Prefix(algorithm) + "odd-records")) {
         return;
     }
-    Component component(algorithm);
+    const BayerComponent component(algorithm);
     for (const Depth& depth : {kDepths[0], kDepths[2]}) {
         const auto convert = [&](const std::string& what, Image source, Image result, bool first) {
-            numbers.Add(what, component.Convert(source, result, first), result);
+            numbers.Add(what, Convert(component, source, result, first), result);
         };
         const auto source = [&](unsigned i) { return Source(depth, i % 4, 40, 30, Content::Noise); };
         for (const int bits : {0, 4, 7, 8, 10, 16, 31}) {

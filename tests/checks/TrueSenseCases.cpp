@@ -1,10 +1,9 @@
 // Conversions of TrueSense frames by all engines.
 #include <limits>
-#include <memory>
 #include <string>
 
-#include "OrvTrueSense.h"
 #include "checks/CheckNumbers.h"
+#include "support/Components.h"
 
 namespace orvtest {
 namespace {
@@ -43,27 +42,9 @@ tagTrueSenseParam Defaults(int threads) {
     return param;
 }
 
-class Component {
-public:
-    Component(int engine, int threads) : component_(OrvTrueSense_CreateComponent()) {
-        SetEngine(engine);
-        OrvSetParam(*component_->GetComponent(), "threads_num", threads);
-    }
-    void SetEngine(int engine) { OrvSetParam(*component_->GetComponent(), "TrueSenseAlgType", engine); }
-    uint32_t Convert(const Image& source, Image& result) {
-        return component_->ConvertImage(&source.record, &result.record);
-    }
-
-private:
-    struct Delete {
-        void operator()(OrvTrueSense* component) const { OrvTrueSense_DeleteComponent(component); }
-    };
-    std::unique_ptr<OrvTrueSense, Delete> component_;
-};
-
 // Every word of every depth with every destination word.
 void Words(CheckNumbers& numbers, const std::string& prefix, int engine, int threads) {
-    Component component(engine, threads);
+    TrueSenseComponent component(engine, threads);
     for (const Depth& depth : kDepths) {
         for (const bool bytes : {true, false}) {
             if ((depth.bits == 8 && !bytes) ||
@@ -325,7 +306,7 @@ void Grey(CheckNumbers& numbers, const std::string& prefix, int engine, int thre
         FillFlat(source, level);
         Image result = FrameOf(OrvPixelRGB12, 12, 22, 18);
         numbers.Add("level " + std::to_string(level) + ", component",
-                    Component(engine, threads).Convert(source, result), result);
+                    TrueSenseComponent(engine, threads).Convert(source, result), result);
     }
 }
 
@@ -383,9 +364,9 @@ void Sequence(CheckNumbers& numbers, int threads) {
     if (!numbers.Begin("truesense/sequence")) {
         return;
     }
-    Component component(0, threads);
+    TrueSenseComponent component(0, threads);
     for (unsigned i = 0; i < 45; ++i) {
-        component.SetEngine(static_cast<int>(i * i / 7 % kEngines));
+        component.Set("TrueSenseAlgType", static_cast<long>(i * i / 7 % kEngines));
         const Entry& entry = kEntries[(i + i / 5) % 3];
         const int w = 24 + static_cast<int>(i / 3 % 4) * 9;
         const int h = 60 - w / 2;

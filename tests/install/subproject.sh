@@ -13,7 +13,7 @@ cmake -G "$2" -S "$here/subproject" -B "$work/host" $lacking -DORV_SOURCE="$here
     -DCMAKE_BUILD_TYPE=Debug --no-warn-unused-cli >"$work/log"
 ! grep 'Not built' "$work/log"
 cmake --build "$work/host" -j "$(nproc)" >"$work/log" || { tail -30 "$work/log"; exit 1; }
-"$work/host/host"
+bash "$here/../examples/check.sh" "$work/host/host" "$work/host/host"
 cmake --install "$work/host" --prefix "$work/prefix" >/dev/null
 [ "$(cd "$work/prefix" && find . -type f)" = ./bin/host ]
 

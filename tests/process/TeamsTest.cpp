@@ -3,10 +3,8 @@
 #include <gtest/gtest.h>
 #include <omp.h>
 
-#include "OrvBayer.h"
-#include "OrvTrueSense.h"
 #include "support/Child.h"
-#include "support/Image.h"
+#include "support/Components.h"
 #include "support/Noise.h"
 #include "support/Threads.h"
 
@@ -29,15 +27,12 @@ std::vector<std::vector<uint8_t>> ConvertAll(int threads) {
     }
     std::vector<std::vector<uint8_t>> results;
     for (int algorithm = 4; algorithm >= 0; --algorithm) {
-        OrvTrueSense* component = OrvTrueSense_CreateComponent();
-        OrvSetParam(*OrvTrueSense_GetComponent(component), "TrueSenseAlgType", algorithm);
-        OrvSetParam(*OrvTrueSense_GetComponent(component), "threads_num", threads);
+        const orvtest::TrueSenseComponent component(algorithm, threads);
         for (const uint32_t word : {OrvPixelRGB12, OrvPixelRGB8}) {
             Image result(word, 12, kSide, kSide, 6 * kSide);
-            EXPECT_EQ(0U, OrvTrueSense_ConvertImage(component, &source.record, &result.record));
+            EXPECT_EQ(0U, component.Convert(source, result));
             results.push_back(result.bytes);
         }
-        OrvTrueSense_DeleteComponent(component);
     }
     return results;
 }
