@@ -4,6 +4,7 @@
 #     ./build.sh demo       installs what is missing, builds, renders the example tool's scene and converts it
 #     ./build.sh test       installs what is missing, builds with warnings as errors, passes the tests
 #     ./build.sh sanitize   the tests under the address and undefined-behaviour sanitizers
+#     ./build.sh fuzz [N]   N (60) seconds of careless calls by libFuzzer under the sanitizers
 #     ./build.sh lint       clang-format and clang-tidy
 #     ./build.sh bench      the table of speeds relative to OpenCV's bilinear conversion
 #     ./build.sh count      instructions per pixel of every engine, against the recorded ones
@@ -72,6 +73,15 @@ sanitize)
     build sanitize
     ctest --preset sanitize -j "$jobs"
     ;;
+fuzz)
+    need $library $tests clang-14 libclang-rt-14-dev libomp-14-dev
+    build fuzz
+    mkdir -p build/fuzz/corpus
+    # Leaks are looked for at the end: engines of the plain functions stay. Teams are those of `threads_num`.
+    OMP_NUM_THREADS=1 KMP_BLOCKTIME=0 build/fuzz/tests/fuzz/orv_fuzz -max_total_time="${2:-60}" -max_len=512 \
+        -len_control=0 -entropic=0 -detect_leaks=0 -timeout=20 -malloc_limit_mb=100000 -print_final_stats=1 \
+        -artifact_prefix=build/fuzz/ build/fuzz/corpus tests/fuzz/corpus
+    ;;
 lint)
     need $library $tool $tests $camera $gstreamer clang-format clang-tidy
     git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
@@ -101,7 +111,7 @@ gstreamer)
     ctest --preset ci -R '^gstreamer\.' --no-tests=error
     ;;
 *)
-    sed -n '2,13s/^# \{0,1\}//p' "$0"
+    sed -n '2,14s/^# \{0,1\}//p' "$0"
     exit 1
     ;;
 esac

@@ -106,15 +106,16 @@ uint32_t ConvertNarrowing(unsigned short const* source, _OrvRect rect, _OrvSize 
     } catch (const cv::Exception&) {
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeNoMemory);
     }
-    // A region without rows is no missing destination.
+    // A region without rows is no missing destination; a missing one is refused as by the members that write to it.
     unsigned short none = 0;
-    const uint32_t status = Convert(source, rect, size, sourceStride, bitDepth,
-                                    scratch.empty() ? &none : reinterpret_cast<unsigned short*>(scratch.data),
+    auto* rows16 = scratch.empty() ? &none : reinterpret_cast<unsigned short*>(scratch.data);
+    const bool missing = destination == nullptr && destinationStride > 0 && !scratch.empty();
+    const uint32_t status = Convert(source, rect, size, sourceStride, bitDepth, missing ? nullptr : rows16,
                                     static_cast<int>(scratch.step[0]), pattern, algorithm, order);
     if (status != 0) {
         return status;
     }
-    if (destinationStride > 0) {
+    if (destinationStride > 0 && !missing) {
         const ptrdiff_t samples = static_cast<ptrdiff_t>(rect.width) * channels;
         for (int y = 0; y < rect.height; ++y) {
             NarrowRow(scratch.ptr<uint16_t>(y), bitDepth - 8, samples,

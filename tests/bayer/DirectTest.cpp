@@ -73,6 +73,8 @@ TEST(BayerDirect, NarrowingFailures) {
     EXPECT_EQ(convert(20, 20, 12, -80, 0, 1, 2), 0u);
     EXPECT_EQ(BayerToRGB_16u8u_C1C3R(samples.data(), {0, 0, 20, 0}, {20, 20}, 40, 12, destination.Data(), 80, 0, 1),
               0u);
+    EXPECT_EQ(BayerToRGB_16u8u_C1C3R(samples.data(), {0, 0, 20, 20}, {20, 20}, 40, 12, nullptr, 80, 0, 0), 0x80050001U);
+    EXPECT_EQ(BayerToRGB_16u8u_C1C3R(samples.data(), {0, 0, 20, 20}, {20, 20}, 40, 12, nullptr, 80, 0, 1), 0x80050008U);
     // Rows of the scratch too short for OpenCV.
     EXPECT_EQ(convert(20, 18, 12, 80, 0, 0, 0), 0x80050001U);
     EXPECT_EQ(convert(20, 18, 12, 80, 0, 2, 1), 0x80050001U);

@@ -1,0 +1,517 @@
+// Calls of every public function with whatever a careless caller hands over: the bytes of the input choose calls,
+// numbers and frames. Frames are as large as described, up to an unreadable page; everything else may be wrong. A run
+// aborts where memory outside a frame is touched, padding or a refused destination changes, or the word is no status.
+#include <sanitizer/asan_interface.h>
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "OrvBayer.h"
+#include "OrvHelpers.h"
+#include "OrvTrueSense.h"
+
+namespace {
+
+void Require(bool holds, const char* what) {
+    if (!holds) {
+        std::fprintf(stderr, "fuzz: %s\n", what);
+        std::abort();
+    }
+}
+
+class Input {
+public:
+    Input(const uint8_t* data, size_t size) : at_(data), left_(size) {}
+    bool Empty() const { return left_ == 0; }
+    // Zero past the end.
+    template <class T = uint8_t>
+    T Any() {
+        T value{};
+        const size_t n = std::min(left_, sizeof(T));
+        std::memcpy(&value, at_, n);
+        at_ += n;
+        left_ -= n;
+        return value;
+    }
+    int Below(int limit) { return limit < 1 ? 0 : Any() % limit; }
+    bool Once(int times) { return Below(times) == 1; }
+    // Mostly small, some near the limits, some any.
+    int64_t Wild() {
+        const int64_t values[] = {INT64_MAX, INT32_MAX, int64_t{INT32_MAX} + 1, INT32_MIN, -1, Below(256), Below(64)};
+        return Once(8) ? Any<int64_t>() : values[Below(7)];
+    }
+    int Number() { return static_cast<int>(Wild()); }
+    double Real() { return Once(2) ? Any<double>() : Any<int16_t>() / 64.0; }
+    // Null now and then.
+    template <class T>
+    T* Maybe(T* pointer) {
+        return Once(64) ? nullptr : pointer;
+    }
+
+private:
+    const uint8_t* at_;
+    size_t left_;
+};
+
+// Rows of a frame. A negative stride lets rows run up in memory or, of TrueSense frames, columns run backward.
+struct Rows {
+    int64_t width, rows, stride;
+    int pixelBytes, sampleBytes;
+    bool backward;
+
+    bool Empty() const { return width <= 0 || rows <= 0; }
+    int64_t RowBytes() const { return std::max<int64_t>(width, 0) * pixelBytes; }
+    // Bytes from row to row: strides count whole samples.
+    int64_t Step() const {
+        if (backward) {
+            return std::llabs(sampleBytes == 2 ? (stride >> 1) * 2 : stride);
+        }
+        return stride == 0 ? RowBytes() : stride / sampleBytes * sampleBytes;
+    }
+    // The most that a step takes, in whole samples.
+    int64_t Reach() const {
+        const int64_t step = backward || stride == 0 ? Step() : std::llabs(stride);
+        return step + step % sampleBytes;
+    }
+    int64_t Lead() const {
+        if (Empty() || stride >= 0) {
+            return 0;
+        }
+        return backward ? RowBytes() - pixelBytes : (rows - 1) * Reach();
+    }
+    int64_t Bytes() const { return Empty() ? 0 : (rows - 1) * Reach() + RowBytes(); }
+};
+
+// Sizes of 0 to 70, seldom negative. A claim of 2^40 pixels and more, with a short stride, is refused before a pixel is
+// touched, for lack of memory or for the stride: no rows stand behind it.
+struct Size {
+    int width, height;
+    bool huge;
+    explicit Size(Input& in) : huge(in.Once(64)) {
+        const auto length = [&] { return huge ? INT32_MAX - in.Any<uint16_t>() : in.Once(64) ? -5 : in.Below(71); };
+        width = length();
+        height = length();
+    }
+};
+
+Rows MakeRows(Input& in, const Size& size, int channels, int sampleBytes, bool backward) {
+    Rows rows = {size.width, size.height, 64, channels * sampleBytes, sampleBytes, backward};
+    const int64_t bytes = rows.RowBytes();
+    // Tight, the adaptive engine's own, padded, 0, of any sign, too short.
+    const int64_t own = bytes + (rows.width & 1) * rows.pixelBytes;
+    const int64_t padding = 2 * in.Below(32);
+    const int64_t strides[] = {bytes, own, bytes + padding, bytes + 1, 0, -bytes - padding / 2, in.Any<int8_t>()};
+    rows.stride = size.huge ? rows.stride : strides[in.Below(7)];
+    return rows;
+}
+
+// Memory between two unreadable pages; what a frame does not use is poisoned too.
+class Arena {
+public:
+    static constexpr int64_t kBytes = 1 << 18;
+    static constexpr int kPage = 1 << 16;  // or a multiple of one
+    static constexpr uint8_t kFill = 0xA5;
+    Arena() {
+        base_ = static_cast<uint8_t*>(mmap(nullptr, kBytes + 2 * kPage, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+        base_ += kPage;
+        Require(mprotect(base_, kBytes, PROT_READ | PROT_WRITE) == 0, "no memory");
+    }
+    uint8_t* Take(Input& in, int64_t bytes, int alignment = 1) {
+        Require(bytes >= 0 && bytes <= kBytes, "a frame is too large for the harness");
+        bytes_ = bytes;
+        data_ = base_ + (in.Once(4) ? 0 : (kBytes - bytes) / alignment * alignment);
+        ASAN_POISON_MEMORY_REGION(base_, kBytes);
+        ASAN_UNPOISON_MEMORY_REGION(data_, static_cast<size_t>(bytes));
+        std::memset(data_, kFill, static_cast<size_t>(bytes));
+        return data_;
+    }
+    uint8_t* Take(Input& in, const Rows& rows, bool huge, int64_t atLeast = 0) {
+        return huge ? Take(in, 0) : Take(in, std::max(rows.Bytes(), atLeast), rows.sampleBytes) + rows.Lead();
+    }
+    void MakeNoise(Input& in) {
+        uint32_t state = in.Any<uint16_t>();
+        const uint32_t high = in.Once(2) ? 0x0F : 0xFF;
+        for (int64_t i = 0; i < bytes_; ++i) {
+            state = state * 1664525U + 1013904223U;
+            data_[i] = static_cast<uint8_t>((state >> 24) & (i % 2 != 0 ? high : 0xFF));
+        }
+    }
+    // Outside the first `written` bytes of every pixel, or all over after a failure, nothing has changed.
+    void Check(const Rows& rows, bool failed, int written) const {
+        std::vector<bool> pixels(static_cast<size_t>(bytes_));
+        for (int64_t y = 0; bytes_ > 0 && !failed && !rows.Empty() && y < rows.rows; ++y) {
+            for (int64_t i = 0; i < rows.RowBytes(); ++i) {
+                if (i % rows.pixelBytes < written) {
+                    pixels[static_cast<size_t>((rows.backward ? 0 : rows.Lead()) + y * rows.Step() + i)] = true;
+                }
+            }
+        }
+        for (int64_t i = 0; i < bytes_; ++i) {
+            Require(pixels[static_cast<size_t>(i)] || data_[i] == kFill, "bytes changed that are no pixels");
+        }
+    }
+
+private:
+    uint8_t* base_ = nullptr;
+    uint8_t* data_ = nullptr;
+    int64_t bytes_ = 0;
+};
+
+Arena g_source, g_destination, g_scratch;
+
+// Words of the table from `first` on, or any.
+uint32_t Word(Input& in, int first, int count) {
+    return in.Once(16) ? in.Any<uint32_t>() : OrvWord_At(first + in.Below(count));
+}
+int SampleBytes(uint32_t word) { return OrvWord_Bits(word) > 8 ? 2 : 1; }
+int Depth(Input& in, int bits) { return in.Once(8) ? in.Number() : bits; }
+int Algorithm(Input& in) { return in.Once(16) ? in.Number() : in.Below(5); }
+
+_OrvImage Record(Input& in, uint32_t word, const Rows& rows, void* data) {
+    _OrvImage image = {};
+    image.pixelType = word;
+    image.bitDepth = Depth(in, OrvWord_Bits(word));
+    image.width = static_cast<int32_t>(rows.width);
+    image.height = static_cast<int32_t>(rows.rows);
+    image.stride = static_cast<int32_t>(rows.stride);
+    image.imageSize = in.Once(4) ? in.Number() : static_cast<int32_t>(rows.rows * rows.stride);
+    image.data = data;
+    return image;
+}
+
+// A source and a destination with their memory.
+struct Pair {
+    Size size, target;
+    Rows from, to;
+    uint8_t* source;
+    uint8_t* destination;
+
+    Pair(Input& in, int sourceBytes, int channels, int sampleBytes, bool backward)
+        : size(in), target(!backward && in.Once(4) ? Size(in) : size) {
+        from = MakeRows(in, size, 1, sourceBytes, backward);
+        to = MakeRows(in, target, channels, sampleBytes, backward);
+        // The adaptive engine copies one block, to the end of the last row's padding.
+        source = in.Maybe(g_source.Take(in, from, size.huge, from.Empty() ? 0 : from.rows * from.stride));
+        g_source.MakeNoise(in);
+        destination = in.Maybe(g_destination.Take(in, to, target.huge));
+    }
+    // TrueSense engines that failed half-way may have written.
+    void Check(uint32_t status, uint32_t family, int channels) const {
+        Require(status == 0 || status >> 16 == (0x8000U | family), "status of another family");
+        g_destination.Check(to, status != 0 && status != 0x80060001U, channels * to.sampleBytes);
+    }
+};
+
+void BayerRecords(Input& in, OrvBayer* component) {
+    const uint32_t word = Word(in, 0, 20);
+    const uint32_t target = Word(in, 84, 12);
+    const int what = in.Below(8);
+    const bool helper = what == 2;
+    const int channels = helper ? OrvWord_Channels(target) : 3;
+    const Pair pair(in, SampleBytes(word), channels, SampleBytes(helper ? target : word), false);
+    _OrvImage source = Record(in, word, pair.from, pair.source);
+    _OrvImage destination = Record(in, target, pair.to, pair.destination);
+    const int algorithm = in.Below(5);
+    OrvSetParam(*component->GetComponent(), "BayerAlgType", algorithm);
+    if (helper) {
+        const int64_t needed = OrvFrame_ConvertBayerBytes(&source, &destination, algorithm);
+        const int64_t bytes = std::clamp<int64_t>(needed + in.Below(3) - 1, 0, Arena::kBytes);
+        const uint32_t status = OrvFrame_ConvertBayer(in.Maybe(component), &source, &destination,
+                                                      g_scratch.Take(in, bytes), static_cast<size_t>(bytes));
+        Require(status != 0 || (needed >= 0 && needed <= bytes), "converted what was refused");
+        g_destination.Check(pair.to, status != 0 && status >> 16 != 0x8005U, pair.to.pixelBytes);
+    } else if (what == 3) {
+        OrvBayer_AllocData(in.Maybe(component), in.Maybe(&source), in.Maybe(&destination));
+    } else if (what == 4) {
+        OrvBayer_ReleaseData(in.Maybe(component));
+    } else if (what == 5) {
+        pair.Check(BayerToColor(in.Maybe(&source), in.Maybe(&destination), Algorithm(in)), 5, 3);
+    } else {
+        pair.Check(OrvBayer_ConvertImage(in.Maybe(component), in.Maybe(&source), in.Maybe(&destination)), 5, 3);
+    }
+}
+
+template <class From, class To>
+using BayerCall = uint32_t (*)(From const*, _OrvRect, _OrvSize, int, int, To*, int, unsigned char, int);
+
+template <class From, class To>
+void BayerPlain(Input& in, const BayerCall<From, To> (&calls)[4]) {
+    const int member = in.Below(4);
+    const int channels = sizeof(From) == sizeof(To) ? 3 : 3 + member / 2;
+    const Pair pair(in, sizeof(From), channels, sizeof(To), false);
+    const _OrvRect rect = {in.Number(), in.Number(), pair.target.width, pair.target.height};
+    const int depth = Depth(in, sizeof(From) == 1 ? 8 : 10 + 2 * in.Below(4));
+    const uint32_t status = calls[member](
+        reinterpret_cast<From const*>(pair.source), rect, {pair.size.width, pair.size.height},
+        static_cast<int>(pair.from.stride), depth, reinterpret_cast<To*>(pair.destination),
+        static_cast<int>(pair.to.stride), static_cast<unsigned char>(in.Below(in.Once(16) ? 256 : 4)), Algorithm(in));
+    pair.Check(status, 5, channels);
+}
+
+// Settings of plain calls, some of them any number.
+struct Settings {
+    tagTrueSenseParam param;
+    int16_t table[4096];
+    explicit Settings(Input& in) {
+        TrueSense_DefaultValues(&param);
+        for (int n = in.Below(12); n > 0; --n) {
+            const size_t field = static_cast<size_t>(in.Below(offsetof(tagTrueSenseParam, toneTable) / sizeof(long)));
+            const bool integer = field < 8 || in.Once(4);
+            const int64_t number = in.Wild();
+            const double real = in.Real();
+            std::memcpy(reinterpret_cast<char*>(&param) + field * sizeof(long),
+                        integer ? static_cast<const void*>(&number) : &real, sizeof(long));
+        }
+        if (in.Once(4)) {
+            const int slope = in.Any<int16_t>();
+            for (int i = 0; i < 4096; ++i) {
+                table[i] = static_cast<int16_t>(i * slope);
+            }
+            param.toneTable = table;
+        }
+    }
+};
+
+// Whatever passes out of a TrueSense conversion is an exception that the header names.
+template <class Call>
+uint32_t Caught(const Call& call) {
+    try {
+        return call();
+    } catch (const std::exception&) {
+        return 0x80060001U;
+    }
+}
+
+void TrueSenseRecords(Input& in, OrvTrueSense* component) {
+    const uint32_t word = Word(in, 20, 64);
+    const uint32_t target = Word(in, 84, 12);
+    const int what = in.Below(8);
+    const Pair pair(in, SampleBytes(word), OrvWord_Channels(target), SampleBytes(target), true);
+    _OrvImage source = Record(in, word, pair.from, pair.source);
+    _OrvImage destination = Record(in, target, pair.to, pair.destination);
+    if (what == 2) {
+        OrvTrueSense_AllocData(in.Maybe(component), in.Maybe(&source), in.Maybe(&destination));
+    } else if (what == 3) {
+        OrvTrueSense_ReleaseData(in.Maybe(component));
+    } else if (what == 4) {
+        const auto settings = std::make_unique<Settings>(in);
+        const auto convert = [&] {
+            return TrueSenseToColor(in.Maybe(&source), in.Maybe(&destination), in.Maybe(&settings->param),
+                                    Algorithm(in), in.Once(2));
+        };
+        pair.Check(Caught(convert), 6, 3);
+    } else {
+        OrvSetParam(*component->GetComponent(), "TrueSenseAlgType", in.Once(16) ? 5 : in.Below(5));
+        const auto convert = [&] {
+            return OrvTrueSense_ConvertImage(in.Maybe(component), in.Maybe(&source), in.Maybe(&destination));
+        };
+        pair.Check(Caught(convert), 6, 3);
+    }
+}
+
+template <class From, class To>
+using TrueSenseCall = uint32_t (*)(From const*, _OrvRect, _OrvSize, int, int, To*, int, unsigned char,
+                                   tagTrueSenseParam*, int, bool);
+
+// The destination has the size of the frame, its region may be less.
+template <class From, class To>
+void TrueSensePlain(Input& in, const TrueSenseCall<From, To> (&calls)[4]) {
+    const int member = in.Below(4);
+    const int channels = 3 + member / 2;
+    Pair pair(in, sizeof(From), channels, sizeof(To), true);
+    _OrvRect rect = {0, 0, pair.size.width, pair.size.height};
+    if (!pair.size.huge && !pair.from.Empty() && in.Once(2)) {
+        rect = {in.Below(rect.width), in.Below(rect.height), 0, 0};
+        rect.width = in.Once(64) ? -9 : in.Below(1 + pair.size.width - rect.x);
+        rect.height = in.Once(64) ? -9 : in.Below(1 + pair.size.height - rect.y);
+        pair.to.width = rect.width;
+        pair.to.rows = rect.height;
+        pair.destination = in.Maybe(g_destination.Take(in, pair.to, false));
+    }
+    const auto settings = std::make_unique<Settings>(in);
+    const int depth = Depth(in, 8 + 2 * in.Below(5));
+    const auto convert = [&] {
+        return calls[member](reinterpret_cast<From*>(pair.source), rect, {pair.size.width, pair.size.height},
+                             static_cast<int>(pair.from.stride), depth, reinterpret_cast<To*>(pair.destination),
+                             static_cast<int>(pair.to.stride),
+                             static_cast<unsigned char>(in.Below(in.Once(16) ? 256 : 16)), in.Maybe(&settings->param),
+                             Algorithm(in), in.Once(2));
+    };
+    pair.Check(Caught(convert), 6, 3);
+}
+
+#define ORV_MEMBERS(Family, kind)                                                                 \
+    {                                                                                             \
+        Family##ToRGB_##kind##_C1C3R, Family##ToBGR_##kind##_C1C3R, Family##ToRGB_##kind##_C1C4R, \
+            Family##ToBGR_##kind##_C1C4R                                                          \
+    }
+
+void Plain(Input& in) {
+    switch (in.Below(6)) {
+    case 0: return BayerPlain(in, ORV_MEMBERS(Bayer, 8u));
+    case 1: return BayerPlain(in, ORV_MEMBERS(Bayer, 16u));
+    case 2: return BayerPlain(in, ORV_MEMBERS(Bayer, 16u8u));
+    case 3: return TrueSensePlain(in, ORV_MEMBERS(TrueSense, 8u));
+    case 4: return TrueSensePlain(in, ORV_MEMBERS(TrueSense, 16u));
+    default: return TrueSensePlain(in, ORV_MEMBERS(TrueSense, 16u8u));
+    }
+}
+
+// Buffers of any size: the function is told it and tests it.
+void Unpack(Input& in) {
+    const int packing = in.Below(9) - 1;
+    const Rows to = MakeRows(in, Size(in), 1, 2, false);
+    const int64_t rowBytes = OrvPacking_RowBytes(packing, to.width);
+    const int64_t stride = in.Once(16) ? in.Wild() : rowBytes + in.Below(9);
+    const int64_t needed = rowBytes < 999 && std::llabs(stride) < 999 ? (to.rows - 1) * stride + rowBytes : 9;
+    const int64_t bytes = std::clamp<int64_t>(needed + in.Below(5) - 2, 0, Arena::kBytes);
+    const int64_t room = to.width > 99 || to.stride < 0 ? 9 : std::max<int64_t>(to.Bytes() + in.Below(5) - 2, 0);
+    const uint8_t* source = in.Maybe(g_source.Take(in, bytes));
+    auto* destination = reinterpret_cast<uint16_t*>(g_destination.Take(in, room, 2));
+    const uint32_t status = OrvPacking_Unpack(packing, source, static_cast<size_t>(bytes), stride, to.width, to.rows,
+                                              in.Maybe(destination), static_cast<size_t>(room), to.stride);
+    g_destination.Check(to, status != 0, 2);
+}
+
+void OtherRows(Input& in) {
+    const int what = in.Below(5);
+    if (what == 4) {
+        const uint32_t word = Word(in, 0, 84);
+        const Size size(in);
+        const Rows rows = MakeRows(in, size, 1, SampleBytes(word), false);
+        _OrvImage image = Record(in, word, rows, in.Maybe(g_source.Take(in, rows, size.huge)));
+        const int algorithm = Algorithm(in);
+        const int64_t needed = OrvFrame_TightBytes(in.Maybe(&image), algorithm);
+        const int64_t bytes = std::clamp<int64_t>(needed + in.Below(3) - 1, 0, Arena::kBytes);
+        OrvFrame_Tight(&image, algorithm, in.Maybe(g_scratch.Take(in, bytes)), static_cast<size_t>(bytes), &image);
+        OrvFrame_Make(in.Maybe(&image), word, size.width, size.height, static_cast<int32_t>(rows.stride), nullptr);
+        return;
+    }
+    const Size size(in);
+    const Rows from = MakeRows(in, size, what > 1 ? 3 : 1, what == 2 ? 1 : 2, false);
+    const Rows to = MakeRows(in, size, what > 1 ? 4 : 1, what % 2 + 1, false);
+    const uint8_t* source = in.Maybe(g_source.Take(in, from, size.huge));
+    uint8_t* bytes = in.Maybe(g_destination.Take(in, to, size.huge));
+    const auto* fromWords = reinterpret_cast<const uint16_t*>(source);
+    auto* words = reinterpret_cast<uint16_t*>(bytes);
+    const int bits = Depth(in, 8 + 2 * in.Below(5));
+    const uint32_t status =
+        what == 0   ? OrvRows_To8(fromWords, from.stride, bytes, to.stride, size.width, size.height, bits)
+        : what == 1 ? OrvRows_To16(fromWords, from.stride, words, to.stride, size.width, size.height, bits)
+        : what == 2 ? OrvRows_AddAlpha8(source, from.stride, bytes, to.stride, size.width, size.height, 7)
+                    : OrvRows_AddAlpha16(fromWords, from.stride, words, to.stride, size.width, size.height, 7);
+    g_destination.Check(to, status != 0, to.pixelBytes);
+}
+
+std::string Text(Input& in) {
+    std::string text;
+    for (int n = in.Below(24); n > 0; --n) {
+        text.push_back(static_cast<char>(in.Any()));
+    }
+    return text.c_str();  // to the first zero
+}
+
+void Words(Input& in) {
+    const int number = in.Number();
+    const int bits = Depth(in, 8);
+    const uint32_t any = in.Any<uint32_t>();
+    const std::string text = Text(in);
+    const char* name = in.Maybe(text.c_str());
+    int packing = 0;
+    bool edgeAware = false;
+    const uint32_t start = Word(in, 0, 96);
+    const uint32_t words[] = {start,
+                              OrvWord_FromName(name, in.Maybe(&packing)),
+                              OrvPfnc_FromName(name),
+                              OrvWord_At(number),
+                              OrvWord_Bayer(number, bits),
+                              OrvWord_TrueSense(number, bits),
+                              OrvWord_Colour(true, number, bits),
+                              OrvPfnc_ToWord(any, in.Maybe(&packing)),
+                              OrvV4l2_ToWord(any, in.Maybe(&packing)),
+                              OrvOpenCv_ToWord(number, bits, true, in.Maybe(&edgeAware)),
+                              OrvWord_AfterCrop(start, in.Wild(), in.Wild()),
+                              OrvWord_AfterMirror(start, true, in.Once(2), in.Wild(), in.Wild())};
+    for (const uint32_t word : words) {
+        const char* own = OrvWord_Name(word);
+        Require(own == nullptr || OrvWord_FromName(own, nullptr) == word, "a word's name is another's");
+        OrvWord_RowBytes(word, number, in.Wild());
+        OrvWord_Site(word, in.Wild(), in.Wild());
+        OrvPfnc_Name(OrvPfnc_FromWord(word, OrvPacking_FromName(name)));
+        OrvOpenCv_Name(word, true, OrvOpenCv_FromWord(word, false, true) > static_cast<int>(OrvV4l2_FromWord(word, 0)));
+        OrvGst_Caps(word);
+    }
+    OrvPacking_RowBytes(number, in.Wild());
+    OrvParam_InfoAt(number % 8, number);
+    OrvParam_Info(5 + in.Below(3), name);
+}
+
+void Parameters(Input& in, OrvComponent* component) {
+    char known[64] = "";
+    unsigned length = sizeof(known);
+    OrvParam_Name(component, in.Below(72), known, &length);
+    std::string other = Text(in);
+    char* name = in.Maybe(in.Once(16) ? &other[0] : known);
+    std::string text = in.Once(2) ? std::to_string(in.Real()) : Text(in);
+    char* value = in.Maybe(&text[0]);
+    const unsigned room = in.Any();
+    length = room;
+    char* buffer = in.Maybe(reinterpret_cast<char*>(g_scratch.Take(in, room)));
+    unsigned* size = in.Maybe(&length);
+    int64_t integer = 0;
+    bool flag = false;
+    double real = 0;
+    switch (in.Below(11)) {
+    case 0: OrvParam_SetText(component, name, value); break;
+    case 1: OrvParam_SetInteger(component, name, in.Wild()); break;
+    case 2: OrvParam_SetFloat(component, name, in.Real()); break;
+    case 3: component->SetParamBool(name, in.Once(2)); break;
+    case 4: OrvParam_GetText(component, name, buffer, size); break;
+    case 5: OrvParam_GetInteger(component, name, in.Maybe(&integer)); break;
+    case 6: OrvParam_GetFloat(component, name, in.Maybe(&real)); break;
+    case 7: component->GetParamBool(name, in.Maybe(&flag)); break;
+    case 8: component->GetParamAsString(name, buffer, size, value); break;
+    case 9: component->GetParamName(in.Any<unsigned>(), buffer, size); break;
+    default:
+        component->SetParamString(name, value);
+        component->SetParamArray(name, buffer, room);
+        component->GetParamString(name, buffer, size);
+        component->GetParamArray(name, buffer, size);
+        component->RunCommand(name);
+    }
+}
+
+}  // namespace
+
+// Memory that cannot be had is an answer to test, not the end.
+extern "C" const char* __asan_default_options();
+extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    Input in(data, size);
+    const std::unique_ptr<OrvBayer> bayer(OrvBayer_CreateComponent());
+    const std::unique_ptr<OrvTrueSense> trueSense(OrvTrueSense_CreateComponent());
+    for (int call = 0; call < 8 && !in.Empty(); ++call) {
+        switch (in.Below(10)) {
+        case 0:
+        case 1: BayerRecords(in, bayer.get()); break;
+        case 2:
+        case 3: TrueSenseRecords(in, trueSense.get()); break;
+        case 4:
+        case 5: Plain(in); break;
+        case 6: Unpack(in); break;
+        case 7: OtherRows(in); break;
+        case 8: Words(in); break;
+        default: Parameters(in, in.Once(4) ? bayer->GetComponent() : trueSense->GetComponent());
+        }
+    }
+    return 0;
+}
