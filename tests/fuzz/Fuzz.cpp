@@ -49,6 +49,13 @@ public:
     }
     int Number() { return static_cast<int>(Wild()); }
     double Real() { return Once(2) ? Any<double>() : Any<int16_t>() / 64.0; }
+    std::string Text() {
+        std::string text;
+        for (int n = Below(24); n > 0; --n) {
+            text.push_back(Any<char>());
+        }
+        return text.c_str();  // to the first zero
+    }
     // Null now and then.
     template <class T>
     T* Maybe(T* pointer) {
@@ -202,6 +209,16 @@ struct Pair {
         g_source.MakeNoise(in);
         destination = in.Maybe(g_destination.Take(in, to, target.huge));
     }
+    // What passes out of a TrueSense conversion is an exception that the header names.
+    template <class Call>
+    void CheckTrueSense(const Call& call) const {
+        uint32_t status = 0x80060001U;
+        try {
+            status = call();
+        } catch (const std::exception&) {
+        }
+        Check(status, 6, 3);
+    }
     // TrueSense engines that failed half-way may have written.
     void Check(uint32_t status, uint32_t family, int channels) const {
         Require(status == 0 || status >> 16 == (0x8000U | family), "status of another family");
@@ -279,16 +296,6 @@ struct Settings {
     }
 };
 
-// Whatever passes out of a TrueSense conversion is an exception that the header names.
-template <class Call>
-uint32_t Caught(const Call& call) {
-    try {
-        return call();
-    } catch (const std::exception&) {
-        return 0x80060001U;
-    }
-}
-
 void TrueSenseRecords(Input& in, OrvTrueSense* component) {
     const uint32_t word = Word(in, 20, 64);
     const uint32_t target = Word(in, 84, 12);
@@ -302,17 +309,14 @@ void TrueSenseRecords(Input& in, OrvTrueSense* component) {
         OrvTrueSense_ReleaseData(in.Maybe(component));
     } else if (what == 4) {
         const auto settings = std::make_unique<Settings>(in);
-        const auto convert = [&] {
+        pair.CheckTrueSense([&] {
             return TrueSenseToColor(in.Maybe(&source), in.Maybe(&destination), in.Maybe(&settings->param),
                                     Algorithm(in), in.Once(2));
-        };
-        pair.Check(Caught(convert), 6, 3);
+        });
     } else {
         OrvSetParam(*component->GetComponent(), "TrueSenseAlgType", in.Once(16) ? 5 : in.Below(5));
-        const auto convert = [&] {
-            return OrvTrueSense_ConvertImage(in.Maybe(component), in.Maybe(&source), in.Maybe(&destination));
-        };
-        pair.Check(Caught(convert), 6, 3);
+        pair.CheckTrueSense(
+            [&] { return OrvTrueSense_ConvertImage(in.Maybe(component), in.Maybe(&source), in.Maybe(&destination)); });
     }
 }
 
@@ -337,14 +341,13 @@ void TrueSensePlain(Input& in, const TrueSenseCall<From, To> (&calls)[4]) {
     }
     const auto settings = std::make_unique<Settings>(in);
     const int depth = Depth(in, 8 + 2 * in.Below(5));
-    const auto convert = [&] {
+    pair.CheckTrueSense([&] {
         return calls[member](reinterpret_cast<From*>(pair.source), rect, {pair.size.width, pair.size.height},
                              static_cast<int>(pair.from.stride), depth, reinterpret_cast<To*>(pair.destination),
                              static_cast<int>(pair.to.stride),
                              static_cast<unsigned char>(in.Below(in.Once(16) ? 256 : 16)), in.Maybe(&settings->param),
                              Algorithm(in), in.Once(2));
-    };
-    pair.Check(Caught(convert), 6, 3);
+    });
 }
 
 #define ORV_MEMBERS(Family, kind)                                                                 \
@@ -410,35 +413,21 @@ void OtherRows(Input& in) {
     g_destination.Check(to, status != 0, to.pixelBytes);
 }
 
-std::string Text(Input& in) {
-    std::string text;
-    for (int n = in.Below(24); n > 0; --n) {
-        text.push_back(static_cast<char>(in.Any()));
-    }
-    return text.c_str();  // to the first zero
-}
-
 void Words(Input& in) {
     const int number = in.Number();
     const int bits = Depth(in, 8);
     const uint32_t any = in.Any<uint32_t>();
-    const std::string text = Text(in);
+    const std::string text = in.Text();
     const char* name = in.Maybe(text.c_str());
     int packing = 0;
     bool edgeAware = false;
     const uint32_t start = Word(in, 0, 96);
-    const uint32_t words[] = {start,
-                              OrvWord_FromName(name, in.Maybe(&packing)),
-                              OrvPfnc_FromName(name),
-                              OrvWord_At(number),
-                              OrvWord_Bayer(number, bits),
-                              OrvWord_TrueSense(number, bits),
-                              OrvWord_Colour(true, number, bits),
-                              OrvPfnc_ToWord(any, in.Maybe(&packing)),
-                              OrvV4l2_ToWord(any, in.Maybe(&packing)),
-                              OrvOpenCv_ToWord(number, bits, true, in.Maybe(&edgeAware)),
-                              OrvWord_AfterCrop(start, in.Wild(), in.Wild()),
-                              OrvWord_AfterMirror(start, true, in.Once(2), in.Wild(), in.Wild())};
+    std::vector<uint32_t> words = {start, OrvWord_FromName(name, in.Maybe(&packing)), OrvPfnc_FromName(name), any};
+    words.insert(words.end(), {OrvWord_At(number), OrvWord_Bayer(number, bits), OrvWord_TrueSense(number, bits)});
+    words.insert(words.end(), {OrvWord_Colour(true, number, bits), OrvOpenCv_ToWord(number, bits, true, &edgeAware)});
+    words.insert(words.end(), {OrvPfnc_ToWord(any, &packing), OrvV4l2_ToWord(any, in.Maybe(&packing))});
+    words.push_back(OrvWord_AfterCrop(start, in.Wild(), in.Wild()));
+    words.push_back(OrvWord_AfterMirror(start, true, in.Once(2), in.Wild(), in.Wild()));
     for (const uint32_t word : words) {
         const char* own = OrvWord_Name(word);
         Require(own == nullptr || OrvWord_FromName(own, nullptr) == word, "a word's name is another's");
@@ -457,32 +446,29 @@ void Parameters(Input& in, OrvComponent* component) {
     char known[64] = "";
     unsigned length = sizeof(known);
     OrvParam_Name(component, in.Below(72), known, &length);
-    std::string other = Text(in);
+    std::string other = in.Text();
     char* name = in.Maybe(in.Once(16) ? &other[0] : known);
-    std::string text = in.Once(2) ? std::to_string(in.Real()) : Text(in);
+    std::string text = in.Once(2) ? std::to_string(in.Real()) : in.Text();
     char* value = in.Maybe(&text[0]);
     const unsigned room = in.Any();
     length = room;
     char* buffer = in.Maybe(reinterpret_cast<char*>(g_scratch.Take(in, room)));
     unsigned* size = in.Maybe(&length);
     int64_t integer = 0;
-    bool flag = false;
     double real = 0;
-    switch (in.Below(11)) {
+    switch (in.Below(7)) {
     case 0: OrvParam_SetText(component, name, value); break;
     case 1: OrvParam_SetInteger(component, name, in.Wild()); break;
     case 2: OrvParam_SetFloat(component, name, in.Real()); break;
     case 3: component->SetParamBool(name, in.Once(2)); break;
-    case 4: OrvParam_GetText(component, name, buffer, size); break;
-    case 5: OrvParam_GetInteger(component, name, in.Maybe(&integer)); break;
-    case 6: OrvParam_GetFloat(component, name, in.Maybe(&real)); break;
-    case 7: component->GetParamBool(name, in.Maybe(&flag)); break;
-    case 8: component->GetParamAsString(name, buffer, size, value); break;
-    case 9: component->GetParamName(in.Any<unsigned>(), buffer, size); break;
+    case 4: component->GetParamAsString(name, buffer, size, value); break;
+    case 5: component->GetParamName(in.Any<unsigned>(), buffer, size); break;
     default:
+        OrvParam_GetText(component, name, buffer, size);
+        OrvParam_GetInteger(component, name, in.Maybe(&integer));
+        OrvParam_GetFloat(component, name, in.Maybe(&real));
         component->SetParamString(name, value);
         component->SetParamArray(name, buffer, room);
-        component->GetParamString(name, buffer, size);
         component->GetParamArray(name, buffer, size);
         component->RunCommand(name);
     }
