@@ -97,18 +97,4 @@ TEST(Fork, ChildrenConvertBayerAfterThreadsOfOpenCv) {
     }
 }
 
-TEST(Fork, ChildConvertsBayerFrames) {
-    Image source(OrvPixelBayerRG12, 12, 800, 600, 2 * 800);
-    std::memset(source.Data(), 5, 600 * 2 * 800);
-    const auto convert = [&source](int algorithm) {
-        Image result(OrvPixelRGB12, 12, 800, 600, 6 * 800);
-        EXPECT_EQ(0U, BayerToColor(&source.record, &result.record, algorithm));
-        return result.bytes;
-    };
-    for (int algorithm = 0; algorithm < 3; ++algorithm) {
-        const auto expected = convert(algorithm);
-        ExpectInChild([&] { return convert(algorithm) == expected && CountThreads() == 1; });
-    }
-}
-
 }  // namespace
