@@ -477,7 +477,7 @@ void Parameters(Input& in, OrvComponent* component) {
 }  // namespace
 
 // Memory that cannot be had is an answer to test, not the end.
-extern "C" const char* __asan_default_options();
+extern "C" ORV_API const char* __asan_default_options();
 extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
