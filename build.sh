@@ -10,6 +10,9 @@
 #     ./build.sh count      instructions per pixel of every engine, against the recorded ones
 #     ./build.sh python     installs what is missing, builds, passes the tests of the Python package
 #     ./build.sh gstreamer  the same for the GStreamer element
+#     ./build.sh clang      builds with clang, compares check numbers at every instruction-set level, passes the tests
+#     ./build.sh arm        the same for AArch64: cross-compiled, run under QEMU
+#     With `checks` after them these two only compare the check numbers.
 set -euo pipefail
 cd "$(dirname "$0")"
 jobs=$(nproc)
@@ -49,11 +52,34 @@ gstreamer="libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev"
 python="python3-numpy python3-pytest python3-distributed"
 tests="libgtest-dev libbenchmark-dev pkg-config binutils"
 
-build() { # build PRESET
+build() { # build PRESET [OPTION-OF-THE-BUILD...]
     local preset=$1
     logged "configure-$preset" cmake --preset "$preset"
     sed -n 's/^-- Not built/Not built/p' "build/configure-$preset.log"
-    cmake --build --preset "$preset" -j "$jobs"
+    cmake --build --preset "$preset" -j "$jobs" "${@:2}"
+}
+
+# sysroot PACKAGE...: fills build/sysroot-aarch64/root with these of Debian's arm64 packages and what they need, by a
+# package state of its own.
+sysroot() {
+    local folder=$PWD/build/sysroot-aarch64 sources="$*"
+    [ "$(cat "$folder/packages" 2>/dev/null)" != "$sources" ] || return 0
+    rm -rf "$folder"
+    mkdir -p "$folder"/{state,lists,cache/archives}/partial
+    touch "$folder/status"
+    local apt=(apt-get -o APT::Architecture=arm64 -o APT::Architectures=arm64 -o Dir::State="$folder/state"
+        -o Dir::State::status="$folder/status" -o Dir::State::lists="$folder/lists" -o Dir::Cache="$folder/cache"
+        -o Debug::NoLocking=true)
+    logged sysroot-lists "${apt[@]}" update
+    logged sysroot-packages "${apt[@]}" install -y --no-install-recommends --download-only "$@"
+    local package
+    for package in "$folder"/cache/archives/*.deb; do
+        dpkg -x "$package" "$folder/root"
+    done
+    # Links that installation makes, to the one of several implementations.
+    ln -s blas/libblas.so.3 lapack/liblapack.so.3 "$folder/root/usr/lib/aarch64-linux-gnu"
+    rm -r "$folder"/{state,lists,cache}
+    echo "$sources" >"$folder/packages"
 }
 
 case "${1:-}" in
@@ -110,8 +136,32 @@ gstreamer)
     build ci
     ctest --preset ci -R '^gstreamer\.' --no-tests=error
     ;;
+clang)
+    need $library $tool $tests $camera $gstreamer clang-14 libomp-14-dev
+    if [ "${2:-}" = checks ]; then
+        build clang --target orv_check_levels
+        build/clang/tests/checks/orv_check_levels --numbers tests/checks/numbers.txt
+    else
+        build clang
+        ctest --preset clang -j "$jobs"
+    fi
+    ;;
+arm)
+    need cmake ninja-build g++-aarch64-linux-gnu qemu-user-static
+    sysroot libopencv-imgproc-dev libgtest-dev libstdc++-12-dev libc6-dev
+    build arm --target orv_check_numbers
+    for threads in 1 2; do
+        qemu-aarch64-static -L build/sysroot-aarch64/root build/arm/tests/checks/orv_check_numbers \
+            --numbers tests/checks/numbers.txt --threads "$threads"
+    done
+    if [ "${2:-}" != checks ]; then
+        build arm
+        # Not here: the check numbers again, and what builds and runs programs of this machine.
+        ctest --preset arm -j "$jobs" -E '^(checks|install)\.'
+    fi
+    ;;
 *)
-    sed -n '2,14s/^# \{0,1\}//p' "$0"
+    sed -n '2,17s/^# \{0,1\}//p' "$0"
     exit 1
     ;;
 esac

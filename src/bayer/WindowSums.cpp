@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "rows/Avx2.h"
+#include "rows/Simd.h"
 
 namespace orv {
 

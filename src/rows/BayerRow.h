@@ -41,17 +41,30 @@ ORV_ALWAYS_INLINE Lane GreenBetween(Lane left, Lane right, Lane up, Lane down) {
     return Distance(left, right) > Distance(up, down) ? RoundedHalf(up, down) : RoundedHalf(left, right);
 }
 
+// The same pointer. clang keeps a sample for the step that has it as its neighbour, and cannot vectorise that, unless
+// the pointers are unrelated to it.
+template <class T>
+ORV_ALWAYS_INLINE T* Unrelated(T* at) {
+#if defined(__clang__)
+    __asm__("" : "+r"(at));
+#endif
+    return at;
+}
+
 // `own` is the colour that the row has beside green, `other` the one of the rows above and below; `greenSites` has all
 // bits at green sites. Of the three rows one sample beside the `n` counts, too.
 template <Interpolation Kind, class Lane>
 ORV_ALWAYS_INLINE void BayerRowBody(const Lane* up, const Lane* middle, const Lane* down, const Lane* greenSites, int n,
                                     Lane* green, Lane* own, Lane* other) {
+    const Lane* const upAhead = Unrelated(up);
+    const Lane* const ahead = Unrelated(middle);
+    const Lane* const downAhead = Unrelated(down);
 #pragma omp simd
     for (int i = 0; i < n; ++i) {
-        const Lane between = GreenBetween<Kind, Lane>(middle[i - 1], middle[i + 1], up[i], down[i]);
-        const Lane diagonal = RoundedQuarter(up[i - 1], up[i + 1], down[i - 1], down[i + 1]);
+        const Lane between = GreenBetween<Kind, Lane>(middle[i - 1], ahead[i + 1], up[i], down[i]);
+        const Lane diagonal = RoundedQuarter(up[i - 1], upAhead[i + 1], down[i - 1], downAhead[i + 1]);
         green[i] = Select(greenSites[i], middle[i], between);
-        own[i] = Select(greenSites[i], RoundedHalf(middle[i - 1], middle[i + 1]), middle[i]);
+        own[i] = Select(greenSites[i], RoundedHalf(middle[i - 1], ahead[i + 1]), middle[i]);
         other[i] = Select(greenSites[i], RoundedHalf(up[i], down[i]), diagonal);
     }
 }
