@@ -140,7 +140,7 @@ clang)
     need $library $tool $tests $camera $gstreamer clang-14 libomp-14-dev
     if [ "${2:-}" = checks ]; then
         build clang --target orv_check_levels
-        build/clang/tests/checks/orv_check_levels --numbers tests/checks/numbers.txt
+        OMP_WAIT_POLICY=passive build/clang/tests/checks/orv_check_levels --numbers tests/checks/numbers.txt
     else
         build clang
         ctest --preset clang -j "$jobs"
@@ -151,8 +151,8 @@ arm)
     sysroot libopencv-imgproc-dev libgtest-dev libstdc++-12-dev libc6-dev
     build arm --target orv_check_numbers
     for threads in 1 2; do
-        qemu-aarch64-static -L build/sysroot-aarch64/root build/arm/tests/checks/orv_check_numbers \
-            --numbers tests/checks/numbers.txt --threads "$threads"
+        OMP_WAIT_POLICY=passive qemu-aarch64-static -L build/sysroot-aarch64/root \
+            build/arm/tests/checks/orv_check_numbers --numbers tests/checks/numbers.txt --threads "$threads"
     done
     if [ "${2:-}" != checks ]; then
         build arm
