@@ -6,6 +6,7 @@
 #include <fstream>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "checks/CheckNumbers.h"
 #ifdef ORV_CHECK_LEVELS
@@ -148,6 +149,7 @@ int main(int argc, char** argv) {
         return 0;
     }
     const std::map<std::string, uint64_t> expected = Read(options.numbers);
+    const std::vector<int> teams = options.threads > 0 ? std::vector<int>{options.threads} : std::vector<int>{1, 2, 5};
     int failures = 0;
     size_t groups = 0;
     for (int level = 0; level < Levels(); ++level) {
@@ -155,10 +157,7 @@ int main(int argc, char** argv) {
             continue;
         }
         SetLevel(level);
-        for (const int threads : {1, 2, 5}) {
-            if (options.threads > 0 && threads != options.threads) {
-                continue;
-            }
+        for (const int threads : teams) {
             const CheckNumbers numbers = Run(options, threads);
             groups += numbers.Groups().size();
             failures += Compare(expected, numbers, options,
