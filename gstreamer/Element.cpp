@@ -63,7 +63,7 @@ GType BitsType() {
     return type;
 }
 
-void SetProperty(GObject* object, guint id, const GValue* value, GParamSpec* spec) {
+void SetProperty(GObject* object, guint id, const GValue* value, GParamSpec* property) {
     Stream& stream = StreamOf(object);
     GST_OBJECT_LOCK(object);
     Settings& settings = stream.settings;
@@ -78,13 +78,13 @@ void SetProperty(GObject* object, guint id, const GValue* value, GParamSpec* spe
         settings.parameters = text == nullptr ? "" : text;
         break;
     }
-    default: G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+    default: G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, property);
     }
     stream.changed = true;
     GST_OBJECT_UNLOCK(object);
 }
 
-void GetProperty(GObject* object, guint id, GValue* value, GParamSpec* spec) {
+void GetProperty(GObject* object, guint id, GValue* value, GParamSpec* property) {
     GST_OBJECT_LOCK(object);
     const Settings& settings = StreamOf(object).settings;
     switch (id) {
@@ -94,7 +94,7 @@ void GetProperty(GObject* object, guint id, GValue* value, GParamSpec* spec) {
     case kGrid: g_value_set_int(value, settings.grid); break;
     case kBits: g_value_set_enum(value, settings.bits); break;
     case kParameters: g_value_set_string(value, settings.parameters.c_str()); break;
-    default: G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+    default: G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, property);
     }
     GST_OBJECT_UNLOCK(object);
 }
