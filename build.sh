@@ -114,6 +114,12 @@ lint)
     build ci
     git ls-files 'src/*.cpp' 'misc/*.cpp' 'helpers/*.cpp' 'examples/*.cpp' 'gstreamer/*.cpp' | xargs -P "$jobs" -n 2 clang-tidy --quiet -p build/ci
     ;;
+docs)
+    need doxygen
+    mkdir -p build
+    doxygen
+    echo "See build/docs/html/index.html."
+    ;;
 bench)
     need $library $tool $tests
     build release
@@ -161,7 +167,7 @@ arm)
     fi
     ;;
 *)
-    sed -n '2,17s/^# \{0,1\}//p' "$0"
+    sed -n '2,18s/^# \{0,1\}//p' "$0"
     exit 1
     ;;
 esac
