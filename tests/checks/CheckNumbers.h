@@ -2,16 +2,14 @@
 #ifndef ORV_TESTS_CHECKNUMBERS_H
 #define ORV_TESTS_CHECKNUMBERS_H
 
-#include <cstdint>
+#include <cinttypes>
+#include <cstdio>
 #include <string>
 #include <vector>
 
-#include "support/Image.h"
+#include "support/Frames.h"
 
 namespace orvtest {
-
-// FNV-1a over bytes; `hash` continues an earlier one.
-uint64_t HashBytes(const void* bytes, size_t count, uint64_t hash = 0xCBF29CE484222325ULL);
 
 struct GroupNumber {
     std::string name;
@@ -25,9 +23,23 @@ public:
     CheckNumbers(std::string only, bool printCases) : only_(std::move(only)), printCases_(printCases) {}
 
     // Starts a group; false when it is not wanted.
-    bool Begin(const std::string& name);
+    bool Begin(const std::string& name) {
+        const bool wanted = name.compare(0, only_.size(), only_) == 0;
+        if (wanted) {
+            groups_.push_back({name, HashBytes(nullptr, 0)});
+        }
+        return wanted;
+    }
     // Adds a conversion: its status and the whole destination buffer, so that stray writes count.
-    void Add(const std::string& what, uint32_t status, const Image& result);
+    void Add(const std::string& what, uint32_t status, const Image& result) {
+        const uint64_t hash = HashBytes(result.bytes.data(), result.bytes.size(), HashBytes(&status, sizeof status));
+        GroupNumber& group = groups_.back();
+        group.hash = HashBytes(&hash, sizeof hash, group.hash);
+        if (printCases_) {
+            std::printf("%s: %s: status 0x%08" PRIx32 ", %016" PRIx64 "\n", group.name.c_str(), what.c_str(), status,
+                        hash);
+        }
+    }
 
     const std::vector<GroupNumber>& Groups() const { return groups_; }
 
@@ -45,18 +57,6 @@ void CheckBayer(CheckNumbers& numbers);
 constexpr uint32_t kColourWords[] = {OrvPixelRGB8,  OrvPixelBGR8,  OrvPixelRGBA8, OrvPixelBGRA8,
                                      OrvPixelRGB10, OrvPixelBGR10, OrvPixelRGB12, OrvPixelBGR12,
                                      OrvPixelRGB14, OrvPixelBGR14, OrvPixelRGB16, OrvPixelBGR16};
-
-enum class Content {
-    Noise,     // any sample from 0 to the top
-    Scene,     // slopes and edges with a little noise, and single outliers
-    Extremes,  // 0 or the top
-};
-// Fills the frame row by row with samples of 0 to `top`; row padding keeps the guard value.
-void FillFrame(Image& frame, Content content, uint64_t seed, uint32_t top);
-void FillFlat(Image& frame, uint32_t value);
-
-// A packed frame for the word, or one with `padding` bytes behind each row.
-Image FrameOf(uint32_t word, int bitDepth, int width, int height, int padding = 0);
 
 }  // namespace orvtest
 

@@ -295,7 +295,7 @@ void Grey(CheckNumbers& numbers, const std::string& prefix, int engine, int thre
             for (const int e : {1, 2}) {
                 const Entry& entry = kEntries[e];
                 Image source = FrameOf(OrvPixelTrueSense(entry.first, level % 16), 12, 22, 18);
-                FillFlat(source, level);
+                Fill(source, [level](uint32_t, uint32_t) { return level; });
                 Image result = FrameOf(entry.word, 12, 22, 18);
                 numbers.Add("level " + std::to_string(level) + ", matrix " + std::to_string(v) + ", " + entry.name,
                             TrueSenseToColor(&source.record, &result.record, &param, engine, false), result);
@@ -303,7 +303,7 @@ void Grey(CheckNumbers& numbers, const std::string& prefix, int engine, int thre
         }
         // The settings that a component starts with.
         Image source = FrameOf(OrvPixelTrueSense12, 12, 22, 18);
-        FillFlat(source, level);
+        Fill(source, [level](uint32_t, uint32_t) { return level; });
         Image result = FrameOf(OrvPixelRGB12, 12, 22, 18);
         numbers.Add("level " + std::to_string(level) + ", component",
                     TrueSenseComponent(engine, threads).Convert(source, result), result);

@@ -1,5 +1,7 @@
 // Compares hashes of the library's results with those in a file, which hold for every compiler, processor, instruction
 // set and number of threads.
+#include <getopt.h>
+
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +14,9 @@
 #ifdef ORV_CHECK_LEVELS
 #include "rows/Bands.h"
 #include "rows/Simd.h"
+static int Levels() { return static_cast<int>(orv::BestSimdLevel()) + 1; }
+#else
+static int Levels() { return 1; }
 #endif
 
 namespace {
@@ -20,18 +25,16 @@ using orvtest::CheckNumbers;
 using orvtest::GroupNumber;
 
 constexpr char kUsage[] =
-    "usage: orv_check_numbers (--numbers FILE | --write FILE) [--only PREFIX] [--threads N] [--level N] [--verbose]\n"
+    "usage: orv_check_numbers (--numbers FILE | --write FILE) [--only PREFIX] [--threads N] [--verbose]\n"
     "  --numbers FILE  compare with FILE; exit status 1 and the names of the groups that differ\n"
     "  --write FILE    write FILE\n"
     "  --only PREFIX   only groups whose names start so\n"
     "  --threads N     only teams of N threads, else 1, 2 and 5\n"
-    "  --level N       only that instruction-set level, where the program can choose\n"
     "  --verbose       print every conversion\n";
 
 struct Options {
     std::string numbers, write, only;
     int threads = 0;
-    int level = -1;
     bool verbose = false;
 };
 
@@ -41,27 +44,21 @@ struct Options {
 }
 
 Options Parse(int argc, char** argv) {
+    const option names[] = {{"numbers", required_argument, nullptr, 'n'}, {"write", required_argument, nullptr, 'w'},
+                            {"only", required_argument, nullptr, 'o'},    {"threads", required_argument, nullptr, 't'},
+                            {"verbose", no_argument, nullptr, 'v'},       {nullptr, 0, nullptr, 0}};
     Options options;
-    for (int i = 1; i < argc; ++i) {
-        const std::string name = argv[i];
-        const auto value = [&] { return i + 1 < argc ? std::string(argv[++i]) : (Fail(kUsage), std::string()); };
-        if (name == "--numbers") {
-            options.numbers = value();
-        } else if (name == "--write") {
-            options.write = value();
-        } else if (name == "--only") {
-            options.only = value();
-        } else if (name == "--threads") {
-            options.threads = std::atoi(value().c_str());
-        } else if (name == "--level") {
-            options.level = std::atoi(value().c_str());
-        } else if (name == "--verbose") {
-            options.verbose = true;
-        } else {
-            Fail(kUsage);
+    for (int name = 0; (name = getopt_long(argc, argv, "", names, nullptr)) != -1;) {
+        switch (name) {
+        case 'n': options.numbers = optarg; break;
+        case 'w': options.write = optarg; break;
+        case 'o': options.only = optarg; break;
+        case 't': options.threads = std::atoi(optarg); break;
+        case 'v': options.verbose = true; break;
+        default: Fail(kUsage);
         }
     }
-    if (options.numbers.empty() == options.write.empty()) {
+    if (optind != argc || options.numbers.empty() == options.write.empty()) {
         Fail(kUsage);
     }
     return options;
@@ -112,27 +109,14 @@ int Compare(std::map<std::string, uint64_t> expected, const CheckNumbers& number
     return failures;
 }
 
-int Levels() {
-#ifdef ORV_CHECK_LEVELS
-    return static_cast<int>(orv::BestSimdLevel()) + 1;
-#else
-    return 1;
-#endif
-}
-
-void SetLevel(int level) {
+CheckNumbers Run(const Options& options, int level, int threads) {
 #ifdef ORV_CHECK_LEVELS
     orv::SetSimdLevel(static_cast<orv::SimdLevel>(level));
-#else
-    static_cast<void>(level);
-#endif
-}
-
-CheckNumbers Run(const Options& options, int threads) {
-#ifdef ORV_CHECK_LEVELS
     // One of the teams has short bands in another order.
     orv::SetBandRows(threads == 2 ? 8 : 0);
     orv::SetBandOrder(threads == 2 ? 3 : 0);
+#else
+    static_cast<void>(level);
 #endif
     CheckNumbers numbers(options.only, options.verbose);
     orvtest::CheckTrueSense(numbers, threads);
@@ -145,7 +129,7 @@ CheckNumbers Run(const Options& options, int threads) {
 int main(int argc, char** argv) {
     const Options options = Parse(argc, argv);
     if (!options.write.empty()) {
-        Write(options.write, Run(options, 1));
+        Write(options.write, Run(options, 0, 1));
         return 0;
     }
     const std::map<std::string, uint64_t> expected = Read(options.numbers);
@@ -153,12 +137,8 @@ int main(int argc, char** argv) {
     int failures = 0;
     size_t groups = 0;
     for (int level = 0; level < Levels(); ++level) {
-        if (options.level >= 0 && level != options.level) {
-            continue;
-        }
-        SetLevel(level);
         for (const int threads : teams) {
-            const CheckNumbers numbers = Run(options, threads);
+            const CheckNumbers numbers = Run(options, level, threads);
             groups += numbers.Groups().size();
             failures += Compare(expected, numbers, options,
                                 "level " + std::to_string(level) + ", " + std::to_string(threads) + " threads");

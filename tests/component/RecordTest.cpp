@@ -7,7 +7,6 @@
 
 #include "OrvTrueSense.h"
 #include "component/PixelTypes.h"
-#include "rows/Numeric.h"
 
 namespace {
 
@@ -53,19 +52,6 @@ TEST(Records, StatusWordsHaveTextsOfTheirOwn) {
     EXPECT_EQ(orv::StatusOf(orv::kFamilyBayer, 0), 0u);
     EXPECT_FALSE(orv::IsContainerFailure(0x80000000u));
     EXPECT_TRUE(orv::IsContainerFailure(0x80000001u));
-}
-
-TEST(Numeric, FloatsTruncateTowardZeroAndSaturate) {
-    EXPECT_EQ(orv::TruncateToInt32(-1.9), -1);
-    EXPECT_EQ(orv::TruncateToInt32(1.9F), 1);
-    EXPECT_EQ(orv::TruncateToInt32(2147483647.9), 2147483647);
-    EXPECT_EQ(orv::TruncateToInt32(1e300), 2147483647);
-    EXPECT_EQ(orv::TruncateToInt32(-1e300), -2147483647 - 1);
-    EXPECT_EQ(orv::TruncateToInt32(2147483520.0F), 2147483520);
-    EXPECT_EQ(orv::TruncateToInt32(2147483648.0F), 2147483647);
-    EXPECT_EQ(orv::TruncateToInt32(-3e9F), -2147483647 - 1);
-    EXPECT_EQ(orv::TruncateToInt32(__builtin_nanf("")), 0);
-    EXPECT_EQ(orv::TruncateToInt32(__builtin_nan("")), 0);
 }
 
 }  // namespace

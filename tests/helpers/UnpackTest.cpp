@@ -119,31 +119,6 @@ INSTANTIATE_TEST_SUITE_P(Packings, EveryLayout, testing::Range(1, 7), [](const t
     return std::string(OrvPacking_Name(packing.param));
 });
 
-TEST(Unpack, VectorsByHand) {
-    const uint8_t three[] = {0xAB, 0xCD, 0xEF};
-    const uint8_t five[] = {0x01, 0x80, 0x40, 0xFF, 0xE4};  // low pairs 0, 1, 2, 3
-    const struct {
-        int packing;
-        std::vector<uint8_t> bytes;
-        std::vector<uint16_t> samples;
-    } vectors[] = {
-        {OrvPacking12p, {three, three + 3}, {0xDAB, 0xEFC}},
-        {OrvPacking12Packed, {three, three + 3}, {0xABD, 0xEFC}},
-        {OrvPackingRaw12, {three, three + 3}, {0xABF, 0xCDE}},
-        {OrvPacking10Packed, {three, three + 3}, {0x2AD, 0x3BC}},
-        {OrvPackingRaw10, {five, five + 5}, {0x004, 0x201, 0x102, 0x3FF}},
-        {OrvPacking10p, {five, five + 5}, {0x001, 0x020, 0x3F4, 0x393}},
-    };
-    for (const auto& each : vectors) {
-        std::vector<uint16_t> got(each.samples.size());
-        const auto width = static_cast<int64_t>(got.size());
-        EXPECT_EQ(0U, OrvPacking_Unpack(each.packing, each.bytes.data(), each.bytes.size(),
-                                        static_cast<int64_t>(each.bytes.size()), width, 1, got.data(), 2 * got.size(),
-                                        2 * width));
-        EXPECT_EQ(each.samples, got) << OrvPacking_Name(each.packing);
-    }
-}
-
 TEST(Unpack, RefusesWhatIsNoFrame) {
     uint8_t in[8] = {};
     uint16_t out[4] = {7, 7, 7, 7};

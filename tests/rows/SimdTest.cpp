@@ -61,24 +61,12 @@ TEST_P(SimdRows, FmaRoundsOnceAndSumsOfProductsTwice) {
 
 template <class Float>
 std::vector<Float> Edges() {
-    std::vector<Float> v = {0,
-                            Float(-0.0),
-                            Float(0.5),
-                            Float(-0.999),
-                            Float(4094.999),
-                            Float(4095),
-                            Float(4096),
-                            Float(1e30),
-                            Float(-1e30),
-                            Float(2147483520),
-                            Float(2147483648.0),
-                            Float(-2147483648.0),
-                            Float(-2147483904.0),
-                            std::numeric_limits<Float>::infinity(),
-                            -std::numeric_limits<Float>::infinity(),
-                            std::numeric_limits<Float>::quiet_NaN(),
-                            -std::numeric_limits<Float>::quiet_NaN(),
-                            std::numeric_limits<Float>::denorm_min()};
+    constexpr double kInf = std::numeric_limits<double>::infinity(), kNan = std::numeric_limits<double>::quiet_NaN();
+    std::vector<Float> v;
+    for (const double edge : {0.0, -0.0, 1.4e-45, 0.5, -0.999, 4094.999, 4095.0, 4096.0, 1e30, -1e30, 2147483520.0,
+                              2147483647.9, 2147483648.0, -2147483648.0, -2147483904.0, kInf, -kInf, kNan, -kNan}) {
+        v.push_back(static_cast<Float>(edge));
+    }
     orvtest::Noise noise(3);
     for (int i = 0; i < 200; ++i) {
         v.push_back(static_cast<Float>(noise.Next()) / static_cast<Float>(1 << noise.Below(30)) - Float(1000));

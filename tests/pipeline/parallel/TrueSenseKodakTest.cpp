@@ -13,42 +13,6 @@
 
 namespace {
 
-class Kodak : public testing::Test {
-protected:
-    int Init(_OrvRect rect, int bits, unsigned char grid) {
-        return engine_.Init(source_.data(), rect, {8, 8}, 8, bits, result_.data(), 24, grid, nullptr);
-    }
-    static constexpr _OrvRect kWhole = {0, 0, 8, 8};
-    const std::vector<unsigned char> source_ = std::vector<unsigned char>(8 * 8, 99);
-    std::vector<unsigned char> result_ = std::vector<unsigned char>(8 * 8 * 3, 0xA5);
-    TrueSenseKodak<unsigned char> engine_;
-};
-
-TEST_F(Kodak, WithoutAFrameCalculateFails) {
-    const auto untouched = result_;
-    EXPECT_EQ(engine_.Calculate(), 1);
-    EXPECT_EQ(engine_.CalculateRGB(), 1);
-    for (const int refused : {9, 8}) {  // no such depth, no such grid
-        EXPECT_EQ(Init(kWhole, 8, 0), 0);
-        EXPECT_EQ(Init(kWhole, refused, refused == 8 ? 16 : 0), 7);
-        EXPECT_EQ(engine_.Calculate(), 1);
-    }
-    EXPECT_EQ(Init(kWhole, 8, 0), 0);
-    engine_.CleanMemory();
-    EXPECT_EQ(engine_.Calculate(), 1);
-    EXPECT_EQ(result_, untouched);
-}
-
-// Five bytes per sample must be a 32-bit number.
-TEST_F(Kodak, RefusesPlanesBeyondItsSizes) {
-    for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(Init({0, 0, 40000, 40000}, 8, 0), 9);
-        EXPECT_EQ(Init({0, 0, 29312, 29312}, 8, 0), 9);
-    }
-    EXPECT_EQ(Init(kWhole, 8, 0), 0);
-    EXPECT_EQ(engine_.Calculate(), 0);
-}
-
 using Samples = std::vector<unsigned short>;
 
 // A packed frame of 16-bit samples.

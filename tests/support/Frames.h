@@ -1,13 +1,14 @@
-#include "checks/CheckNumbers.h"
+// Frames of given content, and hashes of whole results.
+#ifndef ORV_TESTS_FRAMES_H
+#define ORV_TESTS_FRAMES_H
 
-#include <cinttypes>
-#include <cstdio>
-
+#include "support/Image.h"
 #include "support/Noise.h"
 
 namespace orvtest {
 
-uint64_t HashBytes(const void* bytes, size_t count, uint64_t hash) {
+// FNV-1a over bytes; `hash` continues an earlier one.
+inline uint64_t HashBytes(const void* bytes, size_t count, uint64_t hash = 0xCBF29CE484222325ULL) {
     const unsigned char* at = static_cast<const unsigned char*>(bytes);
     for (size_t i = 0; i < count; ++i) {
         hash = (hash ^ at[i]) * 0x100000001B3ULL;
@@ -15,29 +16,12 @@ uint64_t HashBytes(const void* bytes, size_t count, uint64_t hash) {
     return hash;
 }
 
-bool CheckNumbers::Begin(const std::string& name) {
-    if (name.compare(0, only_.size(), only_) != 0) {
-        return false;
-    }
-    groups_.push_back({name, HashBytes(nullptr, 0)});
-    return true;
-}
-
-void CheckNumbers::Add(const std::string& what, uint32_t status, const Image& result) {
-    const uint64_t hash = HashBytes(result.bytes.data(), result.bytes.size(), HashBytes(&status, sizeof status));
-    GroupNumber& group = groups_.back();
-    group.hash = HashBytes(&hash, sizeof hash, group.hash);
-    if (printCases_) {
-        std::printf("%s: %s: status 0x%08" PRIx32 ", %016" PRIx64 "\n", group.name.c_str(), what.c_str(), status, hash);
-    }
-}
-
-Image FrameOf(uint32_t word, int bitDepth, int width, int height, int padding) {
+// A packed frame for the word, or one with `padding` bytes behind each row.
+inline Image FrameOf(uint32_t word, int bitDepth, int width, int height, int padding = 0) {
     return Image(word, bitDepth, width, height, width * static_cast<int>((word >> 16 & 0xFF) / 8) + padding);
 }
 
-namespace {
-
+// Sets every sample to value(row, column); row padding keeps the guard value.
 template <class Value>
 void Fill(Image& frame, const Value& value) {
     const bool bytes = (frame.record.pixelType & 0xFF00) == 0x100;
@@ -53,13 +37,14 @@ void Fill(Image& frame, const Value& value) {
     }
 }
 
-}  // namespace
+enum class Content {
+    Noise,     // any sample from 0 to the top
+    Scene,     // slopes and edges with a little noise, and single outliers
+    Extremes,  // 0 or the top
+};
 
-void FillFlat(Image& frame, uint32_t value) {
-    Fill(frame, [value](uint32_t, uint32_t) { return value; });
-}
-
-void FillFrame(Image& frame, Content content, uint64_t seed, uint32_t top) {
+// Fills the frame row by row with samples of 0 to `top`.
+inline void FillFrame(Image& frame, Content content, uint64_t seed, uint32_t top) {
     Noise noise(seed);
     if (content == Content::Noise) {
         Fill(frame, [&](uint32_t, uint32_t) { return noise.Below(top + 1); });
@@ -80,3 +65,5 @@ void FillFrame(Image& frame, Content content, uint64_t seed, uint32_t top) {
 }
 
 }  // namespace orvtest
+
+#endif
