@@ -5,6 +5,8 @@
 #     ./build.sh test       installs what is missing, builds with warnings as errors, passes the tests
 #     ./build.sh sanitize   the tests under the address and undefined-behaviour sanitizers
 #     ./build.sh fuzz [N]   N (60) seconds of careless calls by libFuzzer under the sanitizers
+#     ./build.sh soak [cameras|shift]  eight cameras at once, and a long shift, in minutes
+#     ./build.sh race       cameras at once under the thread sanitizer
 #     ./build.sh lint       clang-format and clang-tidy
 #     ./build.sh bench      the table of speeds relative to OpenCV's bilinear conversion
 #     ./build.sh count      instructions per pixel of every engine, against the recorded ones
@@ -108,6 +110,20 @@ fuzz)
         -len_control=0 -entropic=0 -detect_leaks=0 -timeout=20 -malloc_limit_mb=100000 -print_final_stats=1 \
         -artifact_prefix=build/fuzz/ build/fuzz/corpus tests/fuzz/corpus
     ;;
+soak)
+    need $library $tests
+    build ci --target orv_soak
+    for form in ${2:-cameras shift}; do
+        OMP_WAIT_POLICY=passive build/ci/tests/soak/orv_soak "$form"
+    done
+    ;;
+race)
+    need $library $tests clang-14 libclang-rt-14-dev libomp-14-dev
+    build race
+    # What the OpenMP runtime, which is no part of this build, orders comes from its Archer library.
+    OMP_TOOL_LIBRARIES=/usr/lib/llvm-14/lib/libarcher.so TSAN_OPTIONS=ignore_noninstrumented_modules=1 \
+        OMP_WAIT_POLICY=passive build/race/tests/soak/orv_soak race "${@:2}"
+    ;;
 lint)
     need $library $tool $tests $camera $gstreamer clang-format clang-tidy
     git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
@@ -167,7 +183,7 @@ arm)
     fi
     ;;
 *)
-    sed -n '2,18s/^# \{0,1\}//p' "$0"
+    sed -n '2,/^set /s/^# \{0,1\}//p' "$0"
     exit 1
     ;;
 esac
