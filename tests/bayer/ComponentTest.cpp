@@ -2,28 +2,12 @@
 #include <gtest/gtest.h>
 
 #include "bayer/OrvBayerImp.h"
-#include "component/PixelTypes.h"
 #include "support/Components.h"
-#include "support/Noise.h"
+#include "support/Frames.h"
 
 namespace {
 
 using orvtest::Image;
-
-void FillNoise(Image& image, uint64_t seed) {
-    orvtest::Noise noise(seed);
-    const bool bytes = orv::HasByteSamples(image.record.pixelType);
-    for (int y = 0; y < image.record.height; ++y) {
-        for (int x = 0; x < image.record.width; ++x) {
-            const uint32_t sample = noise.Below(1U << image.record.bitDepth);
-            if (bytes) {
-                image.Row<uint8_t>(y)[x] = static_cast<uint8_t>(sample);
-            } else {
-                image.Row<uint16_t>(y)[x] = static_cast<uint16_t>(sample);
-            }
-        }
-    }
-}
 
 TEST(BayerComponent, CodesDependOnPatternAndEdgeAwarenessOnly) {
     EXPECT_EQ(PixelTypeToBayerType(0x0308010D, 1, false), 49);
@@ -36,7 +20,7 @@ TEST(BayerComponent, BadInputIsRefusedAndWritesNothing) {
     for (const long algorithm : {0L, 2L}) {
         const orvtest::BayerComponent component(algorithm);
         Image source(OrvPixelBayerRG8, 8, 16, 12, 16);
-        FillNoise(source, 5);
+        FillFrame(source, orvtest::Content::Noise, 5, 255);
         Image destination(OrvPixelRGB8, 8, 16, 12, 48);
         EXPECT_EQ(OrvBayer_ConvertImage(component.Get(), nullptr, &destination.record), 0x80050007u);
         EXPECT_EQ(OrvBayer_ConvertImage(component.Get(), &source.record, nullptr), 0x80050007u);
