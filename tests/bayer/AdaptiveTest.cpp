@@ -224,6 +224,8 @@ TEST(Adaptive, RefusalsComeInOrderAndChangeNothing) {
     const auto expected = frame.Expected();
     DemosaicingIPP_8 engine;
     EXPECT_EQ(engine.Calculate(), 8);
+    Frame larger(OrvPixelBayerGB8, 8, 26, 14, 9);  // nothing of it stays
+    EXPECT_EQ(engine.Init(&larger.destination.record, &larger.source.record), 0);
     for (int round = 0; round < 2; ++round) {
         _OrvImage source = frame.source.record;
         _OrvImage destination = frame.destination.record;

@@ -54,28 +54,26 @@ protected:
 TEST_F(TrueSenseComponent, AcceptedDestinations) {
     struct Row {
         uint32_t word;
-        const char* layout;
+        const char* layout;  // none: refused
         bool bytes;
     };
-    const Row rows[] = {
-        {0x02180171, "3rgb", true},
-        {0x02180172, "3bgr", true},
-        {0x02200173, "4rgb", true},
-        {0x02200174, "4bgr", true},
-        {0x02300275, "3rgb", false},
-        {0x02300276, "3bgr", false},
-        {0x02300377, "3rgb", false},
-        {0x02300378, "3bgr", false},
-        {0x02300479, "3rgb", false},
-        {0x0230047A, "3bgr", false},
-        {0x0230057B, "3rgb", false},
-        {0x0230057C, "3bgr", false},
-        {0, "", false},
-        {0x02180173, "", false},
-        {0x0230057D, "", false},
-        {0x04080131, "", false},
-        {0x03080171, "", false},
-    };
+    const Row rows[] = {{0x02180171, "3rgb", true},
+                        {0x02180172, "3bgr", true},
+                        {0x02200173, "4rgb", true},
+                        {0x02200174, "4bgr", true},
+                        {0x02300275, "3rgb", false},
+                        {0x02300276, "3bgr", false},
+                        {0x02300377, "3rgb", false},
+                        {0x02300378, "3bgr", false},
+                        {0x02300479, "3rgb", false},
+                        {0x0230047A, "3bgr", false},
+                        {0x0230057B, "3rgb", false},
+                        {0x0230057C, "3bgr", false},
+                        {0, "", false},
+                        {0x02180173, "", false},
+                        {0x0230057D, "", false},
+                        {0x04080131, "", false},
+                        {0x03080171, "", false}};
     for (const OrvPixelType first :
          {OrvPixelTrueSense8, OrvPixelTrueSense10, OrvPixelTrueSense12, OrvPixelTrueSense14}) {
         const uint32_t source = OrvPixelTrueSense(first, 6);

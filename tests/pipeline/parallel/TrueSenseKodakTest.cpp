@@ -61,19 +61,9 @@ void Scramble(orvtest::Noise* noise, tagTrueSenseParam* p) {
         *sigma = OneOf(noise, sigmas);
     }
     p->analogGain = 40.0 * noise->Below(100) / 100;
-    double* wild[] = {&p->RR,
-                      &p->GB,
-                      &p->BG,
-                      &p->sharpenParam,
-                      &p->maxSharpen,
-                      &p->highLumaNoise,
-                      &p->analogGain,
-                      &p->lowLumaNoise,
-                      &p->ISOPanSlope_1,
-                      &p->ISOColorIntercept_2};
     const double values[] = {0.0, 1.0, -3.0, 12.5, kNan, kInf, -kInf, 1e300, 1e-300};
-    if (rarely()) {
-        *OneOf(noise, wild) = OneOf(noise, values);
+    for (double* wild : {&p->RR, &p->BG, &p->maxSharpen, &p->lowLumaNoise, &p->ISOPanSlope_1}) {
+        *wild = rarely() && rarely() ? OneOf(noise, values) : *wild;
     }
 }
 
