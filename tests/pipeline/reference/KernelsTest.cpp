@@ -92,44 +92,18 @@ TEST(SigmaFilter, ComparesStrictlyAndDividesTowardZero) {
     }
 }
 
-// Behind the thresholds of an odd number of samples the filter's scratch is not aligned for its samples.
-TEST(LowPanClean, TakesOddPlanesInAnExactFit) {
-    const int w = 5, h = 7, n = w * h;
-    float gains[5] = {1, 2, 3, 4, 5}, slopes[5] = {9, 9, 9, 9, 9}, intercepts[5] = {};
-    const Ints noise = SignedNoise<int>(3, n, 500 << 16);
-    Ints plane = noise;
-    Log log;
-    Scratch scratch(static_cast<size_t>(10 * n));
-    EXPECT_EQ(Alg_LowPanClean(plane.data(), w, h, 1, 1, gains, slopes, intercepts, 9, 9, 9, 1, 3, 2, log), 0);
-    EXPECT_EQ(g_dynamicBuffer - g_bufFloor, 6 * n);
-    for (int p = 0; p < n; ++p) {
-        const auto i = static_cast<size_t>(p);
-        if (p / w == 0 || p / w == h - 1 || p % w == 0 || p % w == w - 1) {
-            EXPECT_EQ(plane[i], noise[i]) << p;
-        }
-    }
-    EXPECT_NE(plane, noise);
-}
-
 TEST(NoiseParameter, IsLinearBetweenRowsAndFlatOutside) {
-    float gains[5] = {2, 4, 8, 16, 32};
-    float slopes[5] = {1, 2, 4, 3, 10};
-    float intercepts[5] = {-10, 10, 20, 0, 5};
+    float gains[5] = {2, 4, 8, 16, 32}, slopes[5] = {1, 2, 4, 3, 10}, intercepts[5] = {-10, 10, 20, 0, 5};
     const float nan = std::nanf("");
-    struct Case {
-        float gain, slope, intercept;
-    };
-    for (const Case& c : {Case{1, 1, -10}, Case{2, 1, -10}, Case{3, 1.5F, 0}, Case{4, 2, 10}, Case{6, 3, 15},
-                          Case{12, 3.5F, 10}, Case{32, 10, 5}, Case{100, 10, 5}, Case{nan, 10, 5}}) {
+    const float cases[][3] = {{1, 1, -10},    {2, 1, -10}, {3, 1.5F, 0}, {4, 2, 10},  {6, 3, 15},
+                              {12, 3.5F, 10}, {32, 10, 5}, {100, 10, 5}, {nan, 10, 5}};
+    for (const auto& [gain, expectedSlope, expectedIntercept] : cases) {
         float slope = 0, intercept = 0;
-        ASSERT_EQ(Alg_CalculateNoiseParameter(c.gain, gains, slopes, intercepts, &slope, &intercept, nullptr), 0);
-        EXPECT_EQ(slope, c.slope) << c.gain;
-        EXPECT_EQ(intercept, c.intercept) << c.gain;
+        ASSERT_EQ(Alg_CalculateNoiseParameter(gain, gains, slopes, intercepts, &slope, &intercept, nullptr), 0);
+        EXPECT_EQ(slope, expectedSlope) << gain;
+        EXPECT_EQ(intercept, expectedIntercept) << gain;
+        gains[4] = gain == 32 ? nan : gains[4];
     }
-    float slope = 0, intercept = 0;
-    gains[4] = nan;
-    Alg_CalculateNoiseParameter(20, gains, slopes, intercepts, &slope, &intercept, nullptr);
-    EXPECT_EQ(slope, 10);
 }
 
 TEST(NoiseThreshold, IsTheWiderGammaDistanceOfOneStep) {
@@ -159,65 +133,61 @@ TEST(NoiseThreshold, IsTheWiderGammaDistanceOfOneStep) {
     }
 }
 
+// Behind thresholds of an odd number of samples the filter's scratch is not aligned for its samples.
 TEST(Scratch, OneByteTooFewFailsWithTheLabel) {
-    const int w = 8, h = 6, n = w * h;
-    float kernel[9] = {0, 0, 0, 0.5F, 0.5F, 0, 0, 0, 0};
-    float tables[5] = {1, 2, 3, 4, 5};
-    struct Case {
+    const int w = 7, h = 5, n = w * h;
+    float kernel[9] = {0, 0, 0, 0.5F, 0.5F, 0, 0, 0, 0}, tables[5] = {1, 2, 3, 4, 5};
+    Shorts plane(n, 5);
+    Ints wide(n, 5), low(3 * n), up(4 * n), up2 = up, up3 = up;
+    std::vector<unsigned short> thresholds(n, 9);
+    short* const s = plane.data();
+    int* const i = wide.data();
+    Log text;
+    LogText_t* log = nullptr;
+    const auto color = [&] {
+        return Alg_LowColorDiffClean(s, i, w, h, 1, 1, 1, 1, 1, tables, tables, tables, 2, 2, 2, 1, 0, 0, log);
+    };
+    const auto pan = [&] { return Alg_LowPanClean(i, w, h, 1, 1, tables, tables, tables, 2, 2, 2, 0, 1, 0, log); };
+    const auto colorUp = [&] {
+        g_dynamicBuffer1 = reinterpret_cast<unsigned char*>(low.data());
+        return Alg_LowColorDiffUpSample(i, w, h, 1, up.data(), up2.data(), up3.data(), log);
+    };
+    const struct {
         const char* label;
         int bytes;
-        std::function<int(short*, int*, LogText_t*)> call;
+        bool last;  // takes no more
+        std::function<int()> call;
+    } cases[] = {
+        {"refBuf", 2 * n, true, [&] { return Alg_ImpulseFilter(s, 2, w, h, 1, log); }},
+        {"refBuf", 4 * n, true, [&] { return Alg_ImpulseFilter(i, 5, w, h, 1, log); }},
+        {"pBuf", 2 * n, true, [&] { return Alg_Convolve2D(s, w, h, kernel, 3, 3, log); }},
+        {"pBuf", 4 * n, true, [&] { return Alg_Convolve1D(i, w, h, kernel, 3, 0, log); }},
+        {"pBuf", 16 * n, true, [&] { return Alg_LowPanUpSample(i, w, h, up.data(), log); }},
+        {"pBuf", 16 * n, true, colorUp},
+        {"bufArray", 4 * n, true,
+         [&] { return Alg_IterativeSigmaFilter(i, low.data(), w, h, 1, thresholds.data(), log); }},
+        {"bufBayer", 4 * n, false, color},
+        {"thresAddr", 6 * n, false, color},
+        {"bufArray", 10 * n, true, color},
+        {"reflPan", 4 * n, false, pan},
+        {"thresAddr", 6 * n, false, pan},
+        {"bufArray", 10 * n, true, pan},
     };
-    const auto color = [&](short* shorts, int* ints, LogText_t* log) {
-        return Alg_LowColorDiffClean(shorts, ints, w, h, 1, 1, 1, 1, 1, tables, tables, tables, 2, 2, 2, 1, 0, 0, log);
-    };
-    const auto pan = [&](short*, int* ints, LogText_t* log) {
-        return Alg_LowPanClean(ints, w, h, 1, 1, tables, tables, tables, 2, 2, 2, 0, 1, 0, log);
-    };
-    Ints up(static_cast<size_t>(4 * n)), up2 = up, up3 = up, low(static_cast<size_t>(3 * n));
-    const std::vector<Case> cases = {
-        {"refBuf", 2 * n, [&](short* s, int*, LogText_t* log) { return Alg_ImpulseFilter(s, 2, w, h, 1, log); }},
-        {"refBuf", 4 * n, [&](short*, int* i, LogText_t* log) { return Alg_ImpulseFilter(i, 5, w, h, 1, log); }},
-        {"pBuf", 2 * n, [&](short* s, int*, LogText_t* log) { return Alg_Convolve2D(s, w, h, kernel, 3, 3, log); }},
-        {"pBuf", 4 * n, [&](short*, int* i, LogText_t* log) { return Alg_Convolve1D(i, w, h, kernel, 3, 0, log); }},
-        {"pBuf", 16 * n, [&](short*, int* i, LogText_t* log) { return Alg_LowPanUpSample(i, w, h, up.data(), log); }},
-        {"pBuf", 16 * n,
-         [&](short*, int* i, LogText_t* log) {
-             g_dynamicBuffer1 = reinterpret_cast<unsigned char*>(low.data());
-             return Alg_LowColorDiffUpSample(i, w, h, 1, up.data(), up2.data(), up3.data(), log);
-         }},
-        {"bufArray", 4 * n,
-         [&](short*, int* i, LogText_t* log) {
-             std::vector<unsigned short> thresholds(static_cast<size_t>(n), 9);
-             return Alg_IterativeSigmaFilter(i, low.data(), w, h, 1, thresholds.data(), log);
-         }},
-        {"bufBayer", 4 * n, color},
-        {"thresAddr", 6 * n, color},
-        {"bufArray", 10 * n, color},
-        {"reflPan", 4 * n, pan},
-        {"thresAddr", 6 * n, pan},
-        {"bufArray", 10 * n, pan},
-    };
-    for (const Case& c : cases) {
-        Shorts shorts(static_cast<size_t>(n), 5);
-        Ints ints(static_cast<size_t>(n), 5);
+    for (const auto& c : cases) {
+        text.record.length = 0;
+        log = text;
         {
-            Log log;
             Scratch scratch(static_cast<size_t>(c.bytes - 1));
-            EXPECT_EQ(c.call(shorts.data(), ints.data(), log), -1);
-            EXPECT_EQ(std::string(log.text), std::string(c.label) + " memory alloc error.\n");
-            EXPECT_EQ(log.record.length, std::string(log.text).size());
+            EXPECT_EQ(c.call(), -1);
+            EXPECT_EQ(std::string(text.text), std::string(c.label) + " memory alloc error.\n");
+            EXPECT_EQ(text.record.length, std::string(text.text).size());
         }
-        const bool last = std::string(c.label) != "bufBayer" && std::string(c.label) != "reflPan" &&
-                          std::string(c.label) != "thresAddr";
-        if (last) {
-            Log log;
+        log = nullptr;
+        if (c.last) {
             Scratch scratch(static_cast<size_t>(c.bytes));
-            EXPECT_EQ(c.call(shorts.data(), ints.data(), log), 0);
-            EXPECT_EQ(log.record.length, 0U);
-            // Below the floor is refused as well.
-            g_bufFloor = g_dynamicBuffer + c.bytes + 1;
-            EXPECT_EQ(c.call(shorts.data(), ints.data(), log), -1);
+            EXPECT_EQ(c.call(), 0);
+            g_bufFloor = g_dynamicBuffer + c.bytes + 1;  // refused below the floor, too
+            EXPECT_EQ(c.call(), -1);
         }
     }
 }
@@ -241,9 +211,7 @@ TEST(GlobalGain, WorksInSteps) {
     EXPECT_EQ(data[0], 7);
 }
 
-class WhiteBalance : public testing::TestWithParam<int> {};
-
-TEST_P(WhiteBalance, SplitsByTheCell) {
+void SplitByTheCell(int pattern) {
     const char* const cells[4] = {"PGPRGPRPPBPGBPGP", "PBPGBPGPPGPRGPRP", "PRPGRPGPPGPBGPBP", "PGPBGPBPPRPGRPGP"};
     const int w = 24, h = 8, qw = w / 2;
     const Shorts noise = SignedNoise<short>(8, w * h, 2000);
@@ -252,7 +220,7 @@ TEST_P(WhiteBalance, SplitsByTheCell) {
     std::vector<Shorts> planes(4, Shorts(static_cast<size_t>(qw * h / 2), -1)), expected = planes;
     for (int y = 0; y < h; ++y) {
         for (int x = 0; x < w; ++x) {
-            const char site = cells[GetParam()][(y & 3) * 4 + (x & 3)];
+            const char site = cells[pattern][(y & 3) * 4 + (x & 3)];
             const float gain = site == 'P' ? pan : site == 'R' ? red : site == 'G' ? green : blue;
             const float product = static_cast<float>(noise[static_cast<size_t>(y * w + x)]) * gain;
             const int v = static_cast<int>(static_cast<double>(product) + 0.5);
@@ -261,30 +229,32 @@ TEST_P(WhiteBalance, SplitsByTheCell) {
         }
     }
     Log log;
-    ASSERT_EQ(Alg_WhiteBalance(frame.data(), w, h, GetParam(), red, green, blue, pan, planes[0].data(),
-                               planes[1].data(), planes[2].data(), planes[3].data(), log),
+    ASSERT_EQ(Alg_WhiteBalance(frame.data(), w, h, pattern, red, green, blue, pan, planes[0].data(), planes[1].data(),
+                               planes[2].data(), planes[3].data(), log),
               0);
     EXPECT_EQ(planes, expected);
     EXPECT_EQ(Alg_WhiteBalance(frame.data(), w, 0, 7, red, green, blue, pan, nullptr, nullptr, nullptr, nullptr, log),
               0);
-    EXPECT_EQ(Alg_WhiteBalance(nullptr, w, h, GetParam() + 4, 1, 1, 1, 1, nullptr, nullptr, nullptr, nullptr, log), -1);
+    EXPECT_EQ(Alg_WhiteBalance(nullptr, w, h, pattern + 4, 1, 1, 1, 1, nullptr, nullptr, nullptr, nullptr, log), -1);
     EXPECT_STREQ(log.text, "CFA pattern error.\n");
 }
-INSTANTIATE_TEST_SUITE_P(Patterns, WhiteBalance, testing::Range(0, 4));
-
-TEST(Hash, IsTheByteByByteOne) {
-    auto bytes = NoiseSamples<unsigned char>(9, 200, 255);
-    unsigned hash = 2150;
-    for (int n = 0; n <= 200; ++n) {
-        EXPECT_EQ(calcHash(bytes.data(), n, 1, 2150), hash) << n;
-        if (n < 200) {
-            hash = bytes[static_cast<size_t>(n)] ^ ((hash >> 27) | (hash << 5));
-        }
+TEST(WhiteBalance, SplitsByTheCell) {
+    for (int pattern = 0; pattern < 4; ++pattern) {
+        SCOPED_TRACE(pattern);
+        SplitByTheCell(pattern);
     }
-    EXPECT_EQ(calcHash(bytes.data(), 50, 4, 2150), calcHash(bytes.data(), 200, 1, 2150));
-    unsigned char zero = 0;
-    EXPECT_EQ(calcHash(&zero, 1, 1, 2150), 2150U << 5);
-    EXPECT_EQ(calcHash(&zero, 1, 0, 2150), 2150U);
+}
+
+TEST(Hash, TakesBytesRowByRow) {
+    unsigned char bytes[6] = {0, 1, 2, 200, 3, 255};
+    unsigned hash = 2150;
+    for (const unsigned char byte : bytes) {
+        hash = byte ^ ((hash >> 27) | (hash << 5));
+    }
+    EXPECT_EQ(calcHash(bytes, 6, 1, 2150), hash);
+    EXPECT_EQ(calcHash(bytes, 2, 3, 2150), hash);
+    EXPECT_EQ(calcHash(bytes, 1, 1, 2150), 2150U << 5);
+    EXPECT_EQ(calcHash(bytes, 1, 0, 2150), 2150U);
 }
 
 TEST(RegionData, DumpsEveryType) {
