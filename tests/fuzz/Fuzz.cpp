@@ -11,7 +11,6 @@
 #include <exception>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "OrvBayer.h"
 #include "OrvHelpers.h"
@@ -50,10 +49,8 @@ public:
     int Number() { return static_cast<int>(Wild()); }
     double Real() { return Once(2) ? Any<double>() : Any<int16_t>() / 64.0; }
     std::string Text() {
-        std::string text;
-        for (int n = Below(24); n > 0; --n) {
-            text.push_back(Any<char>());
-        }
+        std::string text(static_cast<size_t>(Below(24)), '\0');
+        std::generate(text.begin(), text.end(), [this] { return Any<char>(); });
         return text.c_str();  // to the first zero
     }
     // Null now and then.
@@ -101,11 +98,8 @@ struct Rows {
 struct Size {
     int width, height;
     bool huge;
-    explicit Size(Input& in) : huge(in.Once(64)) {
-        const auto length = [&] { return huge ? INT32_MAX - in.Any<uint16_t>() : in.Once(64) ? -5 : in.Below(71); };
-        width = length();
-        height = length();
-    }
+    explicit Size(Input& in) : huge(in.Once(64)) { width = Length(in), height = Length(in); }
+    int Length(Input& in) { return huge ? INT32_MAX - in.Any<uint16_t>() : in.Once(64) ? -5 : in.Below(71); }
 };
 
 Rows MakeRows(Input& in, const Size& size, int channels, int sampleBytes, bool backward) {
@@ -151,18 +145,14 @@ public:
         }
     }
     // Outside the first `written` bytes of every pixel, or all over after a failure, nothing has changed.
-    void Check(const Rows& rows, bool failed, int written) const {
-        std::vector<bool> pixels(static_cast<size_t>(bytes_));
-        for (int64_t y = 0; bytes_ > 0 && !failed && !rows.Empty() && y < rows.rows; ++y) {
-            for (int64_t i = 0; i < rows.RowBytes(); ++i) {
-                if (i % rows.pixelBytes < written) {
-                    pixels[static_cast<size_t>((rows.backward ? 0 : rows.Lead()) + y * rows.Step() + i)] = true;
-                }
-            }
+    void Check(const Rows& rows, bool failed, int written) {
+        uint8_t* first = data_ + (rows.backward ? 0 : rows.Lead());
+        for (int64_t i = 0; bytes_ > 0 && !failed && !rows.Empty() && i < rows.rows * rows.width; ++i) {
+            std::memset(first + i / rows.width * rows.Step() + i % rows.width * rows.pixelBytes, kFill,
+                        static_cast<size_t>(written));
         }
-        for (int64_t i = 0; i < bytes_; ++i) {
-            Require(pixels[static_cast<size_t>(i)] || data_[i] == kFill, "bytes changed that are no pixels");
-        }
+        Require(std::all_of(data_, data_ + bytes_, [](uint8_t byte) { return byte == kFill; }),
+                "bytes changed that are no pixels");
     }
 
 private:
@@ -209,21 +199,27 @@ struct Pair {
         g_source.MakeNoise(in);
         destination = in.Maybe(g_destination.Take(in, to, target.huge));
     }
-    // What passes out of a TrueSense conversion is an exception that the header names.
+    // Bayer calls throw nothing here; what passes out of a TrueSense conversion is an exception that the header names.
+    // TrueSense engines that failed half-way may have written.
     template <class Call>
-    void CheckTrueSense(const Call& call) const {
+    void Check(uint32_t family, int channels, const Call& call) const {
         uint32_t status = 0x80060001U;
         try {
             status = call();
         } catch (const std::exception&) {
         }
-        Check(status, 6, 3);
-    }
-    // TrueSense engines that failed half-way may have written.
-    void Check(uint32_t status, uint32_t family, int channels) const {
         Require(status == 0 || status >> 16 == (0x8000U | family), "status of another family");
         g_destination.Check(to, status != 0 && status != 0x80060001U, channels * to.sampleBytes);
     }
+};
+
+// The same with records.
+struct Frames : Pair {
+    _OrvImage source, destination;
+    Frames(Input& in, uint32_t word, uint32_t colour, int channels, int sampleBytes, bool backward)
+        : Pair(in, SampleBytes(word), channels, sampleBytes, backward),
+          source(Record(in, word, from, Pair::source)),
+          destination(Record(in, colour, to, Pair::destination)) {}
 };
 
 void BayerRecords(Input& in, OrvBayer* component) {
@@ -231,45 +227,28 @@ void BayerRecords(Input& in, OrvBayer* component) {
     const uint32_t target = Word(in, 84, 12);
     const int what = in.Below(8);
     const bool helper = what == 2;
-    const int channels = helper ? OrvWord_Channels(target) : 3;
-    const Pair pair(in, SampleBytes(word), channels, SampleBytes(helper ? target : word), false);
-    _OrvImage source = Record(in, word, pair.from, pair.source);
-    _OrvImage destination = Record(in, target, pair.to, pair.destination);
-    const int algorithm = in.Below(5);
+    const int algorithm = helper ? in.Below(5) : Algorithm(in);
     OrvSetParam(*component->GetComponent(), "BayerAlgType", algorithm);
+    Frames f(in, word, target, helper ? OrvWord_Channels(target) : 3, SampleBytes(helper ? target : word), false);
+    component = in.Maybe(component);
+    _OrvImage* source = in.Maybe(&f.source);
+    _OrvImage* destination = in.Maybe(&f.destination);
     if (helper) {
-        const int64_t needed = OrvFrame_ConvertBayerBytes(&source, &destination, algorithm);
-        const int64_t bytes = std::clamp<int64_t>(needed + in.Below(3) - 1, 0, Arena::kBytes);
-        const uint32_t status = OrvFrame_ConvertBayer(in.Maybe(component), &source, &destination,
-                                                      g_scratch.Take(in, bytes), static_cast<size_t>(bytes));
-        Require(status != 0 || (needed >= 0 && needed <= bytes), "converted what was refused");
-        g_destination.Check(pair.to, status != 0 && status >> 16 != 0x8005U, pair.to.pixelBytes);
+        const int64_t needed = OrvFrame_ConvertBayerBytes(source, destination, algorithm);
+        const auto bytes = static_cast<size_t>(std::clamp<int64_t>(needed + in.Below(3) - 1, 0, Arena::kBytes));
+        uint8_t* scratch = g_scratch.Take(in, static_cast<int64_t>(bytes));
+        const uint32_t status = OrvFrame_ConvertBayer(component, source, destination, scratch, bytes);
+        Require(status != 0 || static_cast<size_t>(needed) <= bytes, "converted what was refused");
+        g_destination.Check(f.to, status != 0 && status >> 16 != 0x8005U, f.to.pixelBytes);
     } else if (what == 3) {
-        OrvBayer_AllocData(in.Maybe(component), in.Maybe(&source), in.Maybe(&destination));
+        OrvBayer_AllocData(component, source, destination);
     } else if (what == 4) {
-        OrvBayer_ReleaseData(in.Maybe(component));
+        OrvBayer_ReleaseData(component);
     } else if (what == 5) {
-        pair.Check(BayerToColor(in.Maybe(&source), in.Maybe(&destination), Algorithm(in)), 5, 3);
+        f.Check(5, 3, [&] { return BayerToColor(source, destination, algorithm); });
     } else {
-        pair.Check(OrvBayer_ConvertImage(in.Maybe(component), in.Maybe(&source), in.Maybe(&destination)), 5, 3);
+        f.Check(5, 3, [&] { return OrvBayer_ConvertImage(component, source, destination); });
     }
-}
-
-template <class From, class To>
-using BayerCall = uint32_t (*)(From const*, _OrvRect, _OrvSize, int, int, To*, int, unsigned char, int);
-
-template <class From, class To>
-void BayerPlain(Input& in, const BayerCall<From, To> (&calls)[4]) {
-    const int member = in.Below(4);
-    const int channels = sizeof(From) == sizeof(To) ? 3 : 3 + member / 2;
-    const Pair pair(in, sizeof(From), channels, sizeof(To), false);
-    const _OrvRect rect = {in.Number(), in.Number(), pair.target.width, pair.target.height};
-    const int depth = Depth(in, sizeof(From) == 1 ? 8 : 10 + 2 * in.Below(4));
-    const uint32_t status = calls[member](
-        reinterpret_cast<From const*>(pair.source), rect, {pair.size.width, pair.size.height},
-        static_cast<int>(pair.from.stride), depth, reinterpret_cast<To*>(pair.destination),
-        static_cast<int>(pair.to.stride), static_cast<unsigned char>(in.Below(in.Once(16) ? 256 : 4)), Algorithm(in));
-    pair.Check(status, 5, channels);
 }
 
 // Settings of plain calls, some of them any number.
@@ -280,19 +259,16 @@ struct Settings {
         TrueSense_DefaultValues(&param);
         for (int n = in.Below(12); n > 0; --n) {
             const size_t field = static_cast<size_t>(in.Below(offsetof(tagTrueSenseParam, toneTable) / sizeof(long)));
-            const bool integer = field < 8 || in.Once(4);
             const int64_t number = in.Wild();
             const double real = in.Real();
-            std::memcpy(reinterpret_cast<char*>(&param) + field * sizeof(long),
-                        integer ? static_cast<const void*>(&number) : &real, sizeof(long));
+            std::memcpy(reinterpret_cast<long*>(&param) + field,
+                        field < 8 || in.Once(4) ? static_cast<const void*>(&number) : &real, sizeof(long));
         }
-        if (in.Once(4)) {
-            const int slope = in.Any<int16_t>();
-            for (int i = 0; i < 4096; ++i) {
-                table[i] = static_cast<int16_t>(i * slope);
-            }
-            param.toneTable = table;
+        const int slope = in.Any<int16_t>();
+        for (int i = 0; i < 4096; ++i) {
+            table[i] = static_cast<int16_t>(i * slope);
         }
+        param.toneTable = in.Once(4) ? table : nullptr;
     }
 };
 
@@ -300,54 +276,59 @@ void TrueSenseRecords(Input& in, OrvTrueSense* component) {
     const uint32_t word = Word(in, 20, 64);
     const uint32_t target = Word(in, 84, 12);
     const int what = in.Below(8);
-    const Pair pair(in, SampleBytes(word), OrvWord_Channels(target), SampleBytes(target), true);
-    _OrvImage source = Record(in, word, pair.from, pair.source);
-    _OrvImage destination = Record(in, target, pair.to, pair.destination);
+    const int algorithm = Algorithm(in);
+    OrvSetParam(*component->GetComponent(), "TrueSenseAlgType", algorithm);
+    Frames f(in, word, target, OrvWord_Channels(target), SampleBytes(target), true);
+    _OrvImage* source = in.Maybe(&f.source);
+    _OrvImage* destination = in.Maybe(&f.destination);
+    component = in.Maybe(component);
     if (what == 2) {
-        OrvTrueSense_AllocData(in.Maybe(component), in.Maybe(&source), in.Maybe(&destination));
+        OrvTrueSense_AllocData(component, source, destination);
     } else if (what == 3) {
-        OrvTrueSense_ReleaseData(in.Maybe(component));
+        OrvTrueSense_ReleaseData(component);
     } else if (what == 4) {
-        const auto settings = std::make_unique<Settings>(in);
-        pair.CheckTrueSense([&] {
-            return TrueSenseToColor(in.Maybe(&source), in.Maybe(&destination), in.Maybe(&settings->param),
-                                    Algorithm(in), in.Once(2));
-        });
+        Settings settings(in);
+        auto* param = in.Maybe(&settings.param);
+        f.Check(6, 3, [&] { return TrueSenseToColor(source, destination, param, algorithm, in.Once(2)); });
     } else {
-        OrvSetParam(*component->GetComponent(), "TrueSenseAlgType", in.Once(16) ? 5 : in.Below(5));
-        pair.CheckTrueSense(
-            [&] { return OrvTrueSense_ConvertImage(in.Maybe(component), in.Maybe(&source), in.Maybe(&destination)); });
+        f.Check(6, 3, [&] { return OrvTrueSense_ConvertImage(component, source, destination); });
     }
 }
 
-template <class From, class To>
-using TrueSenseCall = uint32_t (*)(From const*, _OrvRect, _OrvSize, int, int, To*, int, unsigned char,
-                                   tagTrueSenseParam*, int, bool);
-
-// The destination has the size of the frame, its region may be less.
-template <class From, class To>
-void TrueSensePlain(Input& in, const TrueSenseCall<From, To> (&calls)[4]) {
+// Plain functions of one family: Rest is the algorithm or the settings, the algorithm and `oneShot`.
+template <class From, class To, class... Rest>
+void Members(Input& in, uint32_t (*const (&calls)[4])(From const*, _OrvRect, _OrvSize, int, int, To*, int,
+                                                      unsigned char, Rest...)) {
+    constexpr bool trueSense = sizeof...(Rest) > 1;
     const int member = in.Below(4);
-    const int channels = 3 + member / 2;
-    Pair pair(in, sizeof(From), channels, sizeof(To), true);
-    _OrvRect rect = {0, 0, pair.size.width, pair.size.height};
-    if (!pair.size.huge && !pair.from.Empty() && in.Once(2)) {
-        rect = {in.Below(rect.width), in.Below(rect.height), 0, 0};
+    const int channels = trueSense || sizeof(From) != sizeof(To) ? 3 + member / 2 : 3;
+    Pair pair(in, sizeof(From), channels, sizeof(To), trueSense);
+    _OrvRect rect = {in.Number(), in.Number(), pair.target.width, pair.target.height};
+    if (trueSense && (pair.size.huge || pair.from.Empty() || in.Once(2))) {
+        rect.x = rect.y = 0;
+    } else if (trueSense) {
+        rect.x = in.Below(rect.width);
+        rect.y = in.Below(rect.height);
         rect.width = in.Once(64) ? -9 : in.Below(1 + pair.size.width - rect.x);
         rect.height = in.Once(64) ? -9 : in.Below(1 + pair.size.height - rect.y);
         pair.to.width = rect.width;
         pair.to.rows = rect.height;
         pair.destination = in.Maybe(g_destination.Take(in, pair.to, false));
     }
-    const auto settings = std::make_unique<Settings>(in);
     const int depth = Depth(in, 8 + 2 * in.Below(5));
-    pair.CheckTrueSense([&] {
+    const int pattern = in.Below(in.Once(16) ? 256 : trueSense ? 16 : 4);
+    const int algorithm = Algorithm(in);
+    const auto call = [&](auto... rest) {
         return calls[member](reinterpret_cast<From*>(pair.source), rect, {pair.size.width, pair.size.height},
                              static_cast<int>(pair.from.stride), depth, reinterpret_cast<To*>(pair.destination),
-                             static_cast<int>(pair.to.stride),
-                             static_cast<unsigned char>(in.Below(in.Once(16) ? 256 : 16)), in.Maybe(&settings->param),
-                             Algorithm(in), in.Once(2));
-    });
+                             static_cast<int>(pair.to.stride), static_cast<unsigned char>(pattern), rest...);
+    };
+    if constexpr (trueSense) {
+        Settings settings(in);
+        pair.Check(6, 3, [&] { return call(in.Maybe(&settings.param), algorithm, in.Once(2)); });
+    } else {
+        pair.Check(5, channels, [&] { return call(algorithm); });
+    }
 }
 
 #define ORV_MEMBERS(Family, kind)                                                                 \
@@ -358,12 +339,12 @@ void TrueSensePlain(Input& in, const TrueSenseCall<From, To> (&calls)[4]) {
 
 void Plain(Input& in) {
     switch (in.Below(6)) {
-    case 0: return BayerPlain(in, ORV_MEMBERS(Bayer, 8u));
-    case 1: return BayerPlain(in, ORV_MEMBERS(Bayer, 16u));
-    case 2: return BayerPlain(in, ORV_MEMBERS(Bayer, 16u8u));
-    case 3: return TrueSensePlain(in, ORV_MEMBERS(TrueSense, 8u));
-    case 4: return TrueSensePlain(in, ORV_MEMBERS(TrueSense, 16u));
-    default: return TrueSensePlain(in, ORV_MEMBERS(TrueSense, 16u8u));
+    case 0: return Members(in, ORV_MEMBERS(Bayer, 8u));
+    case 1: return Members(in, ORV_MEMBERS(Bayer, 16u));
+    case 2: return Members(in, ORV_MEMBERS(Bayer, 16u8u));
+    case 3: return Members(in, ORV_MEMBERS(TrueSense, 8u));
+    case 4: return Members(in, ORV_MEMBERS(TrueSense, 16u));
+    default: return Members(in, ORV_MEMBERS(TrueSense, 16u8u));
     }
 }
 
@@ -383,20 +364,20 @@ void Unpack(Input& in) {
     g_destination.Check(to, status != 0, 2);
 }
 
+void Tight(Input& in) {
+    const uint32_t word = Word(in, 0, 84);
+    const Size size(in);
+    const Rows rows = MakeRows(in, size, 1, SampleBytes(word), false);
+    _OrvImage image = Record(in, word, rows, in.Maybe(g_source.Take(in, rows, size.huge)));
+    const int algorithm = Algorithm(in);
+    const int64_t needed = OrvFrame_TightBytes(in.Maybe(&image), algorithm);
+    const int64_t bytes = std::clamp<int64_t>(needed + in.Below(3) - 1, 0, Arena::kBytes);
+    OrvFrame_Tight(&image, algorithm, in.Maybe(g_scratch.Take(in, bytes)), static_cast<size_t>(bytes), &image);
+    OrvFrame_Make(in.Maybe(&image), word, size.width, size.height, static_cast<int32_t>(rows.stride), nullptr);
+}
+
 void OtherRows(Input& in) {
-    const int what = in.Below(5);
-    if (what == 4) {
-        const uint32_t word = Word(in, 0, 84);
-        const Size size(in);
-        const Rows rows = MakeRows(in, size, 1, SampleBytes(word), false);
-        _OrvImage image = Record(in, word, rows, in.Maybe(g_source.Take(in, rows, size.huge)));
-        const int algorithm = Algorithm(in);
-        const int64_t needed = OrvFrame_TightBytes(in.Maybe(&image), algorithm);
-        const int64_t bytes = std::clamp<int64_t>(needed + in.Below(3) - 1, 0, Arena::kBytes);
-        OrvFrame_Tight(&image, algorithm, in.Maybe(g_scratch.Take(in, bytes)), static_cast<size_t>(bytes), &image);
-        OrvFrame_Make(in.Maybe(&image), word, size.width, size.height, static_cast<int32_t>(rows.stride), nullptr);
-        return;
-    }
+    const int what = in.Below(4);
     const Size size(in);
     const Rows from = MakeRows(in, size, what > 1 ? 3 : 1, what == 2 ? 1 : 2, false);
     const Rows to = MakeRows(in, size, what > 1 ? 4 : 1, what % 2 + 1, false);
@@ -417,26 +398,28 @@ void Words(Input& in) {
     const int number = in.Number();
     const int bits = Depth(in, 8);
     const uint32_t any = in.Any<uint32_t>();
+    const uint32_t start = Word(in, 0, 96);
     const std::string text = in.Text();
     const char* name = in.Maybe(text.c_str());
     int packing = 0;
     bool edgeAware = false;
-    const uint32_t start = Word(in, 0, 96);
-    std::vector<uint32_t> words = {start, OrvWord_FromName(name, in.Maybe(&packing)), OrvPfnc_FromName(name), any};
-    words.insert(words.end(), {OrvWord_At(number), OrvWord_Bayer(number, bits), OrvWord_TrueSense(number, bits)});
-    words.insert(words.end(), {OrvWord_Colour(true, number, bits), OrvOpenCv_ToWord(number, bits, true, &edgeAware)});
-    words.insert(words.end(), {OrvPfnc_ToWord(any, &packing), OrvV4l2_ToWord(any, in.Maybe(&packing))});
-    words.push_back(OrvWord_AfterCrop(start, in.Wild(), in.Wild()));
-    words.push_back(OrvWord_AfterMirror(start, true, in.Once(2), in.Wild(), in.Wild()));
-    for (const uint32_t word : words) {
+    for (const uint32_t word :
+         {start, any, OrvWord_At(number), OrvWord_FromName(name, in.Maybe(&packing)), OrvPfnc_FromName(name),
+          OrvWord_Bayer(number, bits), OrvWord_TrueSense(number, bits), OrvWord_Colour(true, number, bits),
+          OrvOpenCv_ToWord(number, bits, true, &edgeAware), OrvPfnc_ToWord(any, &packing),
+          OrvV4l2_ToWord(any, in.Maybe(&packing)), OrvWord_AfterCrop(start, in.Wild(), in.Wild()),
+          OrvWord_AfterMirror(start, true, in.Once(2), in.Wild(), in.Wild())}) {
         const char* own = OrvWord_Name(word);
         Require(own == nullptr || OrvWord_FromName(own, nullptr) == word, "a word's name is another's");
+        Require(OrvHelpers_StatusText(word) != nullptr, "no text for a status");
+        Require(OrvWord_Grid(word) < 16 && OrvWord_Pattern(word) < 4, "no such cell");
         OrvWord_RowBytes(word, number, in.Wild());
         OrvWord_Site(word, in.Wild(), in.Wild());
         OrvPfnc_Name(OrvPfnc_FromWord(word, OrvPacking_FromName(name)));
         OrvOpenCv_Name(word, true, OrvOpenCv_FromWord(word, false, true) > static_cast<int>(OrvV4l2_FromWord(word, 0)));
-        OrvGst_Caps(word);
+        Require((OrvGst_Caps(word) == nullptr) == (OrvGst_Format(word) == nullptr), "caps without a format");
     }
+    Require(OrvPacking_Bits(number) == 0 || OrvPacking_Name(number) != nullptr, "a packing without a name");
     OrvPacking_RowBytes(number, in.Wild());
     OrvParam_InfoAt(number % 8, number);
     OrvParam_Info(5 + in.Below(3), name);
@@ -451,27 +434,28 @@ void Parameters(Input& in, OrvComponent* component) {
     std::string text = in.Once(2) ? std::to_string(in.Real()) : in.Text();
     char* value = in.Maybe(&text[0]);
     const unsigned room = in.Any();
-    length = room;
     char* buffer = in.Maybe(reinterpret_cast<char*>(g_scratch.Take(in, room)));
     unsigned* size = in.Maybe(&length);
     int64_t integer = 0;
     double real = 0;
-    switch (in.Below(7)) {
+    length = room;
+    switch (in.Below(5)) {
     case 0: OrvParam_SetText(component, name, value); break;
-    case 1: OrvParam_SetInteger(component, name, in.Wild()); break;
-    case 2: OrvParam_SetFloat(component, name, in.Real()); break;
-    case 3: component->SetParamBool(name, in.Once(2)); break;
-    case 4: component->GetParamAsString(name, buffer, size, value); break;
-    case 5: component->GetParamName(in.Any<unsigned>(), buffer, size); break;
-    default:
-        OrvParam_GetText(component, name, buffer, size);
-        OrvParam_GetInteger(component, name, in.Maybe(&integer));
-        OrvParam_GetFloat(component, name, in.Maybe(&real));
-        component->SetParamString(name, value);
-        component->SetParamArray(name, buffer, room);
-        component->GetParamArray(name, buffer, size);
-        component->RunCommand(name);
+    case 1: OrvParam_SetFloat(component, name, in.Real()); break;
+    case 2: component->SetParamBool(name, in.Once(2)); break;
+    default: OrvParam_SetInteger(component, name, in.Wild());
     }
+    OrvParam_GetText(component, name, buffer, size);
+    OrvParam_GetInteger(component, name, in.Maybe(&integer));
+    OrvParam_GetFloat(component, name, in.Maybe(&real));
+    component->SetParamString(name, value);
+    component->SetParamArray(name, buffer, room);
+    component->GetParamArray(name, buffer, size);
+    length = room;
+    component->GetParamAsString(name, buffer, size, value);
+    length = room;
+    component->GetParamName(in.Any<unsigned>(), buffer, size);
+    component->RunCommand(name);
 }
 
 }  // namespace
@@ -487,16 +471,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::unique_ptr<OrvTrueSense> trueSense(OrvTrueSense_CreateComponent());
     for (int call = 0; call < 8 && !in.Empty(); ++call) {
         switch (in.Below(10)) {
-        case 0:
-        case 1: BayerRecords(in, bayer.get()); break;
-        case 2:
-        case 3: TrueSenseRecords(in, trueSense.get()); break;
-        case 4:
-        case 5: Plain(in); break;
-        case 6: Unpack(in); break;
-        case 7: OtherRows(in); break;
-        case 8: Words(in); break;
-        default: Parameters(in, in.Once(4) ? bayer->GetComponent() : trueSense->GetComponent());
+        case 0: Tight(in); break;
+        case 1: OtherRows(in); break;
+        case 2: Words(in); break;
+        case 3: Parameters(in, in.Once(4) ? bayer->GetComponent() : trueSense->GetComponent()); break;
+        case 4: Unpack(in); break;
+        case 5: BayerRecords(in, bayer.get()); break;
+        case 6:
+        case 7: TrueSenseRecords(in, trueSense.get()); break;
+        default: Plain(in);
         }
     }
     return 0;
