@@ -12,6 +12,7 @@
 #     ./build.sh count      instructions per pixel of every engine, against the recorded ones
 #     ./build.sh python     installs what is missing, builds, passes the tests of the Python package
 #     ./build.sh gstreamer  the same for the GStreamer element
+#     ./build.sh interface  symbols, records and virtual operations, against the recorded ones
 #     ./build.sh clang      builds with clang, compares check numbers at every instruction-set level, passes the tests
 #     ./build.sh arm        the same for AArch64: cross-compiled, run under QEMU
 #     With `checks` after them these two only compare the check numbers.
@@ -180,6 +181,18 @@ arm)
         build arm
         # Not here: the check numbers again, and what builds and runs programs of this machine.
         ctest --preset arm -j "$jobs" -E '^(checks|install)\.'
+    fi
+    ;;
+interface)
+    need $library abigail-tools python3
+    build debug --target OrvDemosaicing OrvHelpers
+    python3 tests/install/interface.py build/debug/{src/libOrvDemosaicing,helpers/libOrvHelpers,misc/libOrvMisc}.so \
+        >build/interface.txt
+    if [ "${2:-}" = record ]; then
+        cp build/interface.txt tests/install/interface.txt
+    elif ! diff -u --label recorded --label built tests/install/interface.txt build/interface.txt; then
+        echo "The interface has changed. docs/versioning.md tells which version may; \`./build.sh interface record\`." >&2
+        exit 1
     fi
     ;;
 *)

@@ -9,8 +9,8 @@ if(TARGET OrvMisc)
   install(FILES misc/OrvParamStorage.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orv)
 endif()
 install(TARGETS ${ORV_INSTALLED} EXPORT OrvDemosaicingTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES include/OrvImage.h include/OrvComponent.h include/OrvBayer.h include/OrvTrueSense.h
-              helpers/OrvHelpers.h
+install(FILES include/OrvVersion.h include/OrvImage.h include/OrvComponent.h include/OrvBayer.h
+              include/OrvTrueSense.h helpers/OrvHelpers.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orv)
 install(EXPORT OrvDemosaicingTargets NAMESPACE Orv:: DESTINATION ${ORV_CMAKE_DIR})
 

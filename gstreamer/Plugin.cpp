@@ -2,6 +2,7 @@
 #include <gst/gst.h>
 
 #include "Element.h"
+#include "OrvVersion.h"
 
 #define PACKAGE "libOrvDemosaicing"
 
@@ -10,5 +11,5 @@ static gboolean Init(GstPlugin* plugin) {
 }
 
 GST_PLUGIN_DEFINE(GST_VERSION_MAJOR, GST_VERSION_MINOR, orvdemosaic,
-                  "Bayer and TrueSense frames to colour by libOrvDemosaicing", Init, ORV_VERSION, "Proprietary",
+                  "Bayer and TrueSense frames to colour by libOrvDemosaicing", Init, ORV_VERSION_TEXT, "Proprietary",
                   "libOrvDemosaicing", "Unknown package origin")

@@ -29,19 +29,8 @@ extern "C" {
 
 // ---- Version --------------------------------------------------------------------------------------------------------
 
-///@{
-/// Version of this header.
-#define ORV_HELPERS_VERSION_MAJOR 1
-#define ORV_HELPERS_VERSION_MINOR 0
-#define ORV_HELPERS_VERSION_PATCH 0
-///@}
-/// As one number, to compare; OrvHelpers_Version() of the library in use against this of the header.
-#define ORV_HELPERS_VERSION \
-    (ORV_HELPERS_VERSION_MAJOR * 10000 + ORV_HELPERS_VERSION_MINOR * 100 + ORV_HELPERS_VERSION_PATCH)
-
-/// Of the library in use.
+/// ORV_VERSION and ORV_VERSION_TEXT of the library in use, where the macros are those of the header.
 ORV_API int OrvHelpers_Version(void);
-/// "1.0.0".
 ORV_API const char* OrvHelpers_VersionText(void);
 /// OrvStatusText as a function, for languages that read no headers.
 ORV_API const char* OrvHelpers_StatusText(uint32_t status);

@@ -233,14 +233,9 @@ int BayerPhase(uint32_t word) {
 
 using namespace orv::helpers;
 
-int OrvHelpers_Version(void) { return ORV_HELPERS_VERSION; }
+int OrvHelpers_Version(void) { return ORV_VERSION; }
 
-#define ORV_TEXT_(x) #x
-#define ORV_TEXT(x) ORV_TEXT_(x)
-const char* OrvHelpers_VersionText(void) {
-    return ORV_TEXT(ORV_HELPERS_VERSION_MAJOR) "." ORV_TEXT(ORV_HELPERS_VERSION_MINOR) "." ORV_TEXT(
-        ORV_HELPERS_VERSION_PATCH);
-}
+const char* OrvHelpers_VersionText(void) { return ORV_VERSION_TEXT; }
 
 const char* OrvHelpers_StatusText(uint32_t status) { return OrvStatusText(status); }
 

@@ -7,6 +7,8 @@
 
 #include <stdint.h>
 
+#include "OrvVersion.h"
+
 #if defined(_WIN32)
 #error "libOrvDemosaicing supports 64-bit Linux only"
 #endif

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the build tree to a fresh prefix, builds and runs the minimal examples against it through CMake and a C program
-# through pkg-config, and compares the exported symbols with the list beside this script.
+# through pkg-config, and compares the exported symbols with the record beside this script.
 #
 #     check.sh BUILD_DIR CXX GENERATOR
 set -euo pipefail
@@ -14,15 +14,19 @@ trap 'rm -rf "$work"' EXIT
 cmake --install "$build" --prefix "$work/prefix" >/dev/null
 lib=$(dirname "$(find "$work/prefix" -name 'libOrvDemosaicing.so' | head -n 1)")
 
-nm -D --defined-only -C "$lib/libOrvDemosaicing.so" | awk '$2 == "T" || $2 == "W" || $2 == "B" || $2 == "D" || $2 == "R" || $2 == "V" || $2 == "u" {
-    sub(/^[0-9a-f]+ . /, ""); sub(/@@.*/, ""); print }' | LC_ALL=C sort >"$work/symbols"
-LC_ALL=C sort "$here/exported-symbols.txt" | diff -u - "$work/symbols" || { echo "exported symbols differ"; exit 1; }
-nm -D --defined-only "$lib/libOrvHelpers.so" | awk '$2 != "A" { sub(/@@.*/, ""); print $3 }' | LC_ALL=C sort >"$work/helpers"
-grep -o 'ORV_API .*(' "$work/prefix/include/orv/OrvHelpers.h" | sed 's/(.*//; s/.*[ *]//' | LC_ALL=C sort |
-    diff -u - "$work/helpers" || { echo "libOrvHelpers exports something else than its header declares"; exit 1; }
+for name in Demosaicing Helpers Misc; do
+    nm -D --defined-only --with-symbol-versions "$lib/libOrv$name.so.1" | awk '$2 != "A" { print $3 }' | LC_ALL=C sort >"$work/symbols"
+    sed -n "/^libOrv$name.so.1/,/^$/s/^    \([^:]*\).*/\1/p" "$here/interface.txt" | diff -u - "$work/symbols" ||
+        { echo "libOrv$name exports something else than recorded"; exit 1; }
+done
 if readelf -d "$lib/libOrvHelpers.so" | grep NEEDED | grep -E 'Orv|opencv'; then exit 1; fi
 readelf -d "$lib/libOrvDemosaicing.so" | grep -q 'soname: \[libOrvDemosaicing.so.1\]'
 if readelf -d "$lib/libOrvDemosaicing.so" | grep -E 'R(UN)?PATH' | grep -v '\$ORIGIN'; then exit 1; fi
+
+# The version stands in a header; the Python package and the changelog follow by hand.
+version=$(sed -n 's/^Version: //p' "$lib/pkgconfig/OrvDemosaicing.pc")
+grep -q "^__version__ = \"$version\"" "$here/../../python/orvdemosaicing/__init__.py"
+grep -q "^## $version " "$here/../../CHANGELOG.md"
 
 # Public headers stand alone, in C99 and from C++11 on; the container of parameters is C++ only.
 for header in "$work"/prefix/include/orv/*.h; do
@@ -30,7 +34,7 @@ for header in "$work"/prefix/include/orv/*.h; do
         echo "#include \"$header\"" | "$cxx" -std=c++$std -Wall -Wextra -Wpedantic -Werror -fsyntax-only -x c++ -
     done
     [ "$(basename "$header")" = OrvParamStorage.h ] ||
-        echo "#include \"$header\"" | "$cxx" -x c -std=c99 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -
+        printf '#include "%s"\nextern int present;\n' "$header" | "$cxx" -x c -std=c99 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -
 done
 
 cmake -G "$generator" -S "$here/stranger" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_COMPILER="$cxx" >/dev/null

@@ -11,7 +11,7 @@ lacking="-DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON -DCMAKE_CXX_COMPILER=$1"
 
 cmake -G "$2" -S "$here/subproject" -B "$work/host" $lacking -DORV_SOURCE="$here/../.." \
     -DCMAKE_BUILD_TYPE=Debug --no-warn-unused-cli >"$work/log"
-! grep 'Not built' "$work/log"
+if grep 'Not built' "$work/log"; then exit 1; fi
 cmake --build "$work/host" -j "$(nproc)" >"$work/log" || { tail -30 "$work/log"; exit 1; }
 bash "$here/../examples/check.sh" "$work/host/host" "$work/host/host"
 cmake --install "$work/host" --prefix "$work/prefix" >/dev/null

@@ -46,6 +46,6 @@ int main(void) {
     uint16_t samples[2] = {0, 0};
     failures += Check("12p", OrvPacking_Unpack(OrvPacking12p, packed, 3, 3, 2, 1, samples, sizeof(samples), 4));
     failures += samples[0] != 0xDAB || samples[1] != 0xEFC;
-    failures += OrvHelpers_Version() != ORV_HELPERS_VERSION;
+    failures += OrvHelpers_Version() != ORV_VERSION;
     return failures;
 }
