@@ -2,14 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <vector>
 
 #include "OrvHelpers.h"
 #include "OrvTrueSense.h"
 #include "rows/Simd.h"
-#include "support/Image.h"
-#include "support/Noise.h"
+#include "support/Frames.h"
 
 namespace {
 
@@ -81,22 +81,6 @@ using Component = std::unique_ptr<OrvBayer, void (*)(OrvBayer*)>;
 
 constexpr int kHeight = 7;
 
-// A frame of noise, the same for every memory it lies in: `step` bytes a row from `first`, which may run upwards.
-_OrvImage Mosaic(uint32_t word, int width, int step, uint8_t* first) {
-    const std::vector<uint16_t> noise =
-        orvtest::NoiseSamples<uint16_t>(5, static_cast<size_t>(width) * kHeight, (1U << OrvWord_Bits(word)) - 1U);
-    const size_t bytes = OrvWord_Bits(word) == 8 ? 1 : 2;
-    _OrvImage source = {};
-    EXPECT_EQ(0U, OrvFrame_Make(&source, word, width, kHeight, 0, first));
-    for (int i = 0; i < width * kHeight; ++i) {
-        uint8_t* to = first + static_cast<ptrdiff_t>(i / width) * step + i % width * static_cast<ptrdiff_t>(bytes);
-        std::memcpy(to, &noise[static_cast<size_t>(i)], bytes);
-    }
-    source.stride = step;
-    source.imageSize = 0;  // not read by the helpers
-    return source;
-}
-
 // The samples of a colour frame, whatever their width.
 std::vector<int> Samples(Image& image) {
     const int n = image.record.width * OrvWord_Channels(image.record.pixelType);
@@ -109,27 +93,22 @@ std::vector<int> Samples(Image& image) {
     return samples;
 }
 
-Image Colour(uint32_t word, int width, int padding) {
-    const auto rowBytes = static_cast<int>(OrvWord_RowBytes(word, OrvPackingNone, width));
-    return Image(word, OrvWord_Bits(word), width, kHeight, rowBytes + padding);
+Image FrameOf(uint32_t word, int width, int padding) {
+    return orvtest::FrameOf(word, OrvWord_Bits(word), width, kHeight, padding);
 }
 
-class BayerFrames : public testing::TestWithParam<std::tuple<std::pair<uint32_t, uint32_t>, int, int>> {};
-
 // Every layout of rows in memory gives what the component makes of rows as it wants them.
-TEST_P(BayerFrames, OfAnyRowsToAnyDepth) {
-    const auto [words, width, algorithm] = GetParam();
-    const int bits = OrvWord_Bits(words.first);
+void CheckLayouts(uint32_t word, uint32_t resultWord, int width, int algorithm) {
+    const int bits = OrvWord_Bits(word);
     const int bytes = bits == 8 ? 1 : 2;
-    const int resultBits = OrvWord_Bits(words.second);
-    const int channels = OrvWord_Channels(words.second);
+    const int resultBits = OrvWord_Bits(resultWord);
     const Component component(OrvBayer_CreateComponent(), OrvBayer_DeleteComponent);
     ASSERT_EQ(0U, OrvParam_SetInteger(component->GetComponent(), "BayerAlgType", algorithm));
 
     const int wanted = bytes * (width + width % 2);
-    Image packed(words.first, bits, width, kHeight, wanted);
-    Mosaic(words.first, width, wanted, packed.Data());
-    Image plain = Colour(OrvWord_Colour(OrvWord_Name(words.second)[0] == 'B', 3, bits), width, 0);
+    Image packed = FrameOf(word, width, wanted - bytes * width);
+    FillFrame(packed, orvtest::Content::Noise, 5, (1U << bits) - 1);
+    Image plain = FrameOf(OrvWord_Colour(OrvWord_Name(resultWord)[0] == 'B', 3, bits), width, 0);
     ASSERT_EQ(0U, OrvBayer_ConvertImage(component.get(), &packed.record, &plain.record));
     const std::vector<int> three = Samples(plain);
     std::vector<int> expected;
@@ -138,7 +117,7 @@ TEST_P(BayerFrames, OfAnyRowsToAnyDepth) {
         expected.push_back(resultBits < bits   ? v >> (bits - 8)
                            : resultBits > bits ? v << (16 - bits) | v >> (2 * bits - 16)
                                                : v);
-        if (channels == 4 && i % 3 == 2) {
+        if (OrvWord_Channels(resultWord) == 4 && i % 3 == 2) {
             expected.push_back(255);
         }
     }
@@ -159,9 +138,15 @@ TEST_P(BayerFrames, OfAnyRowsToAnyDepth) {
         const int last = (kHeight - 1) * step;
         std::vector<uint8_t> memory(static_cast<size_t>(layout.offset + last + bytes * width));
         uint8_t* first = memory.data() + layout.offset + (layout.upwards ? last : 0);
-        _OrvImage source = Mosaic(words.first, width, layout.upwards ? -step : step, first);
-        source.stride = layout.step == 0 ? 0 : source.stride;
-        Image result = Colour(words.second, width, 10);
+        _OrvImage source = packed.record;
+        source.data = first;
+        source.stride = layout.upwards ? -layout.step : layout.step;
+        source.imageSize = 0;  // not read by the helpers
+        for (int y = 0; y < kHeight; ++y) {
+            std::memcpy(first + y * (layout.upwards ? -step : step), packed.Row<uint8_t>(y),
+                        static_cast<size_t>(bytes * width));
+        }
+        Image result = FrameOf(resultWord, width, 10);
         const int64_t needed = OrvFrame_ConvertBayerBytes(&source, &result.record, algorithm);
         ASSERT_GE(needed, 0);
         std::vector<uint8_t> scratch(static_cast<size_t>(needed) + 1);
@@ -179,15 +164,21 @@ TEST_P(BayerFrames, OfAnyRowsToAnyDepth) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Pairs, BayerFrames,
-                         testing::Combine(testing::Values(std::make_pair(OrvPixelBayerGR8, OrvPixelBGR8),
-                                                          std::make_pair(OrvPixelBayerGR8, OrvPixelRGBA8),
-                                                          std::make_pair(OrvPixelBayerRG12, OrvPixelRGB8),
-                                                          std::make_pair(OrvPixelBayerRG12, OrvPixelBGRA8),
-                                                          std::make_pair(OrvPixelBayerRG12, OrvPixelBGR12),
-                                                          std::make_pair(OrvPixelBayerGB10, OrvPixelRGB16),
-                                                          std::make_pair(OrvPixelBayerBG16, OrvPixelBGR16)),
-                                          testing::Values(13, 14), testing::Range(0, 3)));
+TEST(Frames, OfAnyRowsToAnyDepth) {
+    const std::pair<uint32_t, uint32_t> pairs[] = {
+        {OrvPixelBayerGR8, OrvPixelBGR8},   {OrvPixelBayerGR8, OrvPixelRGBA8},  {OrvPixelBayerRG12, OrvPixelRGB8},
+        {OrvPixelBayerRG12, OrvPixelBGRA8}, {OrvPixelBayerRG12, OrvPixelBGR12}, {OrvPixelBayerGB10, OrvPixelRGB16},
+        {OrvPixelBayerBG16, OrvPixelBGR16}};
+    for (const auto& [word, resultWord] : pairs) {
+        for (const int width : {13, 14}) {
+            for (int algorithm = 0; algorithm < 3; ++algorithm) {
+                SCOPED_TRACE(testing::Message() << OrvWord_Name(word) << " to " << OrvWord_Name(resultWord) << ", "
+                                                << width << ", " << algorithm);
+                CheckLayouts(word, resultWord, width, algorithm);
+            }
+        }
+    }
+}
 
 TEST(Frames, TightCopiesOnlyWhatDoesNotFitAndRefusesTheRest) {
     std::vector<uint16_t> memory(64);
@@ -246,14 +237,14 @@ TEST(Frames, TightCopiesOnlyWhatDoesNotFitAndRefusesTheRest) {
 // A TrueSense picture mirrored once has no word of its own: the same word and the parameter give the mirrored result.
 TEST(Frames, MirroredTrueSenseFramesByTheParameter) {
     constexpr int kWidth = 14;
-    Image frame(OrvPixelTrueSense(OrvPixelTrueSense8, 6), 8, kWidth, kHeight, kWidth);
-    Mosaic(frame.record.pixelType, kWidth, kWidth, frame.Data());
+    Image frame = FrameOf(OrvPixelTrueSense(OrvPixelTrueSense8, 6), kWidth, 0);
+    FillFrame(frame, orvtest::Content::Noise, 5, 255);
     const std::unique_ptr<OrvTrueSense, void (*)(OrvTrueSense*)> component(OrvTrueSense_CreateComponent(),
                                                                            OrvTrueSense_DeleteComponent);
-    Image plain = Colour(OrvPixelRGB8, kWidth, 0);
+    Image plain = FrameOf(OrvPixelRGB8, kWidth, 0);
     ASSERT_EQ(0U, component->ConvertImage(&frame.record, &plain.record));
     // Bytes read back to front also exchange red and blue.
-    Image mirrored = Colour(OrvPixelBGR8, kWidth, 0);
+    Image mirrored = FrameOf(OrvPixelBGR8, kWidth, 0);
     for (int y = 0; y < kHeight; ++y) {
         std::reverse(frame.Row<uint8_t>(y), frame.Row<uint8_t>(y) + kWidth);
     }
