@@ -1,3 +1,4 @@
+#include <OrvBayer.h>
 #include <OrvHelpers.h>
 #include <OrvTrueSense.h>
 #include <gst/check/gstharness.h>
@@ -91,51 +92,40 @@ struct Frame {
     std::string Caps() const { return OrvGst_Caps(word); }
 };
 
-// Three channels of `bits` bits by the library; rows tight.
-std::vector<uint16_t> Samples(const Frame& frame, bool blueFirst, int algorithm, int bits) {
-    Bytes tight(frame.bytes.size() + 2 * kHeight + 1);
+template <class Component>
+using Owned = std::unique_ptr<Component, void (*)(Component*)>;
+
+// The picture of a format with rows as raw video has them, by the library and its helpers.
+Bytes Expected(const Frame& frame, const std::string& format, int algorithm) {
+    const bool bayer = OrvWord_Pattern(frame.word) >= 0, wide = format == "RGBA64_LE";
+    const int bits = OrvWord_Bits(frame.word);
+    // TrueSense engines make 8 bits themselves, and no 16.
+    const int made = !wide ? 8 : bayer ? 16 : bits;
     Bytes colour(static_cast<size_t>(6 * frame.width * kHeight));
-    _OrvImage source, destination;
+    _OrvImage source, result;
     OrvFrame_Make(&source, frame.word, frame.width, kHeight, frame.stride,
                   const_cast<unsigned char*>(frame.bytes.data()));
-    EXPECT_EQ(OrvFrame_Tight(&source, algorithm, tight.data(), tight.size(), &source), 0U);
-    OrvFrame_Make(&destination, OrvWord_Colour(blueFirst, 3, bits), frame.width, kHeight, 0, colour.data());
-    if (OrvWord_Pattern(frame.word) >= 0) {
-        EXPECT_EQ(BayerToColor(&source, &destination, algorithm), 0U);
+    OrvFrame_Make(&result, OrvWord_Colour(format[0] == 'B', 3, made), frame.width, kHeight, 0, colour.data());
+    if (bayer) {
+        const Owned<OrvBayer> component(OrvBayer_CreateComponent(), OrvBayer_DeleteComponent);
+        OrvSetParam(*component->GetComponent(), "BayerAlgType", algorithm);
+        Bytes scratch(static_cast<size_t>(OrvFrame_ConvertBayerBytes(&source, &result, algorithm)));
+        EXPECT_EQ(OrvFrame_ConvertBayer(component.get(), &source, &result, scratch.data(), scratch.size()), 0U);
     } else {
-        const std::unique_ptr<OrvTrueSense, void (*)(OrvTrueSense*)> component(OrvTrueSense_CreateComponent(),
-                                                                               OrvTrueSense_DeleteComponent);
+        const Owned<OrvTrueSense> component(OrvTrueSense_CreateComponent(), OrvTrueSense_DeleteComponent);
         OrvSetParam(*component->GetComponent(), "TrueSenseAlgType", algorithm);
-        EXPECT_EQ(component->ConvertImage(&source, &destination), 0U);
+        EXPECT_EQ(component->ConvertImage(&source, &result), 0U);
+        auto* const words = static_cast<uint16_t*>(result.data);
+        EXPECT_EQ(wide ? OrvRows_To16(words, result.stride, words, result.stride, 3 * frame.width, kHeight, bits) : 0,
+                  0U);
     }
-    std::vector<uint16_t> samples(colour.begin(), colour.begin() + 3 * frame.width * kHeight);
-    if (bits > 8) {
-        std::memcpy(samples.data(), colour.data(), colour.size());
-    }
-    return samples;
-}
-
-// The picture of a format with rows as raw video has them.
-Bytes Expected(const Frame& frame, const std::string& format, int algorithm) {
-    const bool wide = format == "RGBA64_LE";
-    // TrueSense engines make 8 bits themselves.
-    const int bits = wide || OrvWord_Pattern(frame.word) >= 0 ? OrvWord_Bits(frame.word) : 8;
-    const int channels = format.size() == 3 ? 3 : 4;
-    const std::vector<uint16_t> samples = Samples(frame, format[0] == 'B', algorithm, bits);
-    const int stride = PaddedToFour(frame.width * channels * (wide ? 2 : 1));
-    Bytes picture(static_cast<size_t>(stride) * kHeight);
-    for (int i = 0; i < frame.width * kHeight * channels; ++i) {
-        const int pixel = i / channels, channel = i % channels;
-        const uint32_t v = channel == 3 ? (1U << bits) - 1 : samples[static_cast<size_t>(3 * pixel + channel)];
-        unsigned char* to = &picture[static_cast<size_t>(pixel / frame.width * stride)];
-        const int at = pixel % frame.width * channels + channel;
-        if (wide) {
-            const uint32_t full = (v << (16 - bits)) | (v >> (2 * bits - 16));
-            to[2 * at] = static_cast<unsigned char>(full);
-            to[2 * at + 1] = static_cast<unsigned char>(full >> 8);
-        } else {
-            to[at] = static_cast<unsigned char>(v >> (bits - 8));
-        }
+    const int sample = wide ? 2 : 1, pixel = (format.size() == 3 ? 3 : 4) * sample;
+    const int stride = PaddedToFour(frame.width * pixel);
+    Bytes picture(static_cast<size_t>(stride * kHeight));
+    for (int i = 0; i < frame.width * kHeight; ++i) {
+        unsigned char* to = &picture[static_cast<size_t>(i / frame.width * stride + i % frame.width * pixel)];
+        std::memset(to, 255, static_cast<size_t>(pixel));
+        std::memcpy(to, &colour[static_cast<size_t>(3 * sample * i)], static_cast<size_t>(3 * sample));
     }
     return picture;
 }
