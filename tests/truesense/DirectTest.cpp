@@ -1,56 +1,17 @@
-// Bad input with the library's own engines: the status, and not a byte written.
+// Plain functions: bad input and flags of the record.
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <memory>
 
 #include "OrvTrueSense.h"
-#include "support/Image.h"
+#include "support/Frames.h"
 
 namespace {
 
 using orvtest::Image;
 
-constexpr int kSide = 32;
-
-// The component works on afterwards.
-TEST(TrueSenseRefusals, OfComponents) {
-    const std::unique_ptr<OrvTrueSense> component(OrvTrueSense_CreateComponent());
-    Image source(OrvPixelTrueSense10, 10, kSide, kSide, kSide * 2);
-    Image result(OrvPixelRGB8, 8, kSide, kSide, kSide * 3);
-    struct Case {
-        int32_t _OrvImage::*field;
-        int32_t value;
-        uint32_t status;
-    };
-    const Case cases[] = {{&_OrvImage::bitDepth, 9, 0x80060007U},
-                          {&_OrvImage::bitDepth, 0, 0x80060007U},
-                          {&_OrvImage::width, -1, 0x80060009U},
-                          {&_OrvImage::height, -4, 0x80060009U},
-                          {&_OrvImage::width, 0, 0x80060009U}};
-    for (const Case& bad : cases) {
-        _OrvImage record = source.record;
-        record.*bad.field = bad.value;
-        EXPECT_EQ(component->ConvertImage(&record, &result.record), bad.status);
-    }
-    for (const bool sourceNull : {true, false}) {
-        _OrvImage from = source.record;
-        _OrvImage to = result.record;
-        (sourceNull ? from : to).data = nullptr;
-        EXPECT_EQ(component->ConvertImage(&from, &to), 0x80060008U);
-    }
-    for (const uint32_t word : {0U, 0x02180170U, 0x03100211U}) {
-        _OrvImage to = result.record;
-        to.pixelType = word;
-        EXPECT_EQ(component->ConvertImage(&source.record, &to), 0x80060007U);
-    }
-    EXPECT_TRUE(result.Untouched());
-    EXPECT_EQ(component->ConvertImage(&source.record, &result.record), 0U);
-    EXPECT_FALSE(result.Untouched());
-}
-
-// Functions of 8 bits clear a flag of the record before all else.
-TEST(TrueSenseRefusals, OfPlainFunctions) {
+// The status, and not a byte written. Functions of 8 bits clear a flag of the record before all else.
+TEST(TrueSenseDirect, Refusals) {
     Image source(OrvPixelTrueSense8, 8, 8, 8, 8);
     Image wide(OrvPixelTrueSense10, 10, 8, 8, 16);
     Image result(OrvPixelRGB8, 8, 8, 8, 24);
@@ -86,6 +47,23 @@ TEST(TrueSenseRefusals, OfPlainFunctions) {
     EXPECT_EQ(0U, convert(source.Data(), whole, 9, 0, 0));
     EXPECT_TRUE(result.OutsideUntouched(24));
     EXPECT_FALSE(result.Untouched());
+}
+
+// Engines 1 and 3 read the flags as they are, the others their low 32 bits.
+TEST(TrueSenseDirect, FlagsKeepLowBits) {
+    Image source = orvtest::FrameOf(OrvPixelTrueSense12, 12, 14, 11);
+    FillFrame(source, orvtest::Content::Noise, 3, 4095);
+    for (int algorithm = 0; algorithm < 5; ++algorithm) {
+        const auto convert = [&](long flag) {
+            tagTrueSenseParam param;
+            TrueSense_DefaultValues(&param);
+            param.horMirrored = param.verMirrored = param.normalizationEnable = flag;
+            Image result = orvtest::FrameOf(OrvPixelRGB16, 12, 14, 11);
+            EXPECT_EQ(0U, TrueSenseToColor(&source.record, &result.record, &param, algorithm, false));
+            return result.bytes;
+        };
+        EXPECT_EQ(convert(algorithm % 2), convert(1L << 32)) << algorithm;
+    }
 }
 
 }  // namespace
