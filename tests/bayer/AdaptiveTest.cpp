@@ -182,11 +182,16 @@ constexpr uint32_t kBadArgument = 0x80050007U;
 
 TEST(Adaptive, AnotherSizeNeedsReleaseOrAllocOrTheOtherSampleWidth) {
     Component component;
-    for (const int bitDepth : {8, 10, 8, 14}) {
-        const uint32_t word = kFirstWords[(bitDepth - 8) / 2] + 2;
-        Frame first(word, bitDepth, 34 + bitDepth, 20, 3);
-        Frame sameEvenSize(word, bitDepth, 33 + bitDepth, 19, 4);
-        Frame other(word, bitDepth, 36 + bitDepth, 20, 5);
+    Frame narrow(OrvPixelBayerRG8, 8, 31, 18, 1), wide(OrvPixelBayerBG14, 14, 44, 21, 2);
+    for (Frame* frame : {&narrow, &wide, &narrow, &wide}) {
+        frame->Check(component);
+    }
+    for (const int bitDepth : {8, 10}) {
+        OrvBayer_ReleaseData(component.Get());
+        const uint32_t word = bitDepth == 8 ? OrvPixelBayerGB8 : OrvPixelBayerGB10;
+        Frame first(word, bitDepth, 34, 20, 3);
+        Frame sameEvenSize(word, bitDepth, 33, 19, 4);
+        Frame other(word, bitDepth, 36, 20, 5);
         first.Check(component);
         first.destination.Refill();
         EXPECT_EQ(component.Convert(other.source, other.destination), kBadArgument);
@@ -224,8 +229,6 @@ TEST(Adaptive, RefusalsComeInOrderAndChangeNothing) {
     const auto expected = frame.Expected();
     DemosaicingIPP_8 engine;
     EXPECT_EQ(engine.Calculate(), 8);
-    Frame larger(OrvPixelBayerGB8, 8, 26, 14, 9);  // nothing of it stays
-    EXPECT_EQ(engine.Init(&larger.destination.record, &larger.source.record), 0);
     for (int round = 0; round < 2; ++round) {
         _OrvImage source = frame.source.record;
         _OrvImage destination = frame.destination.record;
@@ -251,6 +254,18 @@ TEST(Adaptive, RefusalsComeInOrderAndChangeNothing) {
         frame.destination.Refill();
         EXPECT_EQ(engine.CleanMemory(), 0);
     }
+}
+
+TEST(Adaptive, PlanesOfANewSizeStartAtZero) {
+    DemosaicingIPP_16 engine;
+    Frame first(OrvPixelBayerGR12, 12, 26, 16, 4), second(OrvPixelBayerGR12, 12, 24, 16, 5);
+    second.source.record.imageSize = 0;
+    const auto expected = second.Expected();
+    for (Frame* frame : {&first, &second}) {
+        ASSERT_EQ(engine.Init(&frame->destination.record, &frame->source.record), 0);
+    }
+    ASSERT_EQ(engine.Calculate(), 0);
+    EXPECT_EQ(second.destination.bytes, expected);
 }
 
 }  // namespace

@@ -77,27 +77,21 @@ TEST_F(ParamStorage, WritesLandInTheBoundVariables) {
 }
 
 TEST_F(ParamStorage, TextsMustBeWholeNumbersOfTheType) {
+    const auto set = [&](char* name, std::string text) { return storage.SetParamAsString(name, text.data(), true); };
     for (const char* good : {"5", "+5"}) {
-        char text[32];
-        std::strcpy(text, good);
         count = 0;
-        EXPECT_EQ(storage.SetParamAsString(countName, text, true), 0u) << good;
+        EXPECT_EQ(set(countName, good), 0u) << good;
         EXPECT_EQ(count, 5);
     }
     for (const char* bad : {"", "+", "5 ", " 5", "5x", "0x5", "7", "-1", "2.0", "99999999999999999999"}) {
-        char text[32];
-        std::strcpy(text, bad);
-        EXPECT_EQ(storage.SetParamAsString(countName, text, true), kOutOfRange) << bad;
+        EXPECT_EQ(set(countName, bad), kOutOfRange) << bad;
         EXPECT_EQ(count, 5);
     }
     for (const char* bad : {"", "1,5", "nan", "inf", "1e999", "1.5f"}) {
-        char text[32];
-        std::strcpy(text, bad);
-        EXPECT_EQ(storage.SetParamAsString(gainName, text, true), kOutOfRange) << bad;
+        EXPECT_EQ(set(gainName, bad), kOutOfRange) << bad;
         EXPECT_EQ(gain, 1.5);
     }
-    char text[32] = "-1.25e-2";
-    EXPECT_EQ(storage.SetParamAsString(gainName, text, true), 0u);
+    EXPECT_EQ(set(gainName, "-1.25e-2"), 0u);
     EXPECT_EQ(gain, -0.0125);
 }
 

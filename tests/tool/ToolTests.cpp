@@ -67,32 +67,27 @@ protected:
     fs::path folder_;
 };
 
-// A flat colour behind R G / G B; samples of 12 bits packed lowest bits first, or in whole bytes.
-enum class Layout { kBytes, kLittle, kBig, kPacked };
-std::string FlatBayer(int width, int height, cv::Vec3i rgb, Layout layout, const std::string& padding = "") {
+// A flat colour behind R G / G B: samples of so many bits as a string of bits, lowest first.
+std::string FlatBayer(int width, int height, cv::Vec3i rgb, int bits, const std::string& padding = "") {
     std::string bytes;
+    int pending = 0, count = 0;
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
-            const int code = x % 2 != y % 2 ? rgb[1] : rgb[y % 2 == 0 ? 0 : 2];
-            const char low = static_cast<char>(code & 0xFF);
-            const char high = static_cast<char>(code >> 8);
-            switch (layout) {
-            case Layout::kBytes: bytes += low; break;
-            case Layout::kLittle: bytes += {low, high}; break;
-            case Layout::kBig: bytes += {high, low}; break;
-            case Layout::kPacked:
-                if ((y * width + x) % 2 == 0) {
-                    bytes += {low, high};
-                } else {
-                    bytes.back() = static_cast<char>((bytes.back() & 15) | (code & 15) << 4);
-                    bytes += static_cast<char>(code >> 4);
-                }
-                break;
+            pending |= (x % 2 != y % 2 ? rgb[1] : rgb[y % 2 == 0 ? 0 : 2]) << count;
+            for (count += bits; count >= 8; count -= 8) {
+                bytes += static_cast<char>(pending & 0xFF);
+                pending >>= 8;
             }
         }
         bytes += padding;
     }
     return bytes;
+}
+std::string BigEndian(std::string words) {
+    for (size_t i = 0; i < words.size(); i += 2) {
+        std::swap(words[i], words[i + 1]);
+    }
+    return words;
 }
 
 // True when every pixel of the picture is `rgb`.
@@ -142,11 +137,11 @@ TEST_F(Tool, AFrameIsTheSameHoweverItComesAndGoes) {
     const cv::Vec3i rgb(0xA12, 0x304, 0x0F0);
     const int width = 9, height = 6;
     const std::string common = "-w BayerRG12 --raw-values ", size = "--size 9x6 ";
-    const std::string little = Write("le.raw", "12345" + FlatBayer(width, height, rgb, Layout::kLittle, "678"));
-    const std::string big = Write("be.x", FlatBayer(width, height, rgb, Layout::kBig));
+    const std::string little = Write("le.raw", "12345" + FlatBayer(width, height, rgb, 16, "678"));
+    const std::string big = Write("be.x", BigEndian(FlatBayer(width, height, rgb, 16)));
     const std::string pgm =
-        Write("be.pgm", "P5\n# a comment\n9 6 4095\n" + FlatBayer(width, height, rgb, Layout::kBig));
-    const std::string packed = Write("p.bin", FlatBayer(width, height, rgb, Layout::kPacked));
+        Write("be.pgm", "P5\n# a comment\n9 6 4095\n" + BigEndian(FlatBayer(width, height, rgb, 16)));
+    const std::string packed = Write("p.bin", FlatBayer(width, height, rgb, 12));
     const std::string runs[] = {size + "--stride 21 --offset 5 -a 2 -o 1.png " + little,
                                 size + "--big-endian -o 2.tif --raw " + big,
                                 "-o 3.ppm " + pgm,
@@ -172,7 +167,7 @@ TEST_F(Tool, AFrameIsTheSameHoweverItComesAndGoes) {
 }
 
 TEST_F(Tool, NothingInAFileIsDroppedInSilence) {
-    const auto frame = [](int level) { return FlatBayer(8, 6, {level, level, level}, Layout::kBytes); };
+    const auto frame = [](int level) { return FlatBayer(8, 6, {level, level, level}, 8); };
     const std::string file = Write("f.raw", frame(10) + frame(20) + frame(30) + "end");
     const std::string common = "-w BayerRG8 --size 8x6 ";
     Result result = RunTool(common + file);
@@ -192,7 +187,7 @@ TEST_F(Tool, NothingInAFileIsDroppedInSilence) {
 }
 
 TEST_F(Tool, AViewIsGreyWhereTheLightIs) {
-    const std::string pgm = Write("a.pgm", "P5 16 16 255\n" + FlatBayer(16, 16, {112, 62, 37}, Layout::kBytes));
+    const std::string pgm = Write("a.pgm", "P5 16 16 255\n" + FlatBayer(16, 16, {112, 62, 37}, 8));
     // 100/243 of full scale in every channel is 172 on the sRGB curve.
     for (const char* balance : {"grey", "4,4,8x8", "1,2,4"}) {
         const Result result = RunTool("-w BayerRG8 --view --black 12 --bits 8 --wb " + std::string(balance) + " -o " +
@@ -239,7 +234,7 @@ TEST_F(Tool, NoiseOfASensorIsFoundWithinFivePerCent) {
 }
 
 TEST_F(Tool, OneBadInputDoesNotStopTheOthers) {
-    const std::string frame = "P5 8 8 255\n" + FlatBayer(8, 8, {9, 8, 7}, Layout::kBytes);
+    const std::string frame = "P5 8 8 255\n" + FlatBayer(8, 8, {9, 8, 7}, 8);
     Write("a08.pgm", frame), Write("a09.pgm", "P5 8 8 255\n?"), Write("a10.pgm", frame);
     fs::create_directory(folder_ / "out");
     const std::string common = "-w BayerRG8 -o " + Path("out") + " '" + Path("a{08..10}.pgm") + "' ";
