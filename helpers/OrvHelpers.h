@@ -29,8 +29,9 @@ extern "C" {
 
 // ---- Version --------------------------------------------------------------------------------------------------------
 
-/// ORV_VERSION and ORV_VERSION_TEXT of the library in use, where the macros are those of the header.
+/// ORV_VERSION of the library in use, where the macro is the header's.
 ORV_API int OrvHelpers_Version(void);
+/// ORV_VERSION_TEXT of the library in use.
 ORV_API const char* OrvHelpers_VersionText(void);
 /// OrvStatusText as a function, for languages that read no headers.
 ORV_API const char* OrvHelpers_StatusText(uint32_t status);
