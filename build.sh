@@ -12,6 +12,7 @@
 #     ./build.sh count      instructions per pixel of every engine, against the recorded ones
 #     ./build.sh python     installs what is missing, builds, passes the tests of the Python package
 #     ./build.sh gstreamer  the same for the GStreamer element
+#     ./build.sh packages   Debian packages in build/debian, judged by lintian, used in a scratch root
 #     ./build.sh interface  symbols, records and virtual operations, against the recorded ones
 #     ./build.sh clang      builds with clang, compares check numbers at every instruction-set level, passes the tests
 #     ./build.sh arm        the same for AArch64: cross-compiled, run under QEMU
@@ -194,6 +195,17 @@ interface)
         echo "The interface has changed. docs/versioning.md tells which version may; \`./build.sh interface record\`." >&2
         exit 1
     fi
+    ;;
+packages)
+    need $library $tool $camera $gstreamer $python pkg-config help2man lintian dpkg-dev file gstreamer1.0-tools
+    # Of one commit always the same bytes.
+    SOURCE_DATE_EPOCH=$(git log -1 --format=%ct 2>/dev/null || date +%s)
+    export SOURCE_DATE_EPOCH
+    build packages
+    rm -rf build/debian
+    logged packages cpack --config build/packages/CPackConfig.cmake -B build/debian
+    bash tests/install/packages.sh build/debian g++ Ninja
+    ls -s1h build/debian/*.deb
     ;;
 *)
     sed -n '2,/^set /s/^# \{0,1\}//p' "$0"
