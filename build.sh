@@ -7,6 +7,7 @@
 #     ./build.sh fuzz [N]   N (60) seconds of careless calls by libFuzzer under the sanitizers
 #     ./build.sh soak [cameras|shift]  eight cameras at once, and a long shift, in minutes
 #     ./build.sh race       cameras at once under the thread sanitizer
+#     ./build.sh faults     every allocation of a conversion fails once, in every engine; threads that do not start
 #     ./build.sh lint       clang-format and clang-tidy
 #     ./build.sh bench      the table of speeds relative to OpenCV's bilinear conversion
 #     ./build.sh count      instructions per pixel of every engine, against the recorded ones
@@ -125,6 +126,11 @@ race)
     # What the OpenMP runtime, which is no part of this build, orders comes from its Archer library.
     OMP_TOOL_LIBRARIES=/usr/lib/llvm-14/lib/libarcher.so TSAN_OPTIONS=ignore_noninstrumented_modules=1 \
         OMP_WAIT_POLICY=passive build/race/tests/soak/orv_soak race "${@:2}"
+    ;;
+faults)
+    need $library $tests
+    build ci --target orv_fault_tests
+    OMP_WAIT_POLICY=passive build/ci/tests/orv_fault_tests --gtest_brief=1
     ;;
 lint)
     need $library $tool $tests $camera $gstreamer clang-format clang-tidy

@@ -158,8 +158,9 @@ typedef struct tagTrueSenseParam {
 /// `TrueSenseAlgType`. Parameters take effect with the next frame.
 ///
 /// One thread at a time per component; any components may run at once. A conversion opens OpenMP teams, all of
-/// `threads_num` threads; results do not depend on it. From deeper sources to 8-bit words algorithm 0 leaves a
-/// `threads_num` above 0 behind as the calling thread's default team size; else that size stays as it is.
+/// `threads_num` threads, or of as many as the system starts; results do not depend on it. From deeper sources to 8-bit
+/// words algorithm 0 leaves a `threads_num` above 0 behind as the calling thread's default team size; else that size
+/// stays as it is.
 #if defined(__cplusplus)
 class OrvTrueSense {
 public:

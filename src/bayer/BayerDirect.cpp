@@ -1,11 +1,12 @@
 #include "bayer/BayerDirect.h"
 
 #include <algorithm>
-#include <opencv2/core.hpp>
+#include <limits>
 
 #include "bayer/Interpolation.h"
 #include "bayer/OrvBayerImp.h"
 #include "component/PixelTypes.h"
+#include "rows/AlignedBuffer.h"
 #include "rows/Simd.h"
 
 namespace {
@@ -97,28 +98,26 @@ ORV_ROW_FUNCTION(NarrowRow, (const uint16_t* from, int shift, ptrdiff_t n, uint8
 uint32_t ConvertNarrowing(unsigned short const* source, _OrvRect rect, _OrvSize size, int sourceStride, int bitDepth,
                           unsigned char* destination, int destinationStride, unsigned char pattern, int algorithm,
                           Order order, int channels) {
-    cv::Mat scratch;
-    try {
-        // As many rows as are written, also for frames higher than wide.
-        const int rows = rect.width < 0 ? rect.width : std::max(rect.width, rect.height);
-        scratch.create(rows, rect.height, CV_16UC(channels));
-        scratch.setTo(cv::Scalar::all(0));
-    } catch (const cv::Exception&) {
+    // As many rows as are written, also for frames higher than wide.
+    const int rows = std::max(rect.width, rect.height);
+    const int64_t stride = int64_t{rect.height} * channels * int64_t{sizeof(uint16_t)};
+    orv::AlignedBuffer scratch;
+    if (rect.width < 0 || rect.height < 0 || stride > std::numeric_limits<int>::max() ||
+        !scratch.Reserve(static_cast<size_t>(rows * stride))) {
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeNoMemory);
     }
+    auto* const rows16 = static_cast<unsigned short*>(scratch.Data());
     // A region without rows is no missing destination; a missing one is refused as by the members that write to it.
-    unsigned short none = 0;
-    auto* rows16 = scratch.empty() ? &none : reinterpret_cast<unsigned short*>(scratch.data);
-    const bool missing = destination == nullptr && destinationStride > 0 && !scratch.empty();
+    const bool missing = destination == nullptr && destinationStride > 0 && rect.height > 0;
     const uint32_t status = Convert(source, rect, size, sourceStride, bitDepth, missing ? nullptr : rows16,
-                                    static_cast<int>(scratch.step[0]), pattern, algorithm, order);
+                                    static_cast<int>(stride), pattern, algorithm, order);
     if (status != 0) {
         return status;
     }
     if (destinationStride > 0 && !missing) {
         const ptrdiff_t samples = static_cast<ptrdiff_t>(rect.width) * channels;
         for (int y = 0; y < rect.height; ++y) {
-            NarrowRow(scratch.ptr<uint16_t>(y), bitDepth - 8, samples,
+            NarrowRow(rows16 + y * static_cast<ptrdiff_t>(rect.height) * channels, bitDepth - 8, samples,
                       destination + static_cast<ptrdiff_t>(y) * destinationStride);
         }
     }
@@ -147,22 +146,16 @@ uint32_t BayerToColor(_OrvImage const* source, _OrvImage* destination, int algor
     if (code == -1) {
         return orv::StatusOf(orv::kFamilyBayer, orv::kCodeBadArgument);
     }
-    try {
-        if (algorithm == 1) {
-            if (orv::HasByteSamples(source->pixelType)) {
-                DemosaicingIPP_8 engine;
-                return ConvertWithEngine(engine, *source, *destination);
-            }
-            DemosaicingIPP_16 engine;
+    if (algorithm == 1) {
+        if (orv::HasByteSamples(source->pixelType)) {
+            DemosaicingIPP_8 engine;
             return ConvertWithEngine(engine, *source, *destination);
         }
-        if (algorithm == 0 || algorithm == 2) {
-            return orv::StatusOf(orv::kFamilyBayer, orv::InterpolateFrame(*source, *destination, code));
-        }
-    } catch (const cv::Exception&) {
-        return orv::StatusOf(orv::kFamilyBayer, orv::kCodeOpenCv);
+        DemosaicingIPP_16 engine;
+        return ConvertWithEngine(engine, *source, *destination);
     }
-    return 0;
+    const bool interpolates = algorithm == 0 || algorithm == 2;
+    return interpolates ? orv::StatusOf(orv::kFamilyBayer, orv::InterpolateFrame(*source, *destination, code)) : 0;
 }
 
 #define ORV_BAYER_PARAMETERS(From, To)                                                                  \

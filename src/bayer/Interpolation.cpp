@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <opencv2/core/utility.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -49,8 +50,12 @@ void SpreadRows(int height, int64_t rowBytes, const Rows& rows) {
         rows(0, height);
         return;
     }
-    cv::parallel_for_(
-        cv::Range(0, height), [&rows](const cv::Range& part) { rows(part.start, part.end); }, parts);
+    try {
+        cv::parallel_for_(
+            cv::Range(0, height), [&rows](const cv::Range& part) { rows(part.start, part.end); }, parts);
+    } catch (const std::exception&) {  // it found no memory or no thread, half-way perhaps
+        rows(0, height);
+    }
 }
 
 template <Interpolation Kind, class T>

@@ -12,7 +12,7 @@ namespace orv {
 //
 // Returns 0, or 1 before anything is written for records that cv::cvtColor refuses: a negative size, a source without
 // pixels, no data for pixels, a positive stride below the bytes of a row, and an odd one of 16-bit samples. A stride of
-// 0 stands for packed rows. Throws what cv::parallel_for_ throws.
+// 0 stands for packed rows.
 int InterpolateFrame(const _OrvImage& source, const _OrvImage& destination, int code);
 
 }  // namespace orv

@@ -118,14 +118,10 @@ uint32_t OrvBayerImp::ConvertImage(_OrvImage const* source, _OrvImage* destinati
     } else {
         engine8_.reset();
     }
-    try {
-        if (algorithm == 1) {
-            return ConvertWithEngine(Engine(byteSamples), *source, *destination);
-        }
-        return orv::StatusOf(orv::kFamilyBayer, orv::InterpolateFrame(*source, *destination, code));
-    } catch (const cv::Exception&) {
-        return orv::StatusOf(orv::kFamilyBayer, orv::kCodeOpenCv);
+    if (algorithm == 1) {
+        return ConvertWithEngine(Engine(byteSamples), *source, *destination);
     }
+    return orv::StatusOf(orv::kFamilyBayer, orv::InterpolateFrame(*source, *destination, code));
 }
 
 uint32_t OrvBayerImp::AllocData(_OrvImage const* source, _OrvImage* destination) {

@@ -15,7 +15,7 @@ extern const std::array<uint8_t, 256> g_isBGR;
 // -1 for a word that is no Bayer word. Depth does not matter.
 int PixelTypeToBayerType(unsigned pixelType, int algorithm, bool isBGR);
 
-// Algorithm 1: one frame through `engine`. Throws cv::Exception.
+// Algorithm 1: one frame through `engine`.
 uint32_t ConvertWithEngine(DemosaicingIPP& engine, const _OrvImage& source, _OrvImage& destination);
 
 class OrvBayerImp : public OrvBayer, private OrvComponentImp {

@@ -8,20 +8,39 @@
 
 namespace orv {
 
-void BayerLikePlanes::Create(int16_t* mosaic, int W, int H, int workers) {
+bool BayerLikePlanes::Create(int16_t* mosaic, int W, int H, int workers) {
+    const struct {
+        cv::Mat* plane;
+        int rows, columns, type;
+    } planes[] = {{&mosaic_, H, W, CV_16SC1},
+                  {&low_, H / 2, W / 2, CV_16SC1},
+                  {&lowDiff_, H / 2, W / 2, CV_16SC3},
+                  {&fullDiff_, H, W, CV_16SC3},
+                  {&rows_, 3 * workers, W, CV_32SC1}};
+    const auto cut = [&planes](uchar* memory) {
+        size_t bytes = 0;
+        for (const auto& each : planes) {
+            if (memory != nullptr) {
+                *each.plane = cv::Mat(each.rows, each.columns, each.type, memory + bytes);
+            }
+            bytes += static_cast<size_t>(each.rows) * static_cast<size_t>(each.columns) * CV_ELEM_SIZE(each.type);
+            bytes = (bytes + 63) / 64 * 64;
+        }
+        return bytes;
+    };
+    if (!memory_.Reserve(cut(nullptr))) {
+        return false;
+    }
+    cut(static_cast<uchar*>(memory_.Data()));
     pan_ = cv::Mat(H, W, CV_16SC1, mosaic);
-    mosaic_.create(H, W, CV_16SC1);
-    low_.create(H / 2, W / 2, CV_16SC1);
-    lowDiff_.create(H / 2, W / 2, CV_16SC3);
-    fullDiff_.create(H, W, CV_16SC3);
-    rows_.create(3 * workers, W, CV_32SC1);
+    return true;
 }
 
 int BayerLikePlanes::Reconstruct(int16_t* mosaic, int W, int H, int workers, const ColourRowSink& sink) {
-    int failure = kCodeNoMemory;
+    if (!Create(mosaic, W, H, workers)) {
+        return kCodeNoMemory;
+    }
     try {
-        Create(mosaic, W, H, workers);
-        failure = kCodeOpenCv;
         ForEachBand(H, workers, [this](int y0, int y1) {
             for (int y = y0; y < y1; ++y) {
                 CompleteRow(y);
@@ -35,7 +54,7 @@ int BayerLikePlanes::Reconstruct(int16_t* mosaic, int W, int H, int workers, con
         // survive a fork.
         cv::parallel_for_(cv::Range(0, 1), [this](const cv::Range&) { Widen(); });
     } catch (const cv::Exception&) {
-        return failure;
+        return kCodeOpenCv;
     }
     ForEachBandWithWorker(H, workers, [&](int worker, int y0, int y1) {
         for (int y = y0; y < y1; ++y) {

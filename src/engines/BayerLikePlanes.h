@@ -24,7 +24,7 @@ public:
     int Reconstruct(int16_t* mosaic, int W, int H, int workers, const ColourRowSink& sink);
 
 private:
-    void Create(int16_t* mosaic, int W, int H, int workers);
+    bool Create(int16_t* mosaic, int W, int H, int workers);
     int16_t PanAt(int y, int x) const;
     void CompleteRow(int y);
     void FillBlocks(int y);
@@ -32,12 +32,13 @@ private:
     void Widen();
     void Finish(const ColourRowSink& sink, int worker, int y);
 
-    cv::Mat pan_;       // the mosaic's memory
-    cv::Mat mosaic_;    // differences colour - pan
-    cv::Mat low_;       // their half-size mosaic
-    cv::Mat lowDiff_;   // demosaiced: red, green, blue
-    cv::Mat fullDiff_;  // in full size
-    cv::Mat rows_;      // three 32-bit rows per worker
+    AlignedBuffer memory_;  // of all planes below but pan
+    cv::Mat pan_;           // the mosaic's memory
+    cv::Mat mosaic_;        // differences colour - pan
+    cv::Mat low_;           // their half-size mosaic
+    cv::Mat lowDiff_;       // demosaiced: red, green, blue
+    cv::Mat fullDiff_;      // in full size
+    cv::Mat rows_;          // three 32-bit rows per worker
 };
 
 }  // namespace orv

@@ -1,6 +1,7 @@
 #include "rows/Bands.h"
 
 #include <omp.h>
+#include <pthread.h>
 
 #include <algorithm>
 #include <atomic>
@@ -16,6 +17,20 @@ std::atomic<int> g_bandRows{0};
 std::atomic<int> g_bandOrder{0};
 
 int RoundUp4(int rows) { return (rows + 3) & ~3; }
+
+// Starts `*left` threads, each from the one before, so that all are there at once. Leaves how many did not start.
+void* StartThreads(void* left) {
+    int& count = *static_cast<int*>(left);
+    pthread_t next = {};
+    const auto start = [](void* others) {
+        --*static_cast<int*>(others);
+        return StartThreads(others);
+    };
+    if (count > 0 && pthread_create(&next, nullptr, start, left) == 0) {
+        pthread_join(next, nullptr);
+    }
+    return nullptr;
+}
 }  // namespace
 
 int BandRows(int rows, int threads) {
@@ -55,6 +70,17 @@ int MaxWorkers(int rows, int threads) {
 }
 
 void SetThreads(int threads) { omp_set_num_threads(threads); }
+
+int ThreadsThatStart(int threads) {
+    // The runtime keeps the threads of the calling thread's last team.
+    thread_local int t_team = 1;
+    if (threads <= 1) {
+        return threads;
+    }
+    int missing = threads > t_team ? threads - 1 : 0;
+    StartThreads(&missing);
+    return t_team = threads - missing;
+}
 
 int WorkerIndex() { return omp_get_thread_num(); }
 

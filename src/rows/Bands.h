@@ -22,13 +22,17 @@ int BandAt(int turn, int bands);
 // Sets the process's default team size, above 0, and leaves it.
 void SetThreads(int threads);
 
+// How many threads of a team of `threads` do start. The OpenMP runtime ends the process where one does not: so they are
+// tried before a team grows, each time that it does.
+int ThreadsThatStart(int threads);
+
 // The number of the calling thread in its team, from 0.
 int WorkerIndex();
 
 // Calls fn(worker, y0, y1) for bands that cover rows [0, rows) once, each starting at a multiple of 4. Bands run on an
-// OpenMP team of `workers` threads, of fewer where there are fewer bands, in any order, so fn must write only rows of
-// its own band and read nothing that another band writes; the return is the barrier. `worker` tells the threads of the
-// team apart, from 0, so that each can have scratch memory of its own. fn must not throw.
+// OpenMP team of `workers` threads, of fewer where there are fewer bands or no more start, in any order, so fn must
+// write only rows of its own band and read nothing that another band writes; the return is the barrier. `worker` tells
+// the threads of the team apart, from 0, so that each can have scratch memory of its own. fn must not throw.
 template <class Fn>
 void ForEachBandWithWorker(int rows, int workers, const Fn& fn) {
     if (rows <= 0) {
@@ -37,7 +41,7 @@ void ForEachBandWithWorker(int rows, int workers, const Fn& fn) {
     const int threads = MaxWorkers(rows, workers);
     const int step = BandRows(rows, threads);
     const int bands = (rows - 1) / step + 1;
-    const int team = bands < threads ? bands : threads;
+    const int team = ThreadsThatStart(bands < threads ? bands : threads);
     if (team <= 1) {
         for (int turn = 0; turn < bands; ++turn) {
             const int y = BandAt(turn, bands) * step;
