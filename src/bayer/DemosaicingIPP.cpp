@@ -191,19 +191,22 @@ int DemosaicingIPPOf<T>::Calculate() {
     Start(green_, q, true, 1, 2);
     // Rows of one parity have gradients of their own; the other parity's rows count as zero.
     Start(diagonal_, q, false, kDiagonalRadius, kDiagonalScales);
-    oddDiagonalSums_.Start(q, orv::kMaxRadius, false);
+    oddDiagonalSums_.Start(q, orv::kMaxRadius, false, true);
     Start(evenCross_, 1 - q, true, 1, 2);
     Start(oddCross_, 1 - q, true, 1, 2);
     // Every pass follows the one before as closely as the rows that it reads allow: see the header.
-    for (int r = 0; r < height_ + kCrossLag; ++r) {
-        if (r < height_) {
-            SplitRow(r);
+    const auto each = [](int first, const auto& row) {
+        for (int r = first; r < first + kRowsInTurn; ++r) {
+            row(r);
         }
-        CalculateGreen(r - kGreenLag);
-        CalculateRedAndBlueComponentInitial(r - kDiagonalLag);
-        CalculateRedOrBlueComponent(evenCross_, evenRowPlane_, true, r - kCrossLag);
-        CalculateRedOrBlueComponent(oddCross_, oddRowPlane_, false, r - kCrossLag);
-        StoreRow(r - kCrossLag);
+    };
+    for (int top = 0; top < height_ + kCrossLag; top += kRowsInTurn) {
+        each(top, [&](int r) { SplitRow(r); });
+        each(top - kGreenLag, [&](int r) { CalculateGreen(r); });
+        each(top - kDiagonalLag, [&](int r) { CalculateRedAndBlueComponentInitial(r); });
+        each(top - kCrossLag, [&](int r) { CalculateRedOrBlueComponent(evenCross_, evenRowPlane_, true, r); });
+        each(top - kCrossLag, [&](int r) { CalculateRedOrBlueComponent(oddCross_, oddRowPlane_, false, r); });
+        each(top - kCrossLag, [&](int r) { StoreRow(r); });
     }
     return orv::kCodeOk;
 }
@@ -215,12 +218,15 @@ void DemosaicingIPPOf<T>::Start(Pass& pass, int q, bool bothParities, int radius
     pass.scales = scales;
     pass.fed = 0;
     pass.lined = 0;
-    pass.sums.Start(q, radius << (scales - 1), bothParities);
+    pass.sums.Start(q, radius << (scales - 1), bothParities, false);
 }
 
 // One row of the mosaic: green pixels to the green plane, the others to the plane of the row's colour.
 template <class T>
 void DemosaicingIPPOf<T>::SplitRow(int r) {
+    if (r >= height_) {
+        return;
+    }
     uint16_t* greenRow = greenPlane_.Row(greenPhase_, r);
     uint16_t* colourRow = OwnColour(r).Row(1 - greenPhase_, r);
     const bool greenEven = Parity(r, greenPhase_) == 0;
@@ -236,7 +242,8 @@ void DemosaicingIPPOf<T>::BlendBorder(const Pass& pass, const Sums& sums, int r,
         float most = 0.0F;
         int lastHalfWidth = -1;
         for (int scale = 0; scale < pass.scales; ++scale) {
-            const int h = HalfWidth(r, c, pass.radius << scale, width_, height_);
+            const int h = windows != nullptr ? std::min(rowHalfWidths[scale], std::min(c - 1, width_ - 2 - c))
+                                             : HalfWidth(r, c, pass.radius << scale, width_, height_);
             if (h == lastHalfWidth) {  // the same window again: a tie
                 continue;
             }
@@ -289,8 +296,10 @@ void DemosaicingIPPOf<T>::BlendRow(Pass& pass, Sums& sums, int r, const Feed& fe
     if (height_ >= 2 * orv::kMaxRadius + 2 && left < right) {
         const auto windows = sums.WindowsOf(r, halfWidths, pass.scales, scratch_, carried_.Row(pass.q, r));
         orv::BlendRow<S>(windows, target, orv::RoundUpToLanes(n));
-        BlendBorder<S>(pass, sums, r, &windows, halfWidths, target, first, left);
-        BlendBorder<S>(pass, sums, r, &windows, halfWidths, target, right, end);
+        if (!Sums::kWindowsShrink) {
+            BlendBorder<S>(pass, sums, r, &windows, halfWidths, target, first, left);
+            BlendBorder<S>(pass, sums, r, &windows, halfWidths, target, right, end);
+        }
     } else {
         BlendBorder<S>(pass, sums, r, nullptr, nullptr, target, first, end);
     }
@@ -456,7 +465,7 @@ void DemosaicingIPPOf<T>::FillDiagonalBorder(int r) {
 // of the next frame does not reach (CopyFrame) start from it.
 template <class T>
 void DemosaicingIPPOf<T>::StoreRow(int r) {
-    if (r < 0) {
+    if (r < 0 || r >= height_) {
         return;
     }
     const int even = Parity(r, 0);

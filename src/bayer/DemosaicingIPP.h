@@ -68,8 +68,6 @@ protected:
     virtual bool ExchangesOrder(uint32_t destinationWord) const = 0;
 
 private:
-    // Samples of either width, as many rows as are at work.
-    using Plane = orv::SplitRing<uint16_t>;
     using Sums = orv::WindowSums<T>;
     using Difference = typename Sums::Difference;
     template <orv::Step S>
@@ -85,7 +83,13 @@ private:
     static constexpr int kGreenLag = 3;
     static constexpr int kDiagonalLag = kGreenLag + 4;
     static constexpr int kCrossLag = kDiagonalLag + 3;
-    static_assert(kCrossLag + 2 <= orv::kRing, "the last passes read one row up");
+    // A pass makes as many rows before the next one has its turn. What a pass keeps, about a quarter of what all keep,
+    // stays in the cache meanwhile.
+    static constexpr int kRowsInTurn = 8;
+    // Rows at work: the last passes read one row up.
+    static constexpr int kPlaneRows = kCrossLag + 1 + kRowsInTurn;
+    // Samples of either width.
+    using Plane = orv::SplitRing<uint16_t, kPlaneRows>;
 
     // One pass over the sites of half `q`.
     static constexpr int kLines = 4;

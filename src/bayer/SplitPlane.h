@@ -68,16 +68,13 @@ private:
     RowArray<T> half_[2];
 };
 
-// Rows that are in use at a time, a power of two.
-constexpr int kRing = 16;
-
-// The last rows of a SplitPlane: row r takes the place of row r - kRing.
-template <class T>
+// The last rows of a SplitPlane: row r takes the place of row r - rows.
+template <class T, int rows>
 class SplitRing {
 public:
-    bool Create(int columns) { return rows_.Create(kRing, columns); }
-    T* Row(int q, int r) { return rows_.Row(q, r & (kRing - 1)); }
-    const T* Row(int q, int r) const { return rows_.Row(q, r & (kRing - 1)); }
+    bool Create(int columns) { return rows_.Create(rows, columns); }
+    T* Row(int q, int r) { return rows_.Row(q, r % rows); }
+    const T* Row(int q, int r) const { return rows_.Row(q, r % rows); }
     T& At(int r, int c) { return Row((r + c) & 1, r)[c >> 1]; }
 
 private:

@@ -242,7 +242,7 @@ bool WindowSums<uint8_t>::Create(int width, int height) {
     return first_.Create(kMaxSlots, width / 2) && second_.Create(kMaxSlots, width / 2) && zero_.Create(1, width / 2);
 }
 
-void WindowSums<uint8_t>::Start(int q, int reach, bool bothParities) {
+void WindowSums<uint8_t>::Start(int q, int reach, bool bothParities, bool) {
     q_ = q;
     bothParities_ = bothParities;
     next_ = 0;
@@ -267,21 +267,52 @@ BoxWindows WindowSums<uint8_t>::WindowsOf(int r, const int* h, int, Scratch& scr
     const int top = (r - kCentre + kRing) % kRing;
     box(firstRows_ + top, p, column, n, scratch[0], scratch[1]);
     box(secondRows_ + top, p, column, n, scratch[2], scratch[3]);
+    Gradient* const a[] = {scratch[0], scratch[1]};
+    Gradient* const b[] = {scratch[2], scratch[3]};
+    Shrink(r, h, a, b);
     return {{scratch[0], scratch[1]}, {scratch[2], scratch[3]}, {WindowArea(h[0]), WindowArea(h[1])}};
 }
 
+// Sites at the left and the right end of row r, whose windows shrink to half-width `room` to stay off the border. Where
+// the smaller window fits, it counts: what is left of the larger one is the same window or, of half-width 3, has the
+// same sum over more sites. Where it does not fit, both windows are left with the site alone: `room` is 0, or it is 1
+// and the neighbours are zero.
+void WindowSums<uint8_t>::Shrink(int r, const int* h, Gradient* const* a, Gradient* const* b) const {
+    const int p = (r + q_) & 1;
+    const Gradient* first = firstRows_[r % kRing];
+    const Gradient* second = secondRows_[r % kRing];
+    const auto shrink = [&](int k, int room) {
+        a[1][k] = room < h[0] ? first[k] : a[0][k];
+        b[1][k] = room < h[0] ? second[k] : b[0][k];
+        a[0][k] = a[1][k];
+        b[0][k] = b[1][k];
+    };
+    for (int c = 2 - p; c - 1 < h[1]; c += 2) {
+        shrink(c >> 1, c - 1);
+    }
+    for (int c = width_ - 2 - p; width_ - 2 - c < h[1]; c -= 2) {
+        shrink(c >> 1, width_ - 2 - c);
+    }
+}
+
 void WindowSums<uint8_t>::Site(int r, int c, int h, float* a, float* b) const {
-    const int bottom = std::min(r + h, height_ - 1);
-    const int right = std::min(c + h, width_ - 1);
+    // Where only one parity of rows counts, so does only one parity of columns, and windows end with the last that
+    // does.
+    const int step = bothParities_ ? 1 : 2;
+    const int reach = bothParities_ ? h : h & ~1;
+    const int bottom = std::min(r + reach, height_ - 1);
+    const int right = std::min(c + reach, width_ - 1);
     int first = 0;
     int second = 0;
-    for (int y = r - h; y <= bottom; ++y) {
-        // Sites of this row within [c - h, right].
+    for (int y = r - reach; y <= bottom; y += step) {
+        const Gradient* firstRow = firstRows_[y % kRing];
+        const Gradient* secondRow = secondRows_[y % kRing];
+        // Sites of this row within [c - reach, right].
         const int p = (y + q_) & 1;
         const int end = (right - p) >> 1;
-        for (int k = (c - h - p + 1) >> 1; k <= end; ++k) {
-            first += firstRows_[y % kRing][k];
-            second += secondRows_[y % kRing][k];
+        for (int k = (c - reach - p + 1) >> 1; k <= end; ++k) {
+            first += firstRow[k];
+            second += secondRow[k];
         }
     }
     *a = static_cast<float>(first);
@@ -293,10 +324,10 @@ bool WindowSums<uint16_t>::Integral::Create(int width, int frameHeight) {
     return even.Create(kMaxSlots + 1, width / 2 + 1) && odd.Create(kMaxSlots + 1, width / 2 + 1);
 }
 
-void WindowSums<uint16_t>::Integral::Start(int reach) {
+void WindowSums<uint16_t>::Integral::Start(int rows) {
     // Row 0 is zero. The first element of every even row stays so.
     slot = 0;
-    slots = 2 * reach + 2;
+    slots = rows;
     evenRows[0] = even[0];
     oddRows[0] = odd[0];
 }
@@ -334,11 +365,15 @@ bool WindowSums<uint16_t>::Create(int width, int height) {
     return first_.Create(width, height) && second_.Create(width, height) && gradients_.Create(2, width / 2);
 }
 
-void WindowSums<uint16_t>::Start(int q, int reach, bool) {
+void WindowSums<uint16_t>::Start(int q, int reach, bool bothParities, bool carries) {
     q_ = q;
     next_ = 0;
-    first_.Start(reach);
-    second_.Start(reach);
+    // Windows reach 2 * reach + 2 rows of the image. Where every second one repeats, those are reach + 2 different
+    // ones.
+    const int all = 2 * reach + 2;
+    const int half = reach + 2;
+    first_.Start(bothParities ? all : half);
+    second_.Start(bothParities || carries ? all : half);
 }
 
 void WindowSums<uint16_t>::Push(bool zero, const float* carriedAtSites, const float* carriedBetween) {

@@ -24,6 +24,8 @@ namespace orv {
 constexpr int kMaxRadius = 4;
 constexpr int kMaxSlots = 2 * kMaxRadius + 2;
 constexpr int kMaxScales = 3;
+// Rows that windows reach, and more; a power of two.
+constexpr int kRing = 16;
 static_assert(kRing > 2 * kMaxRadius + 1, "rows within reach of a window, and one more");
 
 // Sites of the centre's checkerboard half in a window of half-width h.
@@ -72,6 +74,7 @@ public:
     using Windows = BoxWindows;
     // Room for the sums of one row, shared by all passes.
     static constexpr int kScratchRows = 7;
+    static constexpr bool kWindowsShrink = true;
     using Scratch = RowArray<uint16_t>;
     // None are carried over at this width.
     struct Carried {
@@ -82,8 +85,8 @@ public:
 
     bool Create(int width, int height);
     // Starts a pass over half `q` with windows of half-widths up to `reach`. `bothParities`: rows at an odd distance
-    // count too, otherwise they are all zero.
-    void Start(int q, int reach, bool bothParities);
+    // count too, otherwise they are all zero. `carries`: the second gradient is carried over on all rows.
+    void Start(int q, int reach, bool bothParities, bool carries);
 
     // Where the next row's gradients go, at the index of their sites.
     Gradient* NextFirst() { return first_[slot_]; }
@@ -92,13 +95,15 @@ public:
     void Push(bool zero, const float* carriedAtSites, const float* carriedBetween);
 
     // The windows of the sites of row r, of half-widths `h` by scale, none above twice the one before, as they are in
-    // frames of at least 2 * kMaxRadius + 2 rows. Anything where windows reach beyond a side. Valid until the next call
-    // with `scratch`.
+    // frames of at least 2 * kMaxRadius + 2 rows. Windows that reach the border or beyond shrink, so that they choose
+    // the right sum, with kWindowsShrink; else they hold anything. Valid until the next call with `scratch`.
     Windows WindowsOf(int r, const int* h, int scales, Scratch& scratch, float* carried) const;
     // Window sums of the site (r, c); the window may reach beyond the right and the lower edge.
     void Site(int r, int c, int h, float* a, float* b) const;
 
 private:
+    void Shrink(int r, const int* h, uint16_t* const* a, uint16_t* const* b) const;
+
     int width_ = 0;
     int height_ = 0;
     int q_ = 0;
@@ -123,6 +128,7 @@ public:
     using Difference = float;
     using Windows = CornerWindows;
     static constexpr int kScratchRows = 0;
+    static constexpr bool kWindowsShrink = false;
     using Scratch = RowArray<float>;
     // Zero on the border.
     struct Carried {
@@ -133,7 +139,7 @@ public:
     };
 
     bool Create(int width, int height);
-    void Start(int q, int reach, bool bothParities);
+    void Start(int q, int reach, bool bothParities, bool carries);
 
     Gradient* NextFirst() { return gradients_[0]; }
     Gradient* NextSecond() { return gradients_[1]; }
@@ -156,7 +162,7 @@ private:
         int height;
 
         bool Create(int width, int frameHeight);
-        void Start(int reach);
+        void Start(int rows);
         // Row y + 1 as row y, or new.
         void Repeat(int y);
         void Next(int y, float** nextEven, float** nextOdd);
