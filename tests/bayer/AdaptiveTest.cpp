@@ -87,31 +87,34 @@ void CheckSize(int width, int height, int depth) {
     }
 }
 
-class AdaptiveLevels : public orvtest::EveryLevel {};
-ORV_EVERY_LEVEL(AdaptiveLevels);
-
-TEST_P(AdaptiveLevels, SmallestFramesEqualTheReference) {
-    for (int height = 1; height <= 13; ++height) {
-        for (int width = 1; width <= 13; ++width) {
-            ASSERT_NO_FATAL_FAILURE(CheckSize<uint8_t>(width, height, 0));
-            ASSERT_NO_FATAL_FAILURE(CheckSize<uint16_t>(width, height, 2));
+TEST(AdaptiveLevels, SmallestFramesEqualTheReference) {
+    orvtest::AtEveryLevel([] {
+        for (int height = 1; height <= 13; ++height) {
+            for (int width = 1; width <= 13; ++width) {
+                ASSERT_NO_FATAL_FAILURE(CheckSize<uint8_t>(width, height, 0));
+                ASSERT_NO_FATAL_FAILURE(CheckSize<uint16_t>(width, height, 2));
+            }
         }
-    }
+    });
 }
 
-TEST_P(AdaptiveLevels, FramesEqualTheReference) {
-    for (const auto& size : {std::pair<int, int>{97, 45}, {64, 33}, {34, 71}}) {
-        ASSERT_NO_FATAL_FAILURE(CheckSize<uint8_t>(size.first, size.second, 0));
-        for (int depth = 1; depth <= 4; ++depth) {
-            ASSERT_NO_FATAL_FAILURE(CheckSize<uint16_t>(size.first, size.second, depth));
+TEST(AdaptiveLevels, FramesEqualTheReference) {
+    orvtest::AtEveryLevel([] {
+        for (const auto& size : {std::pair<int, int>{97, 45}, {64, 33}, {34, 71}}) {
+            ASSERT_NO_FATAL_FAILURE(CheckSize<uint8_t>(size.first, size.second, 0));
+            for (int depth = 1; depth <= 4; ++depth) {
+                ASSERT_NO_FATAL_FAILURE(CheckSize<uint16_t>(size.first, size.second, depth));
+            }
         }
-    }
+    });
 }
 
 // Integrals far above 2^24, in rows and down the frame.
-TEST_P(AdaptiveLevels, RoundingIntegralsEqualTheReference) {
-    ASSERT_NO_FATAL_FAILURE(CheckSize<uint16_t>(1100, 60, 4));
-    ASSERT_NO_FATAL_FAILURE(CheckSize<uint16_t>(57, 900, 4));
+TEST(AdaptiveLevels, RoundingIntegralsEqualTheReference) {
+    orvtest::AtEveryLevel([] {
+        ASSERT_NO_FATAL_FAILURE(CheckSize<uint16_t>(1100, 60, 4));
+        ASSERT_NO_FATAL_FAILURE(CheckSize<uint16_t>(57, 900, 4));
+    });
 }
 
 TEST(Adaptive, QuotientsRoundAsDivisions) {

@@ -67,37 +67,31 @@ void CheckFrame(int bytes, int width, int height, int code, Noise& noise) {
     ASSERT_TRUE(result.OutsideUntouched(3 * rowBytes)) << width << " by " << height << ", code " << code;
 }
 
-class InterpolationLevels : public orvtest::EveryLevel {
-protected:
-    void TearDown() override {
-        EveryLevel::TearDown();
-        cv::setNumThreads(-1);
-    }
-};
-ORV_EVERY_LEVEL(InterpolationLevels);
-
-TEST_P(InterpolationLevels, EqualOpenCv) {
+void CheckFrames() {
     Noise noise(17);
     for (int width = 1; width <= 140; ++width) {
         const bool wide = width > 45;
         for (int height = wide ? 3 + width % 5 : 1; height <= (wide ? 3 + width % 5 : 45); ++height) {
             for (const int bytes : {1, 2}) {
                 for (const uint32_t edgeAware : {0U, 4U}) {
-                    CheckFrame(bytes, width, height, CodeOf(edgeAware + noise.Below(4)), noise);
-                    if (HasFatalFailure()) {
-                        return;
-                    }
+                    ASSERT_NO_FATAL_FAILURE(
+                        CheckFrame(bytes, width, height, CodeOf(edgeAware + noise.Below(4)), noise));
                 }
             }
         }
     }
     for (int threads = 1; threads <= 4; ++threads) {
         cv::setNumThreads(threads);
-        for (uint32_t n = 0; n < 8 && !HasFatalFailure(); ++n) {
-            CheckFrame(1, 1001, 401, CodeOf(n), noise);
-            CheckFrame(2, 318, 701, CodeOf(n), noise);
+        for (uint32_t n = 0; n < 8; ++n) {
+            ASSERT_NO_FATAL_FAILURE(CheckFrame(1, 1001, 401, CodeOf(n), noise));
+            ASSERT_NO_FATAL_FAILURE(CheckFrame(2, 318, 701, CodeOf(n), noise));
         }
     }
+}
+
+TEST(Interpolation, EqualsOpenCv) {
+    orvtest::AtEveryLevel(CheckFrames);
+    cv::setNumThreads(-1);
 }
 
 bool OpenCvRefuses(const _OrvImage& from, const _OrvImage& to, int type, int code) {

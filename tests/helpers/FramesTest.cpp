@@ -8,16 +8,15 @@
 
 #include "OrvHelpers.h"
 #include "OrvTrueSense.h"
-#include "rows/Simd.h"
 #include "support/Frames.h"
+#include "support/Levels.h"
 
 namespace {
 
 using orvtest::Image;
 
 TEST(Rows, DepthsAndFourthChannelsByFormula) {
-    for (const orv::SimdLevel level : {orv::SimdLevel::Baseline, orv::BestSimdLevel()}) {
-        orv::SetSimdLevel(level);
+    orvtest::AtEveryLevel([&] {
         for (int n = 0; n <= 66; n += 3) {
             const std::vector<uint16_t> in = orvtest::NoiseSamples<uint16_t>(3, static_cast<size_t>(n + 1) * 2, 65535);
             const int64_t stride = 2 * (n + 1);
@@ -45,8 +44,7 @@ TEST(Rows, DepthsAndFourthChannelsByFormula) {
                 ASSERT_EQ(i % 4 == 3 ? 200 : in8[from], four8[i]);
             }
         }
-    }
-    orv::SetSimdLevel(orv::BestSimdLevel());
+    });
     uint16_t one[4] = {};
     EXPECT_EQ(0x80070007, OrvRows_To16(one, 8, one, 8, 4, 1, 11));
     EXPECT_EQ(0x80070007, OrvRows_To16(one, 7, one, 8, 3, 1, 12));

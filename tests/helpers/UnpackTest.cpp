@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "OrvHelpers.h"
-#include "rows/Simd.h"
+#include "support/Levels.h"
 #include "support/Noise.h"
 
 namespace {
@@ -40,8 +40,7 @@ void UnpackRowsOfEveryWidth(int packing) {
     const int bits = OrvPacking_Bits(packing);
     constexpr int kRows = 3;
     constexpr uint16_t kGuard = 0xA5A5;
-    for (const orv::SimdLevel level : {orv::SimdLevel::Baseline, orv::BestSimdLevel()}) {
-        orv::SetSimdLevel(level);
+    orvtest::AtEveryLevel([&] {
         for (int width = 0; width <= 70; ++width) {
             SCOPED_TRACE(width);
             const int64_t rowBytes = RowBytesOf(packing, width);
@@ -86,8 +85,7 @@ void UnpackRowsOfEveryWidth(int packing) {
             }
             EXPECT_EQ(expected, got);
         }
-    }
-    orv::SetSimdLevel(orv::BestSimdLevel());
+    });
 }
 
 TEST(Unpack, RowsOfEveryLayoutAndWidth) {

@@ -45,18 +45,17 @@ ORV_ALWAYS_INLINE void TruncateBoundedBody(const double* in, int n, int32_t* out
 }
 ORV_ROW_FUNCTION(TruncateBounded, (const double* in, int n, int32_t* out), (in, n, out))
 
-class SimdRows : public orvtest::EveryLevel {};
-ORV_EVERY_LEVEL(SimdRows);
-
 // Rounded once: two roundings, or double precision narrowed, give the next float above.
-TEST_P(SimdRows, FmaRoundsOnceAndSumsOfProductsTwice) {
+TEST(SimdRows, FmaRoundsOnceAndSumsOfProductsTwice) {
     constexpr int n = 19;
     const std::vector<float> a(n, 0x1.000002p-12F), b(n, 0x1.fffffcp-13F), c(n, 0x1.000002p0F);
     std::vector<float> out(n);
-    FmaFloats(a.data(), b.data(), c.data(), n, out.data());
-    EXPECT_EQ(std::vector<float>(n, 0x1.000002p0F), out);
-    ProductPlus(a.data(), b.data(), c.data(), n, out.data());
-    EXPECT_EQ(std::vector<float>(n, 0x1.000004p0F), out);
+    orvtest::AtEveryLevel([&] {
+        FmaFloats(a.data(), b.data(), c.data(), n, out.data());
+        EXPECT_EQ(std::vector<float>(n, 0x1.000002p0F), out);
+        ProductPlus(a.data(), b.data(), c.data(), n, out.data());
+        EXPECT_EQ(std::vector<float>(n, 0x1.000004p0F), out);
+    });
 }
 
 template <class Float>
@@ -85,18 +84,22 @@ void ExpectTruncation() {
         EXPECT_EQ(std::isnan(x) ? 0 : static_cast<int32_t>(std::trunc(bound)), out[i]) << x;
     }
 }
-TEST_P(SimdRows, TruncationSaturates) {
-    ExpectTruncation<float>();
-    ExpectTruncation<double>();
+TEST(SimdRows, TruncationSaturates) {
+    orvtest::AtEveryLevel([] {
+        ExpectTruncation<float>();
+        ExpectTruncation<double>();
+    });
 }
 
-TEST_P(SimdRows, BoundedTruncationIsTruncationThenClamp) {
+TEST(SimdRows, BoundedTruncationIsTruncationThenClamp) {
     const std::vector<double> in = Edges<double>();
     std::vector<int32_t> out(in.size());
-    TruncateBounded(in.data(), static_cast<int>(in.size()), out.data());
-    for (size_t i = 0; i < in.size(); ++i) {
-        EXPECT_EQ(orv::Clamp(orv::TruncateToInt32(in[i]), 0, 4095), out[i]) << in[i];
-    }
+    orvtest::AtEveryLevel([&] {
+        TruncateBounded(in.data(), static_cast<int>(in.size()), out.data());
+        for (size_t i = 0; i < in.size(); ++i) {
+            EXPECT_EQ(orv::Clamp(orv::TruncateToInt32(in[i]), 0, 4095), out[i]) << in[i];
+        }
+    });
 }
 
 #if defined(__x86_64__)

@@ -54,14 +54,7 @@ struct Image {
         }
         return true;
     }
-    bool Untouched() const {
-        for (uint8_t byte : bytes) {
-            if (byte != kGuard) {
-                return false;
-            }
-        }
-        return true;
-    }
+    bool Untouched() const { return OutsideUntouched(0); }
 };
 
 }  // namespace orvtest

@@ -9,6 +9,7 @@
 
 #include "support/DriverScope.h"
 #include "support/Kernels.h"
+#include "support/Levels.h"
 #include "support/Noise.h"
 
 namespace {
@@ -114,14 +115,12 @@ TEST(TrueSenseKodak, StripsGiveTheBytesOfTheKernels) {
         }
         orv::SetSimdLevel(static_cast<orv::SimdLevel>(noise.Below(orv::kSimdLevels)));
         const auto expected = ByKernels(job);
-        for (int level = 0; level <= static_cast<int>(orv::BestSimdLevel()); ++level) {
-            orv::SetSimdLevel(static_cast<orv::SimdLevel>(level));
+        orvtest::AtEveryLevel([&] {
             orv::SetBandRows(static_cast<int>(4 * noise.Below(6)));
             orv::SetBandOrder(static_cast<int>(noise.Below(50)));
             job.param.threads_num = 1 + noise.Below(5);
-            ASSERT_EQ(expected, Convert(job))
-                << "frame " << round << ", " << job.w << " by " << job.h << ", level " << level;
-        }
+            ASSERT_EQ(expected, Convert(job)) << "frame " << round << ", " << job.w << " by " << job.h;
+        });
     }
 }
 
