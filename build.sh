@@ -9,6 +9,8 @@
 #     ./build.sh race       cameras at once under the thread sanitizer
 #     ./build.sh faults     every allocation of a conversion fails once, in every engine; threads that do not start
 #     ./build.sh lint       clang-format and clang-tidy
+#     ./build.sh docs       the reference of the public headers: build/docs/html; refuses what has no comment
+#     ./build.sh choosing   the tables and pictures of docs/choosing.md anew; speeds want an idle machine
 #     ./build.sh bench      the table of speeds relative to OpenCV's bilinear conversion
 #     ./build.sh count      instructions per pixel of every engine, against the recorded ones
 #     ./build.sh python     installs what is missing, builds, passes the tests of the Python package
@@ -148,6 +150,11 @@ bench)
     need $library $tool $tests
     build release
     build/release/bench/orv_bench_table "${@:2}"
+    ;;
+choosing)
+    need $library $tool
+    build release --target choosing orv_bench_table
+    bench/performance.sh build/release bayer truesense costs
     ;;
 count)
     need $library $tool $tests valgrind

@@ -2,7 +2,10 @@
 // thread.
 //
 // Runs of the engine and of the reference alternate, so that a busy machine slows both; each is the second of two, so
-// that both find their own frames in the caches. The best and the 25 % quantile of each are compared.
+// that both find their own frames in the caches. The best and the 25 % quantile of each are compared. The last column
+// is the memory that an engine keeps after a frame.
+#include <malloc.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
@@ -31,6 +34,12 @@ double Seconds(const FrameRun& run) {
         throw std::runtime_error("a conversion failed");
     }
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// Bytes allocated and not freed.
+double Held() {
+    const struct mallinfo2 info = mallinfo2();
+    return static_cast<double>(info.uordblks + info.hblkhd);
 }
 
 struct Times {
@@ -77,8 +86,8 @@ orvbench::Size FindSize(const std::string& text) {
 }
 
 void PrintTable(const Options& options) {
-    std::printf("| Engine | bits | size | threads | Mpixel/s | ns/pixel | R best | R 25 %% | runs |\n");
-    std::printf("|---|---|---|---|---|---|---|---|---|\n");
+    std::printf("| Engine | bits | size | threads | Mpixel/s | ns/pixel | R best | R 25 %% | runs | kept B/pixel |\n");
+    std::printf("|---|---|---|---|---|---|---|---|---|---|\n");
     for (const orvbench::Case& each : orvbench::AllCases()) {
         if (each.name.find(options.filter) == std::string::npos) {
             continue;
@@ -89,13 +98,17 @@ void PrintTable(const Options& options) {
             const FrameRun reference = orvbench::ReferenceRun(size.width, size.height);
             for (const int threads : options.threads) {
                 const FrameRun engine = each.make(size.width, size.height, threads);
+                orvbench::UseThreads(threads);
+                const double before = Held();
+                engine();
+                const double kept = (Held() - before) / pixels;
                 Times ofReference;
                 Times ofEngine;
                 Alternate(options, reference, engine, threads, &ofReference, &ofEngine);
-                std::printf("| %s | %d | %dx%d | %d | %.0f | %.2f | %.3f | %.3f | %zu |\n", each.name.c_str(),
+                std::printf("| %s | %d | %dx%d | %d | %.0f | %.2f | %.3f | %.3f | %zu | %.2f |\n", each.name.c_str(),
                             each.bits, size.width, size.height, threads, pixels / ofEngine.Best() * 1e-6,
                             ofEngine.Best() / pixels * 1e9, ofReference.Best() / ofEngine.Best(),
-                            ofReference.Quarter() / ofEngine.Quarter(), ofEngine.seconds.size());
+                            ofReference.Quarter() / ofEngine.Quarter(), ofEngine.seconds.size(), kept);
                 std::fflush(stdout);
             }
         }

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# Measures anew and writes the tables of docs/performance.md and README.md: those between the lines <!-- NAME --> and
-# <!-- end -->. Takes a quarter of an hour; the machine should be idle.
+# Measures anew and writes tables of docs/ and README.md: those between the lines <!-- NAME --> and <!-- end -->. The
+# first two take a quarter of an hour, the others, with their pictures, a minute; the machine should be idle.
 #
-#     performance.sh BUILD [NAME...]   NAME: engines, sizes
+#     performance.sh BUILD [NAME...]   NAME: engines, sizes (both: by default), bayer, truesense, costs
 set -euo pipefail
 table=$1/bench/orv_bench_table
+choosing=$1/examples/choosing
 shift
 root=$(dirname "$0")/..
 work=$(mktemp -d)
@@ -44,6 +45,14 @@ measure() {
         printf '|---|---|---|---|---|---|---|---|---|---|---|\n'
         "$table" --sizes 640x480,2,5,12,48 --threads 1 --repetitions 30 --seconds 3 | pivot 4
         ;;
+    bayer | truesense) "$choosing" "$1" "$root/docs/pictures/choosing-$1.png" ;;
+    costs)
+        printf '| Engine | R, 8 bits | 12 bits | bytes per pixel, 8 bits | 12 bits |\n|---|---|---|---|---|\n'
+        "$table" --sizes 5 --threads 1 --repetitions 20 --seconds 1 | awk -F' *\\| *' '
+            $2 !~ /^(Bayer|TrueSense)/ { next }
+            $3 == 8 { r = $8; kept = $11 }
+            $3 == 12 { printf "| %s | %.2g | %.2g | %.1f | %.1f |\n", $2, r, $8, kept, $11 }'
+        ;;
     *) echo "performance.sh: no table '$1'" >&2; return 1 ;;
     esac
 }
@@ -51,7 +60,7 @@ measure() {
 [ $# -gt 0 ] || set -- engines sizes
 for name in "$@"; do
     measure "$name" >"$work/table"
-    for page in "$root"/README.md "$root"/docs/performance.md; do
+    for page in "$root"/README.md "$root"/docs/{performance,choosing}.md; do
         awk -v name="$name" -v table="$work/table" '
             $0 == "<!-- " name " -->" { print; while ((getline line < table) > 0) { print line }; skipping = 1; next }
             $0 == "<!-- end -->" { skipping = 0 }

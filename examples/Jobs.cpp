@@ -111,7 +111,8 @@ bool JobReader::Next(Job* job) {
             throw std::runtime_error("--size: the scene is at most 16000 pixels wide and high");
         }
         if (done_ == 0) {
-            *job = Simulate(options_, options_.word, "scene", RenderScene(options_.size.width, options_.size.height));
+            const auto render = options_.scene == "leaves" ? RenderLeaves : RenderScene;
+            *job = Simulate(options_, options_.word, "scene", render(options_.size.width, options_.size.height));
             job->stem = "scene";
         }
         return done_++ == 0;

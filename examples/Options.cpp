@@ -227,6 +227,10 @@ void Declare(CLI::App* app, Options* options, Texts* texts) {
         ->check(range(64, 2000));
 
     app->option_defaults()->group("Simulation (scene and colour pictures)");
+    app->add_option("--scene", options->scene,
+                    "The scene: patterns (default), or leaves, which has the statistics of photographs")
+        ->type_name("NAME")
+        ->check(CLI::IsMember({"patterns", "leaves"}).description(""));
     app->add_option("--pan", texts->pan, "Weights of panchromatic samples (0.25,0.5,0.25)")->type_name("R,G,B");
     app->add_option("--shrink", options->shrink,
                     "Average blocks of N by N pixels of a picture first: removes traces of its own demosaicing")
@@ -279,6 +283,7 @@ void RefuseIdle(const CLI::App& app, const Options& options) {
         {"--frames", noRaw || scene, "is for headerless raw files"},
         {"--as", onlyRaw || scene, "is for PNG, TIFF and other picture files"},
         {"--part", scene, "needs inputs"},
+        {"--scene", !scene, "is for frames of the tool's own, without an input"},
         {"--format", options.output.empty() || !std::filesystem::is_directory(options.output),
          "is for pictures in a folder; a single file has it in its name"},
         {"--pan", onlyRaw || !trueSense, "is for simulated TrueSense frames"},

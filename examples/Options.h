@@ -41,6 +41,7 @@ struct Options {                // NOLINT(clang-analyzer-optin.performance.Paddi
     bool allFrames = false;
     std::string as;
 
+    std::string scene = "patterns";
     PanWeights pan;
     int shrink = 1;
     NoiseModel noise;

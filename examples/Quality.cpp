@@ -92,6 +92,17 @@ SceneImage ExpectedResult(const SceneImage& truth, const SourceWord& word, bool 
     return expected;
 }
 
+ColourFrame TruthFrame(const SceneImage& expected, int bits) {
+    cv::Mat rgb(expected.height, expected.width, CV_32FC3, const_cast<float*>(expected.rgb.data()));
+    cv::Mat bgr(rgb.size(), rgb.type());
+    const int swapped[] = {0, 2, 1, 1, 2, 0};
+    cv::mixChannels(&rgb, 1, &bgr, 1, swapped, 3);
+    ColourFrame truth;
+    truth.bits = bits;
+    bgr.convertTo(truth.bgr, bits == 8 ? CV_8U : CV_16U);
+    return truth;
+}
+
 std::string Psnr::Text() const {
     char text[96];
     std::snprintf(text, sizeof(text), "PSNR %.2f dB (R %.2f, G %.2f, B %.2f)", all, channel[0], channel[1], channel[2]);

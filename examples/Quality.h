@@ -17,6 +17,9 @@ namespace orvtool {
 SceneImage ExpectedResult(const SceneImage& truth, const SourceWord& word, bool eightBits, int bits,
                           Converter* converter);
 
+// The same as a frame of `bits`.
+ColourFrame TruthFrame(const SceneImage& expected, int bits);
+
 struct Psnr {
     double all = 0;                 // dB over all samples
     double channel[3] = {0, 0, 0};  // R, G, B

@@ -188,6 +188,73 @@ SceneImage RenderScene(int width, int height) {
     return scene;
 }
 
+SceneImage RenderLeaves(int width, int height) {
+    constexpr float kSmallest = 4;  // half axis of a leaf, pixels
+    constexpr double kLayers = 8;   // so that hardly a pixel stays uncovered
+    constexpr int kOctaves = 6;
+    std::mt19937 engine(20);
+    const auto random = [&engine](float from, float to) {
+        return from + (to - from) * static_cast<float>(engine() >> 8) / 16777216.0F;
+    };
+    struct Leaf {
+        cv::Vec3f colour;
+        cv::Point2f centre, shade;
+        float texture;
+    };
+    std::vector<Leaf> leaves;
+    // Which leaf is in front, at every sample.
+    cv::Mat front(height * kSub, width * kSub, CV_32S, cv::Scalar(0));
+    const float largest = std::max(2 * kSmallest, 0.25F * static_cast<float>(std::min(width, height)));
+    const float span = 1 - kSmallest * kSmallest / (largest * largest);
+    for (double covered = 0; covered < kLayers * width * height;) {
+        // So many of each size that the picture looks alike from every distance.
+        const float radius = kSmallest / std::sqrt(1 - random(0, 1) * span);
+        const cv::Size2f axes(radius, radius * random(0.25F, 1));
+        covered += static_cast<double>(kPi * axes.area());
+        const float hue = random(0, 1);
+        const float saturation = random(0, 0.8F);
+        const Colour c = Hue(hue, saturation * saturation, std::exp(random(-3.5F, -0.3F)));
+        const float slope = 0.3F / largest;
+        leaves.push_back({{c.r, c.g, c.b},
+                          {random(0, static_cast<float>(width)), random(0, static_cast<float>(height))},
+                          {random(-slope, slope), random(-slope, slope)},
+                          random(0, 0.06F)});
+        cv::ellipse(front, cv::RotatedRect(leaves.back().centre * kSub, axes * (2.0F * kSub), random(0, 180)),
+                    cv::Scalar::all(static_cast<double>(leaves.size() - 1)), cv::FILLED);
+    }
+    // As strong in every octave.
+    cv::Mat texture(height, width, CV_32F, cv::Scalar(0));
+    for (int octave = 0; octave < kOctaves; ++octave) {
+        cv::Mat_<float> nodes((height >> octave) + 2, (width >> octave) + 2);
+        std::generate(nodes.begin(), nodes.end(), [&] { return random(-1, 1); });
+        cv::Mat layer;
+        cv::resize(nodes, layer, texture.size(), 0, 0, cv::INTER_CUBIC);
+        texture += layer;
+    }
+    cv::Mat_<cv::Vec3f> picture(height, width);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            cv::Vec3f sum(0, 0, 0);
+            for (int s = 0; s < kSub * kSub; ++s) {
+                const Leaf& leaf = leaves[static_cast<size_t>(front.at<int>(y * kSub + s / kSub, x * kSub + s % kSub))];
+                const cv::Point2f from = cv::Point2f(cv::Point(x, y)) - leaf.centre;
+                sum += leaf.colour * (1 + leaf.shade.dot(from) + leaf.texture * texture.at<float>(y, x));
+            }
+            picture(y, x) = sum / static_cast<float>(kSub * kSub);
+        }
+    }
+    cv::GaussianBlur(picture, picture, cv::Size(), 0.6);  // the lens
+    SceneImage scene;
+    scene.width = width;
+    scene.height = height;
+    for (const cv::Vec3f& pixel : picture) {
+        for (int c = 0; c < 3; ++c) {
+            scene.rgb.push_back(std::clamp(pixel[c], 0.0F, 1.0F));
+        }
+    }
+    return scene;
+}
+
 SceneImage Shrink(const SceneImage& image, int factor) {
     const int horizontal = std::min(factor, image.width);
     const int vertical = std::min(factor, image.height);

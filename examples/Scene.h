@@ -22,6 +22,11 @@ struct SceneImage {
 // smooth ramps and line stars. The same on every call; any size of at least 1 by 1.
 SceneImage RenderScene(int width, int height);
 
+// A scene with the statistics of photographs: thousands of shaded, textured leaves, of few strong colours, that cover
+// one another, small ones in far greater number than large ones, seen through a lens. Algorithms rank on it as on
+// photographs, where the test patterns of RenderScene exaggerate. The same on every call.
+SceneImage RenderLeaves(int width, int height);
+
 // Means of `factor` by `factor` pixels; what is left over at the right and bottom is cut off, at least one pixel
 // remains.
 SceneImage Shrink(const SceneImage& image, int factor);

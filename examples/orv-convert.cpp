@@ -123,18 +123,6 @@ void ConvertJob(const Options& options, Job job, const std::string& output, cons
     }
 }
 
-// The truth of a simulated frame, as a conversion without error would give it.
-ColourFrame TruthFrame(const SceneImage& expected, const ColourFrame& like) {
-    ColourFrame truth;
-    truth.bits = like.bits;
-    cv::Mat rgb(expected.height, expected.width, CV_32FC3, const_cast<float*>(expected.rgb.data()));
-    cv::Mat bgr(rgb.size(), rgb.type());
-    const int swapped[] = {0, 2, 1, 1, 2, 0};
-    cv::mixChannels(&rgb, 1, &bgr, 1, swapped, 3);
-    bgr.convertTo(truth.bgr, like.bgr.type());
-    return truth;
-}
-
 // All algorithms of the frame's family: the truth where it is known, then a column for each.
 std::vector<SheetColumn> SheetRow(const Options& options, Job job, const Console& console, Configured* configured) {
     Converter& converter = configured->converter;
@@ -158,7 +146,7 @@ std::vector<SheetColumn> SheetRow(const Options& options, Job job, const Console
             console.Result(label + ": " + psnr.Text());
             label += Format(", %.2f dB", psnr.all);
             if (columns.empty()) {
-                columns.push_back({"truth", Render(TruthFrame(expected, frame), view, 8)});
+                columns.push_back({"truth", Render(TruthFrame(expected, frame.bits), view, 8)});
             }
         }
         columns.push_back({label, Render(frame, view, 8)});

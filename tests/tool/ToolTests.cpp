@@ -125,13 +125,15 @@ TEST_P(SceneQuality, IsAboveTheFloor) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, SceneQuality,
-    testing::Values(Quality{"RGGB8 -a 0", 22}, Quality{"BayerGR8 -a 1", 26}, Quality{"gbrg10le -a 2", 22},
-                    Quality{"SBGGR14 -a 1", 25}, Quality{"BayerBG16 -a 2", 22}, Quality{"TrueSense8g2", 23},
-                    Quality{"TrueSense10g13 --bits 8", 23}, Quality{"SCF1WGWB12 -s normalizationEnable=1", 23},
-                    Quality{"TrueSense14g3 -a 1", 22.5}, Quality{"TrueSense12g9 -a 2", 19},
-                    Quality{"TrueSense12g5 -a 3 -s sharpnessEnable=1", 19}, Quality{"TrueSense8g10 -a 4", 22}));
+INSTANTIATE_TEST_SUITE_P(All, SceneQuality,
+                         testing::Values(Quality{"RGGB8 -a 0", 22}, Quality{"BayerGR8 -a 1", 26},
+                                         Quality{"gbrg10le -a 2", 22}, Quality{"SBGGR14 -a 1", 25},
+                                         Quality{"BayerBG16 -a 2", 22}, Quality{"TrueSense8g2", 23},
+                                         Quality{"TrueSense10g13 --bits 8", 23},
+                                         Quality{"SCF1WGWB12 -s normalizationEnable=1", 23},
+                                         Quality{"TrueSense14g3 -a 1", 22.5}, Quality{"TrueSense12g9 -a 2", 19},
+                                         Quality{"TrueSense12g5 -a 3 -s sharpnessEnable=1", 19},
+                                         Quality{"TrueSense8g10 -a 4", 22}, Quality{"RGGB12 --scene leaves -a 1", 37}));
 
 TEST_F(Tool, AFrameIsTheSameHoweverItComesAndGoes) {
     const cv::Vec3i rgb(0xA12, 0x304, 0x0F0);
@@ -356,6 +358,7 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"-w BayerRG12 --size 7x9 %s/short.raw", {"too short", "word of 8 bits"}},
         Mistake{"-w BayerRG8 --size 7x9 --offset 9223372036854775807 %s/short.raw", {"too short"}},
         Mistake{"-w BayerRG8 --size 7x9 --stride 6 %s/short.raw", {"stride of 6"}},
+        Mistake{"--scene leaves -w BayerRG8 %s/cut.pgm", {"--scene", "without an input"}},
         Mistake{"-w BayerRG12 %s/cut.pgm", {"too short"}}, Mistake{"-w BayerRG8 %s/head.pgm", {"head.pgm", "header"}},
         Mistake{"-w BayerRG8 %s/huge.pgm", {"huge.pgm", "not supported"}},
         Mistake{"-w BayerRG8 %s/text.png", {"text.png", "--raw"}},
