@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <opencv2/core.hpp>
 #include <utility>
 #include <vector>
 
@@ -16,35 +17,17 @@ class AdaptiveReference {
 public:
     static constexpr bool kWide = sizeof(T) == 2;
     template <class V>
-    struct Plane {
-        int width = 0;
-        std::vector<V> values;
-        Plane() = default;
-        Plane(int w, int h) : width(w), values(static_cast<size_t>(w) * static_cast<size_t>(h)) {}
-        V& operator()(int r, int c) {
-            return values[static_cast<size_t>(r) * static_cast<size_t>(width) + static_cast<size_t>(c)];
-        }
-        void Zero() { std::fill(values.begin(), values.end(), V(0)); }
-    };
+    using Plane = cv::Mat_<V>;
 
     AdaptiveReference(int width, int height)
-        : width_(width),
-          height_(height),
-          W((width + 1) / 2 * 2),
-          H((height + 1) / 2 * 2),
-          green(W, H),
-          even(W, H),
-          odd(W, H),
-          best_(W, H),
-          scale_(W, H) {
-        for (int i = 0; i < 3; ++i) {
-            a_[i] = b_[i] = Plane<float>(W, H);
-        }
-        for (auto& gradient : gradient_) {
-            gradient = Plane<float>(W, H);
-        }
-        for (auto& sum : sum_) {
-            sum = Plane<float>(W + 1, H + 1);
+        : width_(width), height_(height), W((width + 1) / 2 * 2), H((height + 1) / 2 * 2), green(H, W) {
+        best_.create(H, W);
+        scale_.create(H, W);
+        for (int i = 0; i < 4; ++i) {
+            a_[i] = Plane<float>::zeros(H, W);
+            b_[i] = Plane<float>::zeros(H, W);
+            gradient_[i].create(H, W);
+            sum_[i].create(H + 1, W + 1);
         }
     }
 
@@ -56,12 +39,11 @@ public:
             for (int c = 0; c < W; ++c) {
                 const int x = c < width_ ? c : c - 2;
                 const int y = r < height_ ? r : r - 2;
-                green(r, c) = x < 0 || y < 0
-                                  ? T(0)
-                                  : rows[static_cast<size_t>(y) * static_cast<size_t>(width_) + static_cast<size_t>(x)];
+                green(r, c) = x < 0 || y < 0 ? T(0) : rows[static_cast<size_t>(y * width_ + x)];
             }
         }
-        even = odd = green;
+        green.copyTo(even);
+        green.copyTo(odd);
         Green();
         Diagonal();
         Cross();
@@ -87,15 +69,20 @@ private:
     // Clears the gradients for a pass; of the wide engine's planes the one of the second sums stays as it is.
     void StartGradients() {
         for (auto& gradient : gradient_) {
-            gradient.Zero();
+            gradient = 0;
         }
         if (kWide) {
-            gradient_[3] = b_[0];
+            b_[0].copyTo(gradient_[3]);
+        }
+    }
+    void KeepSums() {
+        if (kWide) {
+            gradient_[3].copyTo(b_[0]);
         }
     }
     // The order of cv::integral: along the row, then the row above.
     void Integrate(int i) {
-        sum_[i].Zero();
+        sum_[i] = 0;
         for (int r = 0; r < H; ++r) {
             float row = 0;
             for (int c = 0; c < W; ++c) {
@@ -187,12 +174,12 @@ private:
         });
         Integrate(2);
         Integrate(3);
-        b_[0] = kWide ? gradient_[3] : b_[0];
+        KeepSums();
         for (int i = 0; i < 2; ++i) {
             Windows(true, 1 << i, i, [](int) { return 2; });
         }
         Border(green, true);
-        Plane<T> raw = green;
+        const Plane<T> raw = green.clone();
         Sites(true, [&](int r, int c) {
             green(r, c) = static_cast<T>(
                 static_cast<unsigned>(Blend(r, c, raw(r, c + 1) + raw(r, c - 1), raw(r + 1, c) + raw(r - 1, c))));
@@ -206,7 +193,7 @@ private:
             gradient_[first](r, c) = Difference(even(r + 1, c + 1), even(r - 1, c - 1));
             gradient_[first + 1](r, c) = Difference(even(r - 1, c + 1), even(r + 1, c - 1));
         });
-        b_[0] = kWide ? gradient_[3] : b_[0];
+        KeepSums();
         for (int i = 0; i < 4; ++i) {
             Integrate(i);
         }
@@ -250,7 +237,7 @@ private:
             gradient_[2](r, c) = Difference(even(r, c - 1), even(r, c + 1));
             gradient_[3](r, c) = Difference(even(r - 1, c), even(r + 1, c));
         });
-        b_[0] = kWide ? gradient_[3] : b_[0];
+        KeepSums();
         for (int i = 0; i < 4; ++i) {
             Integrate(i);
         }
@@ -270,9 +257,7 @@ private:
 
     int gp_ = 0;
     int max_ = 0;
-    Plane<float> gradient_[4];
-    Plane<float> sum_[4];
-    Plane<float> a_[3], b_[3];
+    Plane<float> gradient_[4], sum_[4], a_[4], b_[4];
     Plane<float> best_;
     Plane<int> scale_;
 };

@@ -1,6 +1,4 @@
-#include <OrvBayer.h>
 #include <OrvHelpers.h>
-#include <OrvTrueSense.h>
 #include <gst/check/gstharness.h>
 #include <gst/video/video.h>
 #include <gtest/gtest.h>
@@ -11,6 +9,7 @@
 #include <vector>
 
 #include "Element.h"
+#include "support/Components.h"
 #include "support/Noise.h"
 
 namespace {
@@ -92,9 +91,6 @@ struct Frame {
     std::string Caps() const { return OrvGst_Caps(word); }
 };
 
-template <class Component>
-using Owned = std::unique_ptr<Component, void (*)(Component*)>;
-
 // The picture of a format with rows as raw video has them, by the library and its helpers.
 Bytes Expected(const Frame& frame, const std::string& format, int algorithm) {
     const bool bayer = OrvWord_Pattern(frame.word) >= 0, wide = format == "RGBA64_LE";
@@ -107,13 +103,11 @@ Bytes Expected(const Frame& frame, const std::string& format, int algorithm) {
                   const_cast<unsigned char*>(frame.bytes.data()));
     OrvFrame_Make(&result, OrvWord_Colour(format[0] == 'B', 3, made), frame.width, kHeight, 0, colour.data());
     if (bayer) {
-        const Owned<OrvBayer> component(OrvBayer_CreateComponent(), OrvBayer_DeleteComponent);
-        OrvSetParam(*component->GetComponent(), "BayerAlgType", algorithm);
+        const orvtest::BayerComponent component(algorithm);
         Bytes scratch(static_cast<size_t>(OrvFrame_ConvertBayerBytes(&source, &result, algorithm)));
-        EXPECT_EQ(OrvFrame_ConvertBayer(component.get(), &source, &result, scratch.data(), scratch.size()), 0U);
+        EXPECT_EQ(OrvFrame_ConvertBayer(component.Get(), &source, &result, scratch.data(), scratch.size()), 0U);
     } else {
-        const Owned<OrvTrueSense> component(OrvTrueSense_CreateComponent(), OrvTrueSense_DeleteComponent);
-        OrvSetParam(*component->GetComponent(), "TrueSenseAlgType", algorithm);
+        const orvtest::TrueSenseComponent component(algorithm);
         EXPECT_EQ(component->ConvertImage(&source, &result), 0U);
         auto* const words = static_cast<uint16_t*>(result.data);
         EXPECT_EQ(wide ? OrvRows_To16(words, result.stride, words, result.stride, 3 * frame.width, kHeight, bits) : 0,

@@ -3,11 +3,10 @@
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 #include "OrvHelpers.h"
-#include "OrvTrueSense.h"
+#include "support/Components.h"
 #include "support/Frames.h"
 #include "support/Levels.h"
 
@@ -75,8 +74,6 @@ TEST(Frames, RecordsOfTheCallersPixels) {
     EXPECT_EQ(0, std::memcmp(&before, &image, sizeof(image)));
 }
 
-using Component = std::unique_ptr<OrvBayer, void (*)(OrvBayer*)>;
-
 constexpr int kHeight = 7;
 
 // The samples of a colour frame, whatever their width.
@@ -100,14 +97,12 @@ void CheckLayouts(uint32_t word, uint32_t resultWord, int width, int algorithm) 
     const int bits = OrvWord_Bits(word);
     const int bytes = bits == 8 ? 1 : 2;
     const int resultBits = OrvWord_Bits(resultWord);
-    const Component component(OrvBayer_CreateComponent(), OrvBayer_DeleteComponent);
-    ASSERT_EQ(0U, OrvParam_SetInteger(component->GetComponent(), "BayerAlgType", algorithm));
-
+    const orvtest::BayerComponent component(algorithm);
     const int wanted = bytes * (width + width % 2);
     Image packed = FrameOf(word, width, wanted - bytes * width);
     FillFrame(packed, orvtest::Content::Noise, 5, (1U << bits) - 1);
     Image plain = FrameOf(OrvWord_Colour(OrvWord_Name(resultWord)[0] == 'B', 3, bits), width, 0);
-    ASSERT_EQ(0U, OrvBayer_ConvertImage(component.get(), &packed.record, &plain.record));
+    ASSERT_EQ(0U, component.Convert(packed, plain));
     const std::vector<int> three = Samples(plain);
     std::vector<int> expected;
     for (size_t i = 0; i < three.size(); ++i) {
@@ -149,7 +144,7 @@ void CheckLayouts(uint32_t word, uint32_t resultWord, int width, int algorithm) 
         ASSERT_GE(needed, 0);
         std::vector<uint8_t> scratch(static_cast<size_t>(needed) + 1);
         const auto convert = [&](int64_t scratchBytes) {  // with a scratch at an odd address
-            return OrvFrame_ConvertBayer(component.get(), &source, &result.record, scratch.data() + 1,
+            return OrvFrame_ConvertBayer(component.Get(), &source, &result.record, scratch.data() + 1,
                                          static_cast<size_t>(scratchBytes));
         };
         if (needed > 0) {
@@ -213,10 +208,10 @@ TEST(Frames, TightCopiesOnlyWhatDoesNotFitAndRefusesTheRest) {
     // Destinations that a Bayer frame has no way to.
     Image result(OrvPixelBGR8, 8, 5, 4, 15);
     ASSERT_EQ(0U, OrvFrame_Make(&source, OrvPixelBayerRG12, 5, 4, 12, memory.data()));
-    const Component component(OrvBayer_CreateComponent(), OrvBayer_DeleteComponent);
+    const orvtest::BayerComponent component(0);
     const auto refused = [&] {
         EXPECT_EQ(-1, OrvFrame_ConvertBayerBytes(&source, &result.record, 0));
-        EXPECT_EQ(0x80070007, OrvFrame_ConvertBayer(component.get(), &source, &result.record, buffer, sizeof(buffer)));
+        EXPECT_EQ(0x80070007, OrvFrame_ConvertBayer(component.Get(), &source, &result.record, buffer, sizeof(buffer)));
         EXPECT_TRUE(result.Untouched());
     };
     for (const uint32_t word : {uint32_t{OrvPixelBGR10}, uint32_t{OrvPixelBGR16}, uint32_t{OrvPixelBayerRG8}}) {
@@ -237,17 +232,16 @@ TEST(Frames, MirroredTrueSenseFramesByTheParameter) {
     constexpr int kWidth = 14;
     Image frame = FrameOf(OrvPixelTrueSense(OrvPixelTrueSense8, 6), kWidth, 0);
     FillFrame(frame, orvtest::Content::Noise, 5, 255);
-    const std::unique_ptr<OrvTrueSense, void (*)(OrvTrueSense*)> component(OrvTrueSense_CreateComponent(),
-                                                                           OrvTrueSense_DeleteComponent);
+    const orvtest::TrueSenseComponent component(0);
     Image plain = FrameOf(OrvPixelRGB8, kWidth, 0);
-    ASSERT_EQ(0U, component->ConvertImage(&frame.record, &plain.record));
+    ASSERT_EQ(0U, component.Convert(frame, plain));
     // Bytes read back to front also exchange red and blue.
     Image mirrored = FrameOf(OrvPixelBGR8, kWidth, 0);
     for (int y = 0; y < kHeight; ++y) {
         std::reverse(frame.Row<uint8_t>(y), frame.Row<uint8_t>(y) + kWidth);
     }
     ASSERT_EQ(0U, OrvParam_SetInteger(component->GetComponent(), "horMirrored", 1));
-    ASSERT_EQ(0U, component->ConvertImage(&frame.record, &mirrored.record));
+    ASSERT_EQ(0U, component.Convert(frame, mirrored));
     for (int y = 0; y < kHeight; ++y) {
         std::reverse(mirrored.Row<uint8_t>(y), mirrored.Row<uint8_t>(y) + 3 * kWidth);
     }

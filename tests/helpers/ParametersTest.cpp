@@ -3,22 +3,14 @@
 
 #include <cstring>
 #include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "OrvBayer.h"
 #include "OrvHelpers.h"
-#include "OrvTrueSense.h"
+#include "support/Components.h"
 #include "support/Noise.h"
 
 namespace {
-
-struct Component {
-    std::unique_ptr<OrvBayer, void (*)(OrvBayer*)> bayer{OrvBayer_CreateComponent(), OrvBayer_DeleteComponent};
-    std::unique_ptr<OrvTrueSense, void (*)(OrvTrueSense*)> trueSense{OrvTrueSense_CreateComponent(),
-                                                                     OrvTrueSense_DeleteComponent};
-};
 
 std::string TextOf(OrvComponent* component, const char* name) {
     char text[64] = "";
@@ -28,8 +20,9 @@ std::string TextOf(OrvComponent* component, const char* name) {
 }
 
 TEST(Parameters, TableIsWhatComponentsRegister) {
-    const Component components;
-    for (OrvComponent* component : {components.bayer->GetComponent(), components.trueSense->GetComponent()}) {
+    const orvtest::BayerComponent bayer(0);
+    const orvtest::TrueSenseComponent trueSense(0);
+    for (OrvComponent* component : {bayer->GetComponent(), trueSense->GetComponent()}) {
         const int family = OrvParam_Family(component);
         ASSERT_EQ(OrvParam_Count(component), OrvParam_InfoCount(family));
         for (int i = 0; i < OrvParam_Count(component); ++i) {
@@ -67,10 +60,8 @@ TEST(Parameters, TableIsWhatComponentsRegister) {
 class TrueSenseFrame {
 public:
     std::vector<uint16_t> Convert(int algorithm, const std::vector<std::pair<std::string, std::string>>& settings) {
-        const std::unique_ptr<OrvTrueSense, void (*)(OrvTrueSense*)> component(OrvTrueSense_CreateComponent(),
-                                                                               OrvTrueSense_DeleteComponent);
+        const orvtest::TrueSenseComponent component(algorithm);
         OrvComponent* view = component->GetComponent();
-        EXPECT_EQ(0U, OrvParam_SetInteger(view, "TrueSenseAlgType", algorithm));
         for (const auto& each : settings) {
             EXPECT_EQ(0U, OrvParam_SetText(view, each.first.c_str(), each.second.c_str()));
         }
@@ -79,7 +70,7 @@ public:
         _OrvImage destination;
         EXPECT_EQ(0U, OrvFrame_Make(&source, OrvPixelTrueSense12, kSide, kSide, 0, mosaic_.data()));
         EXPECT_EQ(0U, OrvFrame_Make(&destination, OrvPixelRGB12, kSide, kSide, 0, result.data()));
-        EXPECT_EQ(0U, OrvTrueSense_ConvertImage(component.get(), &source, &destination));
+        EXPECT_EQ(0U, component->ConvertImage(&source, &destination));
         return result;
     }
 
@@ -119,8 +110,8 @@ TEST(Parameters, ChangeTheResultsOfTheAlgorithmsThatReadThem) {
 }
 
 TEST(Parameters, RefuseWhatIsNotThere) {
-    const Component components;
-    OrvComponent* component = components.bayer->GetComponent();
+    const orvtest::BayerComponent bayer(0);
+    OrvComponent* component = bayer->GetComponent();
     int64_t integer = 5;
     double number = 5;
     char text[8] = "before";
