@@ -10,10 +10,11 @@
 
 #include "Element.h"
 #include "support/Components.h"
-#include "support/Noise.h"
+#include "support/Frames.h"
 
 namespace {
 
+using orvtest::Image;
 using Bytes = std::vector<unsigned char>;
 constexpr int kHeight = 65;  // of bands, the last one short
 
@@ -72,36 +73,25 @@ private:
 
 int PaddedToFour(int bytes) { return (bytes + 3) / 4 * 4; }
 
-struct Frame {
-    uint32_t word;
-    int width;
-    int stride;
-    Bytes bytes;
-
-    Frame(uint32_t type, int columns, bool padded, uint64_t seed) : word(type), width(columns) {
-        const int sample = OrvWord_Bits(word) > 8 ? 2 : 1;
-        stride = padded ? PaddedToFour(sample * width) : sample * width;
-        bytes.resize(static_cast<size_t>(stride) * kHeight);
-        const auto samples = orvtest::NoiseSamples<uint16_t>(seed, bytes.size() / static_cast<size_t>(sample),
-                                                             (1U << OrvWord_Bits(word)) - 1);
-        for (size_t i = 0; i < samples.size(); ++i) {
-            std::memcpy(bytes.data() + i * static_cast<size_t>(sample), &samples[i], static_cast<size_t>(sample));
-        }
-    }
-    std::string Caps() const { return OrvGst_Caps(word); }
-};
+Image FrameOf(uint32_t word, int width, bool padded, uint64_t seed) {
+    const int bits = OrvWord_Bits(word), row = (bits > 8 ? 2 : 1) * width;
+    Image frame = orvtest::FrameOf(word, bits, width, kHeight, padded ? PaddedToFour(row) - row : 0);
+    FillFrame(frame, orvtest::Content::Noise, seed, (1U << bits) - 1);
+    return frame;
+}
+Bytes BytesOf(Image& frame) { return {frame.Data(), frame.Data() + frame.record.imageSize}; }
+std::string CapsOf(const Image& frame) { return OrvGst_Caps(frame.record.pixelType); }
 
 // The picture of a format with rows as raw video has them, by the library and its helpers.
-Bytes Expected(const Frame& frame, const std::string& format, int algorithm) {
-    const bool bayer = OrvWord_Pattern(frame.word) >= 0, wide = format == "RGBA64_LE";
-    const int bits = OrvWord_Bits(frame.word);
+Bytes Expected(const Image& frame, const std::string& format, int algorithm) {
+    const _OrvImage& source = frame.record;
+    const bool bayer = OrvWord_Pattern(source.pixelType) >= 0, wide = format == "RGBA64_LE";
+    const int bits = source.bitDepth, width = source.width;
     // TrueSense engines make 8 bits themselves, and no 16.
     const int made = !wide ? 8 : bayer ? 16 : bits;
-    Bytes colour(static_cast<size_t>(6 * frame.width * kHeight));
-    _OrvImage source, result;
-    OrvFrame_Make(&source, frame.word, frame.width, kHeight, frame.stride,
-                  const_cast<unsigned char*>(frame.bytes.data()));
-    OrvFrame_Make(&result, OrvWord_Colour(format[0] == 'B', 3, made), frame.width, kHeight, 0, colour.data());
+    Bytes colour(static_cast<size_t>(6 * width * kHeight));
+    _OrvImage result;
+    OrvFrame_Make(&result, OrvWord_Colour(format[0] == 'B', 3, made), width, kHeight, 0, colour.data());
     if (bayer) {
         const orvtest::BayerComponent component(algorithm);
         Bytes scratch(static_cast<size_t>(OrvFrame_ConvertBayerBytes(&source, &result, algorithm)));
@@ -110,14 +100,13 @@ Bytes Expected(const Frame& frame, const std::string& format, int algorithm) {
         const orvtest::TrueSenseComponent component(algorithm);
         EXPECT_EQ(component->ConvertImage(&source, &result), 0U);
         auto* const words = static_cast<uint16_t*>(result.data);
-        EXPECT_EQ(wide ? OrvRows_To16(words, result.stride, words, result.stride, 3 * frame.width, kHeight, bits) : 0,
-                  0U);
+        EXPECT_EQ(wide ? OrvRows_To16(words, result.stride, words, result.stride, 3 * width, kHeight, bits) : 0, 0U);
     }
     const int sample = wide ? 2 : 1, pixel = (format.size() == 3 ? 3 : 4) * sample;
-    const int stride = PaddedToFour(frame.width * pixel);
+    const int stride = PaddedToFour(width * pixel);
     Bytes picture(static_cast<size_t>(stride * kHeight));
-    for (int i = 0; i < frame.width * kHeight; ++i) {
-        unsigned char* to = &picture[static_cast<size_t>(i / frame.width * stride + i % frame.width * pixel)];
+    for (int i = 0; i < width * kHeight; ++i) {
+        unsigned char* to = &picture[static_cast<size_t>(i / width * stride + i % width * pixel)];
         std::memset(to, 255, static_cast<size_t>(pixel));
         std::memcpy(to, &colour[static_cast<size_t>(3 * sample * i)], static_cast<size_t>(3 * sample));
     }
@@ -133,10 +122,11 @@ Bytes WithoutPadding(Bytes picture, int rowBytes) {
     return picture;
 }
 
-void ExpectPicture(Stream* stream, const Frame& frame, const std::string& format, int algorithm) {
-    const int rowBytes = frame.width * (format == "RGBA64_LE" ? 8 : format.size() == 3 ? 3 : 4);
+void ExpectPicture(Stream* stream, const Image& frame, const std::string& format, int algorithm) {
+    const int rowBytes = frame.record.width * (format == "RGBA64_LE" ? 8 : format.size() == 3 ? 3 : 4);
     EXPECT_EQ(WithoutPadding(stream->Pull(), rowBytes), Expected(frame, format, algorithm))
-        << frame.Caps() << ' ' << format << ' ' << algorithm << ", stride " << frame.stride << ": " << stream->Error();
+        << CapsOf(frame) << ' ' << format << ' ' << algorithm << ", stride " << frame.record.stride << ": "
+        << stream->Error();
 }
 
 const char* const kFormats[] = {"RGB", "BGR", "RGBx", "BGRx", "RGBA", "BGRA", "RGBA64_LE"};
@@ -155,8 +145,8 @@ TEST(Element, BayerFramesGiveThePicturesOfTheLibraryInEveryFormat) {
                 const int width = padded ? 15 : 13;
                 stream.SetCaps(OrvGst_Caps(word), width, format);
                 for (const uint64_t seed : {1U, 2U}) {
-                    const Frame frame(word, width, padded, seed);
-                    ASSERT_EQ(stream.Push(frame.bytes), GST_FLOW_OK) << stream.Error();
+                    Image frame = FrameOf(word, width, padded, seed);
+                    ASSERT_EQ(stream.Push(BytesOf(frame)), GST_FLOW_OK) << stream.Error();
                     ExpectPicture(&stream, frame, format, algorithm);
                 }
             }
@@ -170,25 +160,24 @@ TEST(Element, TrueSenseFramesTravelInGrey) {
             if (bits == 8 && format == "RGBA64_LE") {
                 continue;
             }
-            const Frame frame(OrvWord_TrueSense(6, bits), 17, bits != 10, 3);
+            Image frame = FrameOf(OrvWord_TrueSense(6, bits), 17, bits != 10, 3);
             Stream stream("orvdemosaic mosaic=truesense grid=6 algorithm=1 threads=1" +
                           (bits > 8 ? " bits=" + std::to_string(bits) : ""));
-            stream.SetCaps(frame.Caps(), frame.width, format);
-            ASSERT_EQ(stream.Push(frame.bytes), GST_FLOW_OK) << stream.Error();
+            stream.SetCaps(CapsOf(frame), frame.record.width, format);
+            ASSERT_EQ(stream.Push(BytesOf(frame)), GST_FLOW_OK) << stream.Error();
             ExpectPicture(&stream, frame, format, 1);
         }
     }
 }
 
 TEST(Element, RowsAreWhereTheVideoMetaSays) {
-    const Frame frame(OrvPixelBayerRG12, 16, false, 4);
+    Image frame = FrameOf(OrvPixelBayerRG12, 16, false, 4);
     Bytes upsideDown(34 * kHeight + 8);
     for (int y = 0; y < kHeight; ++y) {
-        std::memcpy(&upsideDown[static_cast<size_t>(8 + (kHeight - 1 - y) * 34)],
-                    &frame.bytes[static_cast<size_t>(y * 32)], 32);
+        std::memcpy(&upsideDown[static_cast<size_t>(8 + (kHeight - 1 - y) * 34)], frame.Row<uint8_t>(y), 32);
     }
     Stream stream("orvdemosaic");
-    stream.SetCaps(frame.Caps(), frame.width, "RGB");
+    stream.SetCaps(CapsOf(frame), frame.record.width, "RGB");
     ASSERT_EQ(stream.Push(upsideDown, 8 + 34 * (kHeight - 1), -34), GST_FLOW_OK) << stream.Error();
     ExpectPicture(&stream, frame, "RGB", 0);
     EXPECT_EQ(stream.Push(upsideDown, 8 + 34 * (kHeight - 1), 34), GST_FLOW_ERROR);
@@ -196,10 +185,10 @@ TEST(Element, RowsAreWhereTheVideoMetaSays) {
 }
 
 TEST(Element, WhatDoesNotFitStopsTheStreamWithARemedy) {
-    const Frame bayer(OrvPixelBayerRG8, 16, false, 5), grey(OrvWord_TrueSense(0, 10), 16, false, 5);
+    Image bayer = FrameOf(OrvPixelBayerRG8, 16, false, 5), grey = FrameOf(OrvWord_TrueSense(0, 10), 16, false, 5);
     const struct {
         const char* element;
-        const Frame& frame;
+        Image& frame;
         size_t missing;
         const char* remedy;
     } mistakes[] = {
@@ -213,9 +202,9 @@ TEST(Element, WhatDoesNotFitStopsTheStreamWithARemedy) {
     };
     for (const auto& mistake : mistakes) {
         Stream stream(mistake.element);
-        stream.SetCaps(mistake.frame.Caps(), 16, "RGB");
-        const Bytes frame(mistake.frame.bytes.begin(),
-                          mistake.frame.bytes.end() - static_cast<ptrdiff_t>(mistake.missing));
+        stream.SetCaps(CapsOf(mistake.frame), 16, "RGB");
+        Bytes frame = BytesOf(mistake.frame);
+        frame.resize(frame.size() - mistake.missing);
         EXPECT_EQ(stream.Push(frame), GST_FLOW_ERROR) << mistake.element;
         const std::string error = stream.Error();
         EXPECT_NE(error.find(mistake.remedy), std::string::npos) << mistake.element << ": " << error;

@@ -8,7 +8,7 @@
 
 #include "OrvHelpers.h"
 #include "support/Components.h"
-#include "support/Noise.h"
+#include "support/Frames.h"
 
 namespace {
 
@@ -56,32 +56,24 @@ TEST(Parameters, TableIsWhatComponentsRegister) {
     }
 }
 
-// A dim frame of noise, whose pixels depend on all that an engine reads.
-class TrueSenseFrame {
-public:
-    std::vector<uint16_t> Convert(int algorithm, const std::vector<std::pair<std::string, std::string>>& settings) {
-        const orvtest::TrueSenseComponent component(algorithm);
-        OrvComponent* view = component->GetComponent();
-        for (const auto& each : settings) {
-            EXPECT_EQ(0U, OrvParam_SetText(view, each.first.c_str(), each.second.c_str()));
-        }
-        std::vector<uint16_t> result(3 * mosaic_.size());
-        _OrvImage source;
-        _OrvImage destination;
-        EXPECT_EQ(0U, OrvFrame_Make(&source, OrvPixelTrueSense12, kSide, kSide, 0, mosaic_.data()));
-        EXPECT_EQ(0U, OrvFrame_Make(&destination, OrvPixelRGB12, kSide, kSide, 0, result.data()));
-        EXPECT_EQ(0U, component->ConvertImage(&source, &destination));
-        return result;
-    }
+using Settings = std::vector<std::pair<std::string, std::string>>;
 
-private:
-    static constexpr int kSide = 32;
-    std::vector<uint16_t> mosaic_ = orvtest::NoiseSamples<uint16_t>(9, kSide* kSide, 1500);
-};
+// A dim frame of noise, whose pixels depend on all that an engine reads.
+std::vector<uint8_t> Convert(int algorithm, const Settings& settings) {
+    constexpr int kSide = 32;
+    const orvtest::TrueSenseComponent component(algorithm);
+    for (const auto& each : settings) {
+        EXPECT_EQ(0U, OrvParam_SetText(component->GetComponent(), each.first.c_str(), each.second.c_str()));
+    }
+    orvtest::Image frame = orvtest::FrameOf(OrvPixelTrueSense12, 12, kSide, kSide);
+    FillFrame(frame, orvtest::Content::Noise, 9, 1500);
+    orvtest::Image result = orvtest::FrameOf(OrvPixelRGB12, 12, kSide, kSide);
+    EXPECT_EQ(0U, component.Convert(frame, result));
+    return result.bytes;
+}
 
 // What the table says about who reads a parameter.
 TEST(Parameters, ChangeTheResultsOfTheAlgorithmsThatReadThem) {
-    TrueSenseFrame frame;
     for (int algorithm = 0; algorithm < 5; ++algorithm) {
         for (int i = 2; i < OrvParam_InfoCount(OrvFamilyTrueSense); ++i) {
             const OrvParamInfo* info = OrvParam_InfoAt(OrvFamilyTrueSense, i);
@@ -90,11 +82,10 @@ TEST(Parameters, ChangeTheResultsOfTheAlgorithmsThatReadThem) {
             static const char* const kRows[] = {"11.04", "17.69", "23.96", "29.91", "36.77"};
             const bool row = name.rfind("ISO", 0) == 0;
             const int n = row ? name.back() - '0' : 0;
-            std::vector<std::pair<std::string, std::string>> settings = {
-                {"sharpnessEnable", "1"}, {"panSigma1", "1"},   {"panSigma2", "1"},
-                {"colorRadius2", "1"},    {"colorSigma2", "1"}, {"maxSharpen", "3"}};
+            Settings settings = {{"sharpnessEnable", "1"}, {"panSigma1", "1"},   {"panSigma2", "1"},
+                                 {"colorRadius2", "1"},    {"colorSigma2", "1"}, {"maxSharpen", "3"}};
             settings.emplace_back("analogGain", name.find("AnalogGain") != std::string::npos ? "20" : kRows[n]);
-            const std::vector<uint16_t> before = frame.Convert(algorithm, settings);
+            const std::vector<uint8_t> before = Convert(algorithm, settings);
             static const std::map<std::string, std::string> kOthers = {
                 {"analogGain", "30"}, {"sharpnessEnable", "0"}, {"colorRadius2", "0"}, {"darkFloor", "100"}};
             std::string value = info->type == OrvParamInteger ? (info->standard == 0 ? "1" : "0")
@@ -104,7 +95,7 @@ TEST(Parameters, ChangeTheResultsOfTheAlgorithmsThatReadThem) {
             // Rows 1 and 2 surround an analog gain of 20, as long as row 0 stays below it.
             const bool unread = (info->algorithms >> algorithm & 1) == 0 || name == "threads_num" ||
                                 name == "ISOAnalogGain_3" || name == "ISOAnalogGain_4";
-            EXPECT_EQ(unread, before == frame.Convert(algorithm, settings)) << name << " by " << algorithm;
+            EXPECT_EQ(unread, before == Convert(algorithm, settings)) << name << " by " << algorithm;
         }
     }
 }

@@ -37,17 +37,6 @@ private:
     std::vector<unsigned char> memory_;
 };
 
-// Noise of -limit to limit.
-template <class T>
-std::vector<T> SignedNoise(uint64_t seed, int count, int limit) {
-    std::vector<T> v;
-    for (const uint32_t n :
-         NoiseSamples<uint32_t>(seed, static_cast<size_t>(count), 2 * static_cast<uint32_t>(limit))) {
-        v.push_back(static_cast<T>(static_cast<int>(n) - limit));
-    }
-    return v;
-}
-
 // A run of the driver with all memory of its own, in buffers of exactly the sizes it asks for.
 struct DriverRun {
     std::vector<uint16_t> sensor;

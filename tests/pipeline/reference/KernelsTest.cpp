@@ -214,7 +214,8 @@ TEST(GlobalGain, WorksInSteps) {
 void SplitByTheCell(int pattern) {
     const char* const cells[4] = {"PGPRGPRPPBPGBPGP", "PBPGBPGPPGPRGPRP", "PRPGRPGPPGPBGPBP", "PGPBGPBPPRPGRPGP"};
     const int w = 24, h = 8, qw = w / 2;
-    const Shorts noise = SignedNoise<short>(8, w * h, 2000);
+    Shorts noise = NoiseSamples<short>(8, w * h, 4000);
+    std::for_each(noise.begin(), noise.end(), [](short& v) { v = static_cast<short>(v - 2000); });
     Shorts frame = noise;
     const float red = 1.7F, green = 0.5F, blue = 2.9F, pan = 1.0F;
     std::vector<Shorts> planes(4, Shorts(static_cast<size_t>(qw * h / 2), -1)), expected = planes;
