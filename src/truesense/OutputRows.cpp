@@ -101,31 +101,44 @@ ORV_ROW_TEMPLATE_TUNED((class Value), (Value), MatrixRow,
 
 // Table lookups are faster one by one than gathered on processors that mitigate Gather Data Sampling.
 template <class T>
-ORV_ALWAYS_INLINE void TonePixels(const uint16_t* const* in, const T* tones, ptrdiff_t step, int n, T* out) {
+ORV_ALWAYS_INLINE void TonePixels(const uint16_t* const* in, const OutputTable<T>& tones, ptrdiff_t step, int x, int n,
+                                  T* out) {
     const uint16_t* first = in[0];
     const uint16_t* second = in[1];
     const uint16_t* third = in[2];
-    int x = 0;
-    for (; x < n - 3; x += 4, out += 4 * step) {
-        for (int k = 0; k < 4; ++k) {
-            out[k * step] = tones[first[x + k]];
-            out[k * step + 1] = tones[second[x + k]];
-            out[k * step + 2] = tones[third[x + k]];
-        }
-    }
+#pragma GCC unroll 4
     for (; x < n; ++x, out += step) {
-        out[0] = tones[first[x]];
-        out[1] = tones[second[x]];
-        out[2] = tones[third[x]];
+        out[0] = tones.Sample(first[x]);
+        out[1] = tones.Sample(second[x]);
+        out[2] = tones.Sample(third[x]);
     }
 }
 
+// Pixels side by side, by words of samples.
 template <class T>
-void StoreRow(const uint16_t* const* in, const T* tones, ptrdiff_t step, int n, T* out) {
+void TonePacked(const uint16_t* const* in, const OutputTable<T>& tones, int n, T* out) {
+    constexpr int kPlaces = OutputTable<T>::kPlaces;
+    const uint16_t* const planes[3] = {in[0], in[1], in[2]};
+    int x = 0;
+    for (; x <= n - kPlaces; x += kPlaces, out += 3 * kPlaces) {
+        for (int word = 0; word < 3; ++word) {
+            uint32_t samples = 0;
+            for (int place = 0; place < kPlaces; ++place) {
+                const int sample = word * kPlaces + place;
+                samples |= tones.At(place, planes[sample % 3][x + sample / 3]);
+            }
+            std::memcpy(out + word * kPlaces, &samples, sizeof(samples));
+        }
+    }
+    TonePixels(in, tones, 3, x, n, out);
+}
+
+template <class T>
+void StoreRow(const uint16_t* const* in, const OutputTable<T>& tones, ptrdiff_t step, int n, T* out) {
     if (step == 3) {
-        TonePixels(in, tones, 3, n, out);
+        TonePacked(in, tones, n, out);
     } else {
-        TonePixels(in, tones, step, n, out);
+        TonePixels(in, tones, step, 0, n, out);
     }
 }
 
@@ -140,9 +153,11 @@ int OutputShift(int bits, bool normalize, bool* ok) {
 template <class T>
 void OutputTable<T>::Fill(const int16_t* toneTable, int shift) {
     for (int v = 0; v < 4096; ++v) {
-        entries[v] = static_cast<T>(shift < 0 ? static_cast<uint32_t>(toneTable[v] >> -shift)
-                                              : static_cast<uint32_t>(static_cast<uint16_t>(toneTable[v])) << shift);
+        const uint32_t tone = shift < 0 ? static_cast<uint32_t>(toneTable[v] >> -shift)
+                                        : static_cast<uint32_t>(static_cast<uint16_t>(toneTable[v])) << shift;
+        entries[v] = tone << (32 - 8 * sizeof(T));
     }
+    entries[4096] = 0;
 }
 
 bool IsIdentity(const double (&matrix)[9]) {
@@ -163,7 +178,7 @@ void OutputRows<T>::Write(int y, const Value* red, const Value* green, const Val
             const uint16_t* const planes[3] = {reinterpret_cast<const uint16_t*>(bgr ? blue : red),
                                                reinterpret_cast<const uint16_t*>(green),
                                                reinterpret_cast<const uint16_t*>(bgr ? red : blue)};
-            StoreRow(planes, table->entries, walk.columnStep, n, out);
+            StoreRow(planes, *table, walk.columnStep, n, out);
             return;
         }
     }
@@ -183,7 +198,7 @@ void OutputRows<T>::Write(int y, const Value* red, const Value* green, const Val
         } else {
             MatrixRow<Value>({red + x, green + x, blue + x}, matrix, count, results);
         }
-        StoreRow(stored, table->entries, walk.columnStep, count, out);
+        StoreRow(stored, *table, walk.columnStep, count, out);
     }
 }
 

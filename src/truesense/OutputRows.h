@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "truesense/GridFrame.h"
 
@@ -14,14 +15,26 @@ namespace orv {
 // false for a depth outside 8, 10, 12, 14, 16 without `normalize`.
 int OutputShift(int bits, bool normalize, bool* ok);
 
-// Finished samples of type T by 12-bit value.
+// Finished samples of type T by 12-bit value, each at the upper end of a word of zeros. The 32 bits from a place within
+// that word on have the sample lower down and zeros of the next word above it: so the samples of a word of the
+// destination are or-ed together, which is stored at once.
 template <class T>
 struct OutputTable {
-    T entries[4096];
+    static constexpr int kPlaces = 4 / static_cast<int>(sizeof(T));
+    uint32_t entries[4096 + 1];
 
     // `shift` as of OutputShift; a right shift is that of a signed tone, other tones count as unsigned; the low bits
     // stay.
     void Fill(const int16_t* toneTable, int shift);
+
+    T Sample(uint16_t v) const { return static_cast<T>(entries[v] >> (32 - 8 * sizeof(T))); }
+    // The sample at one of the kPlaces places of a word, the first one in memory being 0.
+    uint32_t At(int place, uint16_t v) const {
+        static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "places are counted from the low end");
+        uint32_t word;
+        std::memcpy(&word, reinterpret_cast<const unsigned char*>(entries + v + 1) - (place + 1) * sizeof(T), 4);
+        return word;
+    }
 };
 
 // True for 1.0 on the diagonal and 0.0 elsewhere.
