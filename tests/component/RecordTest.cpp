@@ -27,13 +27,11 @@ static_assert(OrvPixelTrueSense(OrvPixelTrueSense8, 4) == 0x04080133U &&
 TEST(Records, RectanglesAndSizesCompareEveryField) {
     _OrvRect base = {1, 2, 3, 4};
     _OrvRect same = base;
-    EXPECT_TRUE(base == same);
-    EXPECT_FALSE(base != same);
+    EXPECT_TRUE(base == same && !(base != same));
     for (int32_t _OrvRect::*field : {&_OrvRect::x, &_OrvRect::y, &_OrvRect::width, &_OrvRect::height}) {
         _OrvRect other = base;
         other.*field = 9;
-        EXPECT_FALSE(base == other);
-        EXPECT_TRUE(base != other);
+        EXPECT_TRUE(base != other && !(base == other));
     }
     _OrvSize size = {5, 6};
     _OrvSize wide = {7, 6};

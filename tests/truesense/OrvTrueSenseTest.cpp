@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -52,40 +53,23 @@ protected:
 };
 
 TEST_F(TrueSenseComponent, AcceptedDestinations) {
-    struct Row {
-        uint32_t word;
-        const char* layout;  // none: refused
-        bool bytes;
-    };
-    const Row rows[] = {{0x02180171, "3rgb", true},
-                        {0x02180172, "3bgr", true},
-                        {0x02200173, "4rgb", true},
-                        {0x02200174, "4bgr", true},
-                        {0x02300275, "3rgb", false},
-                        {0x02300276, "3bgr", false},
-                        {0x02300377, "3rgb", false},
-                        {0x02300378, "3bgr", false},
-                        {0x02300479, "3rgb", false},
-                        {0x0230047A, "3bgr", false},
-                        {0x0230057B, "3rgb", false},
-                        {0x0230057C, "3bgr", false},
-                        {0, "", false},
-                        {0x02180173, "", false},
-                        {0x0230057D, "", false},
-                        {0x04080131, "", false},
-                        {0x03080171, "", false}};
+    constexpr size_t kAccepted = 12, kOfBytes = 4;
+    const uint32_t words[] = {0x02180171, 0x02180172, 0x02200173, 0x02200174, 0x02300275, 0x02300276,
+                              0x02300377, 0x02300378, 0x02300479, 0x0230047A, 0x0230057B, 0x0230057C,
+                              0,          0x02180173, 0x0230057D, 0x04080131, 0x03080171};
     for (const OrvPixelType first :
          {OrvPixelTrueSense8, OrvPixelTrueSense10, OrvPixelTrueSense12, OrvPixelTrueSense14}) {
         const uint32_t source = OrvPixelTrueSense(first, 6);
         const bool byteSource = first == OrvPixelTrueSense8;
-        for (const Row& row : rows) {
-            Words(source, 12, row.word);
+        for (size_t i = 0; i < std::size(words); ++i) {
+            Words(source, 12, words[i]);
             Convert();
             TakeCalls();
-            const bool accepted = *row.layout != '\0' && (row.bytes || !byteSource);
-            const std::string entry = row.bytes && !byteSource ? "RGB " : " ";
-            EXPECT_EQ(Convert(), accepted ? 0U : kBadArgument) << std::hex << source << " " << row.word;
-            EXPECT_EQ(TakeCalls(), accepted ? std::string(row.layout) + " Init" + entry + "Calculate" + entry : "");
+            const bool accepted = i < (byteSource ? kOfBytes : kAccepted);
+            const std::string layout = std::string(i / 2 == 1 ? "4" : "3") + (i % 2 == 0 ? "rgb" : "bgr");
+            const std::string entry = i < kOfBytes && !byteSource ? "RGB " : " ";
+            EXPECT_EQ(Convert(), accepted ? 0U : kBadArgument) << std::hex << source << " " << words[i];
+            EXPECT_EQ(TakeCalls(), accepted ? layout + " Init" + entry + "Calculate" + entry : "");
         }
         EXPECT_EQ(g_log.source, source_.data);
         EXPECT_EQ(g_log.destination, destination_.data);

@@ -74,9 +74,10 @@ TEST(TrueSenseKodakLike, FloorsBeyondTheSamplesWrap) {
 // A step from 100 to 200 between cells, where codes are linear. In the first row and column the tones stand for the
 // edge responses, and the gain meets its limit.
 TEST(TrueSenseKodakLike, SharpensAStep) {
-    auto across = Flat(100);
-    for (size_t p = 0; p < across.size(); ++p) {
-        across[p] = p % kSize < 12 ? 100 : 200;
+    Samples across, down;
+    for (int p = 0; p < kSize * kSize; ++p) {
+        across.push_back(p % kSize < 12 ? 100 : 200);
+        down.push_back(p / kSize < 12 ? 100 : 200);
     }
     auto param = Plain();
     const auto greens = [](const Samples& result, int line, bool alongRow) {
@@ -95,12 +96,6 @@ TEST(TrueSenseKodakLike, SharpensAStep) {
     // 174 + 13 * (25 / 6.03 - 1) and 199 + 19 * (25 / 5.81 - 1)
     EXPECT_EQ((Values{100, 124, 214, 261, 199, 200}), greens(Convert(across, param), 12, true));
     EXPECT_EQ((Values{100, 125, 227, 276, 228, 200}), greens(Convert(across, param), 0, true));
-    Samples down(across.size());
-    for (int y = 0; y < kSize; ++y) {
-        for (int x = 0; x < kSize; ++x) {
-            down[static_cast<size_t>(y * kSize + x)] = across[static_cast<size_t>(x * kSize + y)];
-        }
-    }
     EXPECT_EQ((Values{100, 125, 227, 276, 228, 200}), greens(Convert(down, param), 0, false));
 }
 

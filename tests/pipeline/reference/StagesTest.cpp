@@ -158,18 +158,12 @@ TEST(ImageProcess, LogsTheCheckNumber) {
 }
 
 TEST(ImageProcess, StopsAtAFailingStage) {
-    struct Case {
-        int pattern;
-        uint32_t rgbBufferSize;
-        const char* text;
-    };
-    for (const Case& c : {Case{4, 0, "CFA pattern error.\n"}, Case{1, 3 * 64 + 64 - 1, "pBuf memory alloc error.\n"},
-                          Case{1, 63, "pBuf memory alloc error.\n"}}) {
+    for (const uint32_t bytes : {0U, 63U, 3 * 64 + 64 - 1U}) {
         DriverRun run(8, 8);
-        run.param.cfaPattern = c.pattern;
-        run.buffers.rgbBufferSize = c.rgbBufferSize;
+        run.param.cfaPattern = bytes == 0 ? 4 : 1;
+        run.buffers.rgbBufferSize = bytes;
         EXPECT_EQ(Api_ImageProcess(&run.param, &run.buffers), -1);
-        EXPECT_STREQ(run.text, c.text);
+        EXPECT_STREQ(run.text, bytes == 0 ? "CFA pattern error.\n" : "pBuf memory alloc error.\n");
         EXPECT_EQ(run.rgb, std::vector<uint8_t>(run.rgb.size(), 0xA5));
     }
 }
