@@ -1,20 +1,12 @@
 // The Bayer component with the conversions that OpenCV does.
 #include <gtest/gtest.h>
 
-#include "bayer/OrvBayerImp.h"
 #include "support/Components.h"
 #include "support/Frames.h"
 
 namespace {
 
 using orvtest::Image;
-
-TEST(BayerComponent, CodesDependOnPatternAndEdgeAwarenessOnly) {
-    EXPECT_EQ(PixelTypeToBayerType(0x0308010D, 1, false), 49);
-    EXPECT_EQ(PixelTypeToBayerType(0x0308010D, 77, false), 49);
-    EXPECT_EQ(PixelTypeToBayerType(0x03100319, 0, false), -1);
-    EXPECT_EQ(PixelTypeToBayerType(0x0310010D, 0, false), -1);
-}
 
 TEST(BayerComponent, BadInputIsRefusedAndWritesNothing) {
     for (const long algorithm : {0L, 2L}) {

@@ -2,10 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 
-#include "bayer/BayerDirect.h"
-#include "bayer/OrvBayerImp.h"
+#include "OrvBayer.h"
 #include "support/Image.h"
 #include "support/Noise.h"
 
@@ -14,12 +12,6 @@ namespace {
 using orvtest::Image;
 
 constexpr uint32_t kBadArgument = 0x80050007U;
-
-// By pattern number: GR, RG, BG, GB.
-const uint32_t kWords[][4] = {{OrvPixelBayerGR10, OrvPixelBayerRG10, OrvPixelBayerBG10, OrvPixelBayerGB10},
-                              {OrvPixelBayerGR12, OrvPixelBayerRG12, OrvPixelBayerBG12, OrvPixelBayerGB12},
-                              {OrvPixelBayerGR14, OrvPixelBayerRG14, OrvPixelBayerBG14, OrvPixelBayerGB14},
-                              {OrvPixelBayerGR16, OrvPixelBayerRG16, OrvPixelBayerBG16, OrvPixelBayerGB16}};
 
 TEST(BayerDirect, RecordsAreTested) {
     _OrvImage image = {};
@@ -30,31 +22,6 @@ TEST(BayerDirect, RecordsAreTested) {
     for (const uint32_t word : {0x0308010CU, 0x03100319U, 0x04080131U}) {
         image.pixelType = word;
         EXPECT_EQ(BayerToColor(&image, &image, 7), kBadArgument);
-    }
-}
-
-TEST(BayerDirect, FillsARecordFromANumberedPattern) {
-    _OrvRect rect = {1, 2, 3, 4};
-    _OrvSize size = {30, 20};
-    const unsigned short sample = 0;
-    for (unsigned char pattern = 0; pattern < 5; ++pattern) {
-        for (const int bitDepth : {8, 10, 11, 12, 14, 16}) {
-            _OrvImage image;
-            std::memset(&image, 0x5A, sizeof image);
-            _OrvImage expected = image;
-            expected.bitDepth = bitDepth;
-            expected.width = 30;
-            expected.height = 20;
-            expected.stride = 64;
-            expected.imageSize = 1280;
-            expected.data = const_cast<unsigned short*>(&sample);
-            const bool good = pattern < 4 && bitDepth >= 10 && bitDepth % 2 == 0;
-            if (good) {
-                expected.pixelType = kWords[(bitDepth - 10) / 2][pattern];
-            }
-            EXPECT_EQ(fillInSrc(&image, &sample, rect, size, 64, pattern, bitDepth), good ? 0 : 7);
-            EXPECT_EQ(std::memcmp(&image, &expected, sizeof image), 0) << int{pattern} << ' ' << bitDepth;
-        }
     }
 }
 

@@ -7,6 +7,7 @@
 #include <opencv2/imgcodecs.hpp>
 
 #include "CameraFrame.h"
+#include "OrvHelpers.h"
 
 namespace {
 
@@ -81,38 +82,31 @@ TEST_F(GrabTool, SaysWhatIsThereInstead) {
     EXPECT_EQ(std::distance(fs::directory_iterator("."), fs::directory_iterator()), 1);  // the text
 }
 
-// A string of bits, lowest first.
-std::vector<unsigned char> Packed(const std::vector<uint16_t>& samples, int bits) {
-    std::vector<unsigned char> bytes((samples.size() * static_cast<size_t>(bits) + 7) / 8);
-    for (size_t i = 0; i < samples.size() * static_cast<size_t>(bits); ++i) {
-        const int bit = samples[i / static_cast<size_t>(bits)] >> (i % static_cast<size_t>(bits)) & 1;
-        bytes[i / 8] = static_cast<unsigned char>(bytes[i / 8] | bit << (i % 8));
-    }
-    return bytes;
-}
-
 TEST(CameraFrame, PackedFramesGiveThePicturesOfPlainOnes) {
     const struct {
         uint32_t plain, packed;
-        int bits;
-    } formats[] = {{kBayerRG12, kBayerRG12p, 12}, {kSparse10, kSparse10p, 10}};
+        int packing;
+    } formats[] = {{kBayerRG12, kBayerRG12p, OrvPacking12p}, {kSparse10, kSparse10p, OrvPacking10p}};
+    constexpr size_t kSamples = 37 * 21;  // rows of 12p that end within a byte
     for (const auto& format : formats) {
+        std::vector<unsigned char> packed(static_cast<size_t>(OrvPacking_RowBytes(format.packing, kSamples)));
+        for (size_t i = 0; i < packed.size(); ++i) {
+            packed[i] = static_cast<unsigned char>(i * i * 2654435761U >> 8);
+        }
+        std::vector<uint16_t> samples(kSamples);
+        ASSERT_EQ(OrvPacking_Unpack(format.packing, packed.data(), packed.size(), static_cast<int64_t>(packed.size()),
+                                    kSamples, 1, samples.data(), 2 * kSamples, 2 * kSamples),
+                  0U);
         for (int algorithm = 0; algorithm <= 2; ++algorithm) {
+            ColourConverter converter(algorithm, 1);
             CameraFrame frame;
-            frame.width = 37;  // rows of 12p that end within a byte
+            frame.width = 37;
             frame.height = 21;
-            std::vector<uint16_t> samples(37 * 21);
-            for (size_t i = 0; i < samples.size(); ++i) {
-                samples[i] = static_cast<uint16_t>(i * i * 2654435761U >> 8 & ((1U << format.bits) - 1));
-            }
             frame.pixelFormat = format.plain;
             frame.data = samples.data();
-            frame.bytes = 2 * samples.size();
-            ColourConverter converter(algorithm, 1);
+            frame.bytes = 2 * kSamples;
             const cv::Mat expected = converter.Convert(frame).clone();
             EXPECT_GT(cv::norm(expected), 0);
-
-            const std::vector<unsigned char> packed = Packed(samples, format.bits);
             frame.pixelFormat = format.packed;
             frame.data = packed.data();
             frame.bytes = packed.size();
