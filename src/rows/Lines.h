@@ -7,6 +7,7 @@
 #include <climits>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 namespace orv {
 
@@ -60,6 +61,16 @@ public:
             (n * static_cast<ptrdiff_t>(sizeof(T)) + 3 * kLine - 1) / kLine * kLine / static_cast<ptrdiff_t>(sizeof(T));
         if (start_ != nullptr) {
             lines.base = reinterpret_cast<T*>(start_ + bytes_ + kLine);
+            // Row functions take neighbours from there for values that are replaced after. Sums of what an earlier
+            // frame has left there must not overflow, as those of 32 bits might.
+            if constexpr (std::is_same_v<T, int32_t>) {
+                constexpr ptrdiff_t kSpare = kLine / static_cast<ptrdiff_t>(sizeof(T));
+                for (int y = 0; y < rows; ++y) {
+                    T* const row = lines.base + y * lines.stride;
+                    std::fill(row - kSpare, row, 0);
+                    std::fill(row + n, row + lines.stride - kSpare, 0);
+                }
+            }
         }
         bytes_ += rows * lines.stride * static_cast<ptrdiff_t>(sizeof(T));
         return lines;

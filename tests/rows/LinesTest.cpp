@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
 #include <vector>
 
 #ifndef NDEBUG
@@ -18,3 +20,16 @@ TEST(Lines, ARowThatLeftTheRingIsCaught) {
     EXPECT_DEATH(ring[3], "never did");
 }
 #endif
+
+// Sums of neighbours beyond the ends, of what an earlier frame has left there, might overflow.
+TEST(Lines, NothingStandsBeyondTheEndsOfWideRows) {
+    alignas(64) unsigned char memory[4096];
+    std::fill(std::begin(memory), std::end(memory), static_cast<unsigned char>(0x80));
+    orv::LineCutter cutter(memory);
+    cutter.Line<int16_t>(5);
+    const orv::Lines<int32_t> lines = cutter.Plane<int32_t>(3, 7);
+    for (int y = 0; y < 3; ++y) {
+        EXPECT_EQ(0, lines[y][-1]);
+        EXPECT_EQ(0, lines[y][7]);
+    }
+}
