@@ -108,12 +108,13 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
           DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT ${component})
 endforeach()
 
-# Manual pages say what `--help` says.
+# Manual pages say what `--help` says, examples a line each.
 foreach(program orv-convert orv-grab)
   set(page ${scripts}/${program}.1)
   add_custom_command(OUTPUT ${page}.gz DEPENDS ${program}
     COMMAND ${ORV_HELP2MAN} --no-info --version-string=${PROJECT_VERSION} --output=${page}
             "--name=colour from raw frames of single-sensor cameras" $<TARGET_FILE:${program}>
+    COMMAND sed -i "/^orv.-convert \\|^camera /a .br" ${page}
     COMMAND ${ORV_GZIP} -9nf ${page} VERBATIM)
   list(APPEND pages ${page}.gz)
 endforeach()

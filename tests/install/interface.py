@@ -53,10 +53,12 @@ class Library:
     def record(self, node: xml.Element) -> list[str]:
         lines = [f"{int(member.get('layout-offset-in-bits', 0)) // 8} {member[0].get('name')}: "
                  f"{self.name(member[0].get('type-id'))}" for member in node.findall("data-member")]
-        # A destructor's place is not told: it shows in those of the others.
-        virtual = {(int(member.get("vtable-offset")), member[0].get("name"), self.prototype(member[0]))
+        # Not every compiler tells the place of a destructor: it shows in those of the others.
+        virtual = {(-1 if member.get("destructor") else int(member.get("vtable-offset")), member[0].get("name"),
+                    self.prototype(member[0]))
                    for member in node.findall("member-function") if member.get("vtable-offset")}
-        return lines + [f"virtual {place if place >= 0 else '-'} {name}: {form}" for place, name, form in sorted(virtual)]
+        return lines + [f"virtual {f'{place} ' if place >= 0 else ''}{name}: {form}"
+                        for place, name, form in sorted(virtual)]
 
     def layouts(self) -> dict[str, list[str]]:
         found: dict[str, list[str]] = {}
