@@ -5,7 +5,7 @@
 #     ./build.sh test       installs what is missing, builds with warnings as errors, passes the tests
 #     ./build.sh sanitize   the tests under the address and undefined-behaviour sanitizers
 #     ./build.sh fuzz [N]   N (60) seconds of careless calls by libFuzzer under the sanitizers
-#     ./build.sh soak [cameras|shift]  eight cameras at once, and a long shift, in minutes
+#     ./build.sh soak [cameras|shift]  eight cameras at once; a long shift of one process
 #     ./build.sh race       cameras at once under the thread sanitizer
 #     ./build.sh faults     every allocation of a conversion fails once, in every engine; threads that do not start
 #     ./build.sh lint       clang-format and clang-tidy
@@ -17,9 +17,9 @@
 #     ./build.sh gstreamer  the same for the GStreamer element
 #     ./build.sh packages   Debian packages in build/debian, judged by lintian, used in a scratch root
 #     ./build.sh interface  symbols, records and virtual operations, against the recorded ones
-#     ./build.sh clang      builds with clang, compares check numbers at every instruction-set level, passes the tests
+#     ./build.sh clang      builds with clang, passes the tests
 #     ./build.sh arm        the same for AArch64: cross-compiled, run under QEMU
-#     With `checks` after them these two only compare the check numbers.
+#     ./build.sh same [all] check numbers of gcc, clang and AArch64 [optimised little and much, up to 16 threads]
 set -euo pipefail
 cd "$(dirname "$0")"
 jobs=$(nproc)
@@ -87,6 +87,11 @@ sysroot() {
     ln -s blas/libblas.so.3 lapack/liblapack.so.3 "$folder/root/usr/lib/aarch64-linux-gnu"
     rm -r "$folder"/{state,lists,cache}
     echo "$sources" >"$folder/packages"
+}
+
+cross() { # what builds and runs programs for AArch64
+    need cmake ninja-build g++-aarch64-linux-gnu qemu-user-static
+    sysroot libopencv-imgproc-dev libgtest-dev libstdc++-12-dev libc6-dev
 }
 
 case "${1:-}" in
@@ -175,27 +180,37 @@ gstreamer)
     ;;
 clang)
     need $library $tool $tests $camera $gstreamer clang-14 libomp-14-dev
-    if [ "${2:-}" = checks ]; then
-        build clang --target orv_check_levels
-        OMP_WAIT_POLICY=passive build/clang/tests/checks/orv_check_levels --numbers tests/checks/numbers.txt
-    else
-        build clang
-        ctest --preset clang -j "$jobs"
-    fi
+    build clang
+    ctest --preset clang -j "$jobs"
     ;;
 arm)
-    need cmake ninja-build g++-aarch64-linux-gnu qemu-user-static
-    sysroot libopencv-imgproc-dev libgtest-dev libstdc++-12-dev libc6-dev
-    build arm --target orv_check_numbers
-    for threads in 1 2; do
-        OMP_WAIT_POLICY=passive qemu-aarch64-static -L build/sysroot-aarch64/root \
-            build/arm/tests/checks/orv_check_numbers --numbers tests/checks/numbers.txt --threads "$threads"
-    done
-    if [ "${2:-}" != checks ]; then
-        build arm
-        # Not here: the check numbers again, and what builds and runs programs of this machine.
-        ctest --preset arm -j "$jobs" -E '^(checks|install)\.'
+    cross
+    build arm
+    # Not here: check numbers, which `same` compares, and what builds and runs programs of this machine.
+    ctest --preset arm -j "$jobs" -E '^(checks|install)\.'
+    ;;
+same)
+    need $library $tests clang-14 libomp-14-dev
+    cross
+    numbers() { # numbers NAME FOLDER [EMULATOR...]: those of a build are the recorded ones
+        printf '%s: ' "$1"
+        OMP_WAIT_POLICY=passive "${@:3}" "$2/tests/checks/orv_check_levels" --numbers tests/checks/numbers.txt \
+            --threads "$teams"
+    }
+    teams=1,2,5 forms="ci-O1 clang-O3"
+    if [ "${2:-}" = all ]; then
+        teams=1,2,3,5,8,16 forms="ci-O1 ci-O2 ci-O3 clang-O1 clang-O2 clang-O3"
     fi
+    for form in $forms; do
+        folder=build/same/$form
+        logged configure-same cmake --preset "${form%-*}" -B "$folder" -DCMAKE_BUILD_TYPE=Debug \
+            -DCMAKE_CXX_FLAGS_DEBUG="-${form#*-} -DNDEBUG -Wno-pass-failed" -DORV_BUILD_{BENCH,EXAMPLES,GSTREAMER}=OFF
+        cmake --build "$folder" -j "$jobs" --target orv_check_levels
+        numbers "$form" "$folder"
+    done
+    build arm --target orv_check_levels
+    [ "${2:-}" = all ] || teams=1,2
+    numbers AArch64 build/arm qemu-aarch64-static -L build/sysroot-aarch64/root
     ;;
 interface)
     need $library abigail-tools python3

@@ -2,11 +2,13 @@
 // set and number of threads.
 #include <getopt.h>
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -25,16 +27,16 @@ using orvtest::CheckNumbers;
 using orvtest::GroupNumber;
 
 constexpr char kUsage[] =
-    "usage: orv_check_numbers (--numbers FILE | --write FILE) [--only PREFIX] [--threads N] [--verbose]\n"
+    "usage: orv_check_numbers (--numbers FILE | --write FILE) [--only PREFIX] [--threads N,...] [--verbose]\n"
     "  --numbers FILE  compare with FILE; exit status 1 and the names of the groups that differ\n"
     "  --write FILE    write FILE\n"
     "  --only PREFIX   only groups whose names start so\n"
-    "  --threads N     only teams of N threads, else 1, 2 and 5\n"
+    "  --threads N,... teams of so many threads, else of 1, 2 and 5\n"
     "  --verbose       print every conversion\n";
 
 struct Options {
     std::string numbers, write, only;
-    int threads = 0;
+    std::vector<int> teams = {1, 2, 5};
     bool verbose = false;
 };
 
@@ -48,12 +50,18 @@ Options Parse(int argc, char** argv) {
                             {"only", required_argument, nullptr, 'o'},    {"threads", required_argument, nullptr, 't'},
                             {"verbose", no_argument, nullptr, 'v'},       {nullptr, 0, nullptr, 0}};
     Options options;
+    std::string item;
     for (int name = 0; (name = getopt_long(argc, argv, "", names, nullptr)) != -1;) {
         switch (name) {
         case 'n': options.numbers = optarg; break;
         case 'w': options.write = optarg; break;
         case 'o': options.only = optarg; break;
-        case 't': options.threads = std::atoi(optarg); break;
+        case 't':
+            options.teams.clear();
+            for (std::stringstream list(optarg); std::getline(list, item, ',');) {
+                options.teams.push_back(std::max(1, std::atoi(item.c_str())));
+            }
+            break;
         case 'v': options.verbose = true; break;
         default: Fail(kUsage);
         }
@@ -112,9 +120,9 @@ int Compare(std::map<std::string, uint64_t> expected, const CheckNumbers& number
 CheckNumbers Run(const Options& options, int level, int threads) {
 #ifdef ORV_CHECK_LEVELS
     orv::SetSimdLevel(static_cast<orv::SimdLevel>(level));
-    // One of the teams has short bands in another order.
-    orv::SetBandRows(threads == 2 ? 8 : 0);
-    orv::SetBandOrder(threads == 2 ? 3 : 0);
+    // Bands of two and of many threads are short, so that each has some, and in another order.
+    orv::SetBandRows(threads == 2 ? 8 : threads > 5 ? 4 : 0);
+    orv::SetBandOrder(threads == 2 || threads > 5 ? 3 : 0);
 #else
     static_cast<void>(level);
 #endif
@@ -133,11 +141,10 @@ int main(int argc, char** argv) {
         return 0;
     }
     const std::map<std::string, uint64_t> expected = Read(options.numbers);
-    const std::vector<int> teams = options.threads > 0 ? std::vector<int>{options.threads} : std::vector<int>{1, 2, 5};
     int failures = 0;
     size_t groups = 0;
     for (int level = 0; level < Levels(); ++level) {
-        for (const int threads : teams) {
+        for (const int threads : options.teams) {
             const CheckNumbers numbers = Run(options, level, threads);
             groups += numbers.Groups().size();
             failures += Compare(expected, numbers, options,

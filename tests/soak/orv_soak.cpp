@@ -212,7 +212,7 @@ int Shift(int frames) {
             } else {
                 camera.Next();
             }
-            warm = i == kWarm ? PeakResident() : warm;
+            warm = i == std::min(kWarm, frames) ? PeakResident() : warm;
         }
     }
     const long peak = PeakResident();
