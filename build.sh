@@ -215,11 +215,11 @@ same)
 interface)
     need $library abigail-tools python3
     build debug --target OrvDemosaicing OrvHelpers
-    python3 tests/install/interface.py build/debug/{src/libOrvDemosaicing,helpers/libOrvHelpers,misc/libOrvMisc}.so \
+    python3 docs/interface.py build/debug/{src/libOrvDemosaicing,helpers/libOrvHelpers,misc/libOrvMisc}.so \
         >build/interface.txt
     if [ "${2:-}" = record ]; then
-        cp build/interface.txt tests/install/interface.txt
-    elif ! diff -u --label recorded --label built tests/install/interface.txt build/interface.txt; then
+        cp build/interface.txt docs/interface.txt
+    elif ! diff -u --label recorded --label built docs/interface.txt build/interface.txt; then
         echo "The interface has changed. docs/versioning.md tells which version may; \`./build.sh interface record\`." >&2
         exit 1
     fi

@@ -123,7 +123,7 @@ install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
 
 install(FILES README.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${development} COMPONENT development)
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${development} COMPONENT development
-        FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg")
+        FILES_MATCHING PATTERN "*.md" PATTERN interface.txt PATTERN "*.png" PATTERN "*.svg")
 install(DIRECTORY examples/minimal/ DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${development}/examples
         COMPONENT development FILES_MATCHING PATTERN "*.c*")
 

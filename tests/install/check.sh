@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the build tree to a fresh prefix, compares the exported symbols with the record beside this script, and has
+# Installs the build tree to a fresh prefix, compares the exported symbols with the recorded ones, and has
 # applications built against it.
 #
 #     check.sh BUILD_DIR CXX GENERATOR
@@ -16,7 +16,7 @@ lib=$(dirname "$(find "$work/prefix" -name 'libOrvDemosaicing.so' | head -n 1)")
 
 for name in Demosaicing Helpers Misc; do
     nm -D --defined-only --with-symbol-versions "$lib/libOrv$name.so.1" | awk '$2 != "A" { print $3 }' | LC_ALL=C sort >"$work/symbols"
-    sed -n "/^libOrv$name.so.1/,/^$/s/^    \([^:]*\).*/\1/p" "$here/interface.txt" | diff -u - "$work/symbols" ||
+    sed -n "/^libOrv$name.so.1/,/^$/s/^    \([^:]*\).*/\1/p" "$here/../../docs/interface.txt" | diff -u - "$work/symbols" ||
         { echo "libOrv$name exports something else than recorded"; exit 1; }
 done
 if readelf -d "$lib/libOrvHelpers.so" | grep NEEDED | grep -E 'Orv|opencv'; then exit 1; fi

@@ -12,7 +12,7 @@ import xml.etree.ElementTree as xml
 from pathlib import Path
 
 HEADERS = {path.name for folder in ("include", "helpers", "misc")
-           for path in (Path(__file__).parents[2] / folder).glob("Orv*.h")}
+           for path in (Path(__file__).parents[1] / folder).glob("Orv*.h")}
 
 
 class Library:
