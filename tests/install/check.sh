@@ -25,7 +25,7 @@ if readelf -d "$lib/libOrvDemosaicing.so" | grep -E 'R(UN)?PATH' | grep -v '\$OR
 
 # The version stands in a header; the Python package and the changelog follow by hand.
 version=$(sed -n 's/^Version: //p' "$lib/pkgconfig/OrvDemosaicing.pc")
-grep -q "^__version__ = \"$version\"" "$here/../../python/orvdemosaicing/__init__.py"
-grep -q "^## $version " "$here/../../CHANGELOG.md"
+{ grep -q "^__version__ = \"$version\"" "$here/../../python/orvdemosaicing/__init__.py" &&
+    grep -q "^## $version " "$here/../../CHANGELOG.md"; } || { echo "not version $version everywhere"; exit 1; }
 
 bash "$here/stranger.sh" "$work/prefix" "$cxx" "$generator"
