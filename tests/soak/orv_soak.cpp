@@ -69,7 +69,7 @@ public:
     }
 
 private:
-    static constexpr uint64_t kPeriod = 500, kScene = 8;
+    static constexpr uint64_t kPeriod = 250, kScene = 8;
 
     double Gain() { return 0.05 + values_.Below(1000) / 1500.0; }
 
