@@ -197,9 +197,10 @@ void Declare(CLI::App* app, Options* options, Texts* texts) {
     rawValues->excludes(view);
     app->add_option("--black", texts->black, "Black level in codes of the word; auto: estimated from the frame")
         ->type_name("CODE");
-    app->add_option("--wb", texts->balance,
-                    "White balance: grey (the frame's mean is grey; default of real frames), none, gains R,G,B, or a "
-                    "grey box X,Y,WxH")
+    app->add_option(
+           "--wb", texts->balance,
+           "White balance, before the conversion: grey (the frame's mean is grey; default of real frames), none, gains "
+           "R,G,B, or a grey box X,Y,WxH")
         ->type_name("BALANCE")
         ->needs(view);
     app->add_option("--matrix", texts->matrix,

@@ -113,6 +113,22 @@ cv::Mat Render(const ColourFrame& frame, const View& view, int bits) {
     return picture;
 }
 
+void BalanceBeforeConversion(View* view, Frame* frame) {
+    double gains[2][2];
+    for (int i = 0; i < 4; ++i) {
+        gains[i / 2][i % 2] = view->gains[std::string("RGB").find(OrvWord_Site(frame->word.word, i % 2, i / 2))];
+    }
+    size_t at = 0;
+    for (int y = 0; y < frame->height; ++y) {
+        for (int x = 0; x < frame->width; ++x, ++at) {
+            const double code = view->black + (frame->codes[at] - view->black) * gains[y % 2][x % 2];
+            frame->codes[at] =
+                static_cast<uint16_t>(std::lround(std::clamp(code, 0.0, static_cast<double>(frame->word.MaxSample()))));
+        }
+    }
+    view->gains = {1, 1, 1};
+}
+
 void ApplyBeforeConversion(const View& view, Frame* frame, Converter* converter) {
     const int black = static_cast<int>(std::lround(view.black));
     std::transform(frame->codes.begin(), frame->codes.end(), frame->codes.begin(),

@@ -29,6 +29,10 @@ std::array<double, 3> GreyGains(const Frame& frame, double black, cv::Rect box);
 // A linear colour frame through `view`, on the full range of `bits` (8 or 16) bits. CV_8UC3 or CV_16UC3.
 cv::Mat Render(const ColourFrame& frame, const View& view, int bits);
 
+// Applies the gains of `view` to the samples of a Bayer mosaic, and takes them out of the view: algorithms that use
+// differences of colours need them to vanish on grey.
+void BalanceBeforeConversion(View* view, Frame* frame);
+
 // The same view on the way through a TrueSense component, whose results carry a tone curve already: subtracts the black
 // level from the mosaic and sets the colour matrix, from light behind the mosaic to the shown colour.
 void ApplyBeforeConversion(const View& view, Frame* frame, Converter* converter);

@@ -74,10 +74,14 @@ View MakeView(const Options& options, const Job& job, const Matrix& matrix, bool
     return view;
 }
 
-// TrueSense results have a tone curve: their view is applied to the mosaic and the colour matrix. What is left for
-// afterwards is returned.
-View Prepare(const View& view, Job* job, Converter* converter) {
+// What a view does before a conversion, and what is left for afterwards. TrueSense results have a tone curve: all of
+// their view is applied to the mosaic and the colour matrix. Bayer frames are balanced, but where their colours are
+// compared with the truth.
+View Prepare(View view, Job* job, Converter* converter) {
     if (!job->frame.word.trueSense) {
+        if (!job->truth) {
+            BalanceBeforeConversion(&view, &job->frame);
+        }
         return view;
     }
     ApplyBeforeConversion(view, &job->frame, converter);
