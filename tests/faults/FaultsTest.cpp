@@ -118,6 +118,30 @@ struct Frame {
     uint32_t Run(const Convert& convert) { return convert(source.record, result.record); }
 };
 
+// Each in a process of its own, which has no threads as long as this one has none: so this test comes first. No thread
+// starts, or one allocation of OpenCV's pool fails.
+TEST(Faults, PoolsStartWithLess) {
+    const std::vector<Way> ways = Ways();
+    for (size_t i = 0; i < ways.size() + 24; ++i) {
+        const Way& way = ways[i < ways.size() ? i : 0];
+        const long k = i < ways.size() ? 0 : static_cast<long>(i - ways.size()) + 1;
+        SCOPED_TRACE(way.name + ", allocation " + std::to_string(k));
+        orvtest::ExpectInChild([&] {
+            const Kind& kind = way.kinds[0];
+            const int size = way.trueSense ? 132 : 322;  // shared by threads
+            Frame frame(way, kind, size), expected(way, kind, size);
+            const Convert convert = way.make(false);
+            orvtest::RefuseThreads(k == 0);
+            orvtest::RefuseAllocation(k == 0 ? 1000000 : k);
+            const bool converts = frame.Run(convert) == 0 && (k != 0 || orvtest::CountThreads() == 1);
+            orvtest::StopRefusing();
+            orvtest::RefuseThreads(false);
+            return converts && expected.Run(way.make(true)) == 0 && frame.result.bytes == expected.result.bytes &&
+                   (!way.trueSense || orvtest::CountThreads() == way.threads);
+        });
+    }
+}
+
 // The allocation number `k` fails, on what `first` has been converted by, if any. False when there are fewer.
 bool FailOne(const Way& way, Frame* first, Frame& frame, long k, const std::vector<uint8_t>& expected) {
     const Convert convert = way.make(false);
@@ -176,29 +200,6 @@ TEST(Faults, EveryAllocationFailsOnce) {
         }
         EXPECT_TRUE(faults > 0 || way.name.find("Bayer") == 0);
         RecordProperty(way.name, std::to_string(faults));
-    }
-}
-
-// Each in a process without threads: none starts, or one allocation of OpenCV's pool fails.
-TEST(Faults, PoolsStartWithLess) {
-    const std::vector<Way> ways = Ways();
-    for (size_t i = 0; i < ways.size() + 24; ++i) {
-        const Way& way = ways[i < ways.size() ? i : 0];
-        const long k = i < ways.size() ? 0 : static_cast<long>(i - ways.size()) + 1;
-        SCOPED_TRACE(way.name + ", allocation " + std::to_string(k));
-        orvtest::ExpectInChild([&] {
-            const Kind& kind = way.kinds[0];
-            const int size = way.trueSense ? 132 : 322;  // shared by threads
-            Frame frame(way, kind, size), expected(way, kind, size);
-            const Convert convert = way.make(false);
-            orvtest::RefuseThreads(k == 0);
-            orvtest::RefuseAllocation(k == 0 ? 1000000 : k);
-            const bool converts = frame.Run(convert) == 0 && (k != 0 || orvtest::CountThreads() == 1);
-            orvtest::StopRefusing();
-            orvtest::RefuseThreads(false);
-            return converts && expected.Run(way.make(true)) == 0 && frame.result.bytes == expected.result.bytes &&
-                   (!way.trueSense || orvtest::CountThreads() == way.threads);
-        });
     }
 }
 
