@@ -185,7 +185,7 @@ TEST(Faults, EveryAllocationFailsOnce) {
                 bool refused = true;
                 for (long k = 1; refused; ++k) {
                     const bool process = way.stays == Stays::Process;
-                    const int size = process ? 132 + 4 * static_cast<int>(k) : 132;  // larger than what stays
+                    const int size = process ? 132 + 64 * static_cast<int>(k) : 132;  // beyond what stays
                     Frame expected(way, kind, size);
                     Frame frame(way, kind, size);
                     long live = orvtest::LiveBlocks();
