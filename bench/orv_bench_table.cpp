@@ -25,6 +25,7 @@ struct Options {
     int repetitions = 40;
     double seconds = 5;
     bool overhead = false;
+    bool small = false;
     bool helpers = false;
 };
 
@@ -131,6 +132,36 @@ void PrintHelpers(const Options& options) {
     }
 }
 
+// Microseconds of small frames, and what of them is no pixel's: four of the smaller frame have the pixels of the larger
+// one, and three calls more.
+void PrintSmall(const Options& options) {
+    std::printf(
+        "| Engine | bits | threads | 320x240, us | 640x480, us | beyond pixels, us |\n|---|---|---|---|---|---|\n");
+    for (const orvbench::Case& each : orvbench::AllCases()) {
+        if (each.name.find(options.filter) == std::string::npos) {
+            continue;
+        }
+        for (const int threads : options.threads) {
+            orvbench::UseThreads(threads);
+            const FrameRun smaller = each.make(320, 240, threads);
+            const FrameRun larger = each.make(640, 480, threads);
+            Times ofSmaller;
+            Times ofLarger;
+            for (int i = 0; i < 10 * options.repetitions; ++i) {
+                smaller();
+                ofSmaller.seconds.push_back(Seconds(smaller));
+                larger();
+                ofLarger.seconds.push_back(Seconds(larger));
+            }
+            const double first = ofSmaller.Best() * 1e6;
+            const double second = ofLarger.Best() * 1e6;
+            std::printf("| %s | %d | %d | %.0f | %.0f | %.1f |\n", each.name.c_str(), each.bits, threads, first, second,
+                        (4 * first - second) / 3);
+            std::fflush(stdout);
+        }
+    }
+}
+
 // Time of the component's bilinear conversion over that of the bare call, in batches so that small frames can be timed.
 void PrintOverhead(const Options& options) {
     std::printf(
@@ -178,6 +209,7 @@ int main(int argc, char** argv) {
     app.add_option("--seconds", options.seconds, "longest time of one row; five runs are made in any case")
         ->capture_default_str();
     app.add_flag("--overhead", options.overhead, "only the cost of the component over the bare call");
+    app.add_flag("--small", options.small, "only what a call takes beyond its pixels, from two small frames");
     app.add_flag("--helpers", options.helpers, "only packed layouts and depths, against a 16-bit memcpy");
     try {
         app.parse(argc, argv);
@@ -187,6 +219,10 @@ int main(int argc, char** argv) {
     try {
         if (options.helpers) {
             PrintHelpers(options);
+            return 0;
+        }
+        if (options.small) {
+            PrintSmall(options);
             return 0;
         }
         if (!options.overhead) {

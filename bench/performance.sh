@@ -2,7 +2,7 @@
 # Measures anew and writes tables of docs/ and README.md: those between the lines <!-- NAME --> and <!-- end -->. The
 # first two take a quarter of an hour, the others, with their pictures, a minute; the machine should be idle.
 #
-#     performance.sh BUILD [NAME...]   NAME: engines, sizes (both: by default), bayer, truesense, costs
+#     performance.sh BUILD [NAME...]   NAME: engines, sizes, small (both: by default), bayer, truesense, costs
 set -euo pipefail
 table=$1/bench/orv_bench_table
 choosing=$1/examples/choosing
@@ -53,11 +53,28 @@ measure() {
             $3 == 8 { r = $8; kept = $11 }
             $3 == 12 { printf "| %s | %.2g | %.2g | %.1f | %.1f |\n", $2, r, $8, kept, $11 }'
         ;;
+    small)
+        printf '| Engine | 8 bits, 1 / 2 threads: 320x240 | beyond pixels | 12 bits: 320x240 | beyond pixels |\n'
+        printf '|---|---|---|---|---|\n'
+        "$table" --small --threads 1,2 | awk -F' *\\| *' '
+            $3 ~ /^[0-9]+$/ && $2 ~ /^(Bayer|TrueSense)/ {
+                if ($3 == 8 && $4 == 1) { names[++rows] = $2 }
+                slash = $4 == 1 ? "" : " / "
+                whole[$2, $3] = whole[$2, $3] slash $5
+                beyond[$2, $3] = beyond[$2, $3] slash sprintf("%.0f", $7)
+            }
+            END {
+                for (row = 1; row <= rows; ++row) {
+                    n = names[row]
+                    print "| " n " | " whole[n, 8] " | " beyond[n, 8] " | " whole[n, 12] " | " beyond[n, 12] " |"
+                }
+            }'
+        ;;
     *) echo "performance.sh: no table '$1'" >&2; return 1 ;;
     esac
 }
 
-[ $# -gt 0 ] || set -- engines sizes
+[ $# -gt 0 ] || set -- engines sizes small
 for name in "$@"; do
     measure "$name" >"$work/table"
     for page in "$root"/README.md "$root"/docs/{performance,choosing}.md; do

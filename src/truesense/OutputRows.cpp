@@ -99,6 +99,18 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void MatrixRowBodyAvx2(Planes<Value> in, const
 ORV_ROW_TEMPLATE_TUNED((class Value), (Value), MatrixRow,
                        (Planes<Value> in, const double* m, int n, uint16_t* const* out), (in, m, n, out))
 
+// Tones shifted right, then left; signed ones or as unsigned ones.
+template <bool Signed>
+ORV_ALWAYS_INLINE void FillEntriesBody(const int16_t* tones, int right, int left, uint32_t* entries) {
+#pragma omp simd
+    for (int v = 0; v < 4096; ++v) {
+        const int32_t tone = Signed ? tones[v] >> right : static_cast<uint16_t>(tones[v]);
+        entries[v] = static_cast<uint32_t>(tone) << left;
+    }
+}
+ORV_ROW_TEMPLATE((bool Signed), (Signed), FillEntries, (const int16_t* tones, int right, int left, uint32_t* entries),
+                 (tones, right, left, entries))
+
 // Table lookups are faster one by one than gathered on processors that mitigate Gather Data Sampling.
 template <class T>
 ORV_ALWAYS_INLINE void TonePixels(const uint16_t* const* in, const OutputTable<T>& tones, ptrdiff_t step, int x, int n,
@@ -152,10 +164,11 @@ int OutputShift(int bits, bool normalize, bool* ok) {
 
 template <class T>
 void OutputTable<T>::Fill(const int16_t* toneTable, int shift) {
-    for (int v = 0; v < 4096; ++v) {
-        const uint32_t tone = shift < 0 ? static_cast<uint32_t>(toneTable[v] >> -shift)
-                                        : static_cast<uint32_t>(static_cast<uint16_t>(toneTable[v])) << shift;
-        entries[v] = tone << (32 - 8 * sizeof(T));
+    constexpr int kUp = 32 - 8 * static_cast<int>(sizeof(T));
+    if (shift < 0) {
+        FillEntries<true>(toneTable, -shift, kUp, entries);
+    } else {
+        FillEntries<false>(toneTable, 0, shift + kUp, entries);
     }
     entries[4096] = 0;
 }

@@ -13,7 +13,9 @@ bool StripPipeline<Form>::MakeSettings(int W, int H) {
     if (!settingsMemory_.Reserve(sizeof(Settings))) {
         return false;
     }
-    settings_ = new (settingsMemory_.Data()) Settings;
+    if (settings_ == nullptr) {
+        settings_ = new (settingsMemory_.Data()) Settings();
+    }
     for (LowPlane* plane : {&color_, &pan_}) {
         plane->n = W / 2;
         plane->rows = H / 2;

@@ -1,6 +1,7 @@
 #include "pipeline/parallel/Forms.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <limits>
 
@@ -35,8 +36,17 @@ void FillPasses(const PassList& list, int spacing, int unit, float gain, NoiseLi
         ++passes->count;
         if (pass.limitsOfLast) {
             std::copy(std::begin((&pass)[-1].limit), std::end((&pass)[-1].limit), pass.limit);
+            pass.filled = false;
             continue;
         }
+        const float numbers[] = {sigma, gain, line.slope, line.intercept};
+        std::array<uint32_t, 4> source;
+        std::memcpy(source.data(), numbers, sizeof(numbers));
+        if (pass.filled && pass.source == source) {
+            continue;
+        }
+        pass.filled = true;
+        pass.source = source;
         uint16_t table[1024];
         BuildThresholdTable<Real>(sigma, gain, line, table);
         std::transform(table, table + 1024, pass.limit, [unit](int step) { return static_cast<int16_t>(step * unit); });
@@ -105,10 +115,12 @@ void KodakLikeSettings::Fill(const tagTrueSenseParam& param, int qw, int qh) {
     std::copy(std::begin(colours.factor), std::end(colours.factor), matrix);
     std::copy(Gamma10toLinear12Table, Gamma10toLinear12Table + 1024, linear16);
     maxSharpen = static_cast<float>(param.maxSharpen);
-    sharpening.Fill(param.sharpenParam, param.highLumaNoise, param.lowLumaNoise);
-    // A threshold of exactly 1 sharpens nothing, as if no edge could reach it.
-    std::replace(std::begin(sharpening.threshold), std::end(sharpening.threshold), 1.0F,
-                 std::numeric_limits<float>::infinity());
+    if (sharpen) {
+        sharpening.Fill(param.sharpenParam, param.highLumaNoise, param.lowLumaNoise);
+        // A threshold of exactly 1 sharpens nothing, as if no edge could reach it.
+        std::replace(std::begin(sharpening.threshold), std::end(sharpening.threshold), 1.0F,
+                     std::numeric_limits<float>::infinity());
+    }
 }
 
 bool KodakSettings::Takes(const ImageProcessParam& param) {

@@ -2,6 +2,7 @@
 #ifndef ORV_PIPELINE_PARALLEL_STRIPSETTINGS_H
 #define ORV_PIPELINE_PARALLEL_STRIPSETTINGS_H
 
+#include <array>
 #include <cstdint>
 
 #include "OrvTrueSense.h"
@@ -29,6 +30,8 @@ struct SigmaPass {
     int spacing;
     bool limitsOfLast;    // the limits are those of the pass before
     int16_t limit[1024];  // by gamma code: how far a neighbour may lie, in the unit of the plane before the first pass
+    bool filled;          // the limits are those of `source`, be it of a frame before
+    std::array<uint32_t, 4> source;  // bits of the numbers that the limits come from: zeros of either sign differ
 };
 
 // The passes of one plane that are to run and reach an interior.
@@ -37,6 +40,7 @@ struct SigmaPasses {
     SigmaPass pass[3];
 };
 
+// Zero when new. Filled for every frame anew; what did not change since the last one stays.
 struct StripSettings {
     bool impulse, sharpen, mono;
     FrontEnd frontEnd;

@@ -31,20 +31,55 @@ tagTrueSenseParam Plain() {
 using Samples = std::vector<unsigned short>;
 
 // A square frame of 12-bit samples at grid 0.
-Samples Convert(const Samples& source, tagTrueSenseParam param) {
+using Engine = TrueSenseKodakLike<unsigned short>;
+Samples ConvertBy(Engine* engine, const Samples& source, tagTrueSenseParam param) {
     Samples result(source.size() * 3);
-    TrueSenseKodakLike<unsigned short> engine;
-    engine.SetOutputPixelType(false, false);
-    EXPECT_EQ(0, engine.Init(source.data(), {0, 0, kSize, kSize}, {kSize, kSize}, 2 * kSize, 12, result.data(),
-                             6 * kSize, 0, &param));
-    EXPECT_EQ(0, engine.Calculate());
+    engine->SetOutputPixelType(false, false);
+    EXPECT_EQ(0, engine->Init(source.data(), {0, 0, kSize, kSize}, {kSize, kSize}, 2 * kSize, 12, result.data(),
+                              6 * kSize, 0, &param));
+    EXPECT_EQ(0, engine->Calculate());
     return result;
+}
+Samples Convert(const Samples& source, const tagTrueSenseParam& param) {
+    Engine engine;
+    return ConvertBy(&engine, source, param);
 }
 
 Samples Flat(int value) { return Samples(kSize * kSize, static_cast<unsigned short>(value)); }
 // What a flat grey frame comes to.
 Samples Grey(int linear) {
     return Samples(kSize * kSize * 3, static_cast<unsigned short>(Gamma10toLinear12[Linear12toGamma10[linear]]));
+}
+
+// Tables are kept from frame to frame as long as what they come from stays.
+TEST(TrueSenseKodakLike, ParametersOfTheFrameBeforeLeaveNothing) {
+    Samples source(kSize * kSize);
+    uint32_t state = 1;
+    for (unsigned short& sample : source) {
+        state = state * 1664525U + 1013904223U;
+        sample = static_cast<unsigned short>(1000 + (state >> 20) / 4);
+    }
+    tagTrueSenseParam first;
+    TrueSense_DefaultValues(&first);
+    const auto with = [&first](double tagTrueSenseParam::*field, double value) {
+        tagTrueSenseParam param = first;
+        param.*field = value;
+        return param;
+    };
+    using P = tagTrueSenseParam;
+    tagTrueSenseParam fewer = first;
+    fewer.colorRadius0 = 0;
+    tagTrueSenseParam sharp = first;
+    sharp.sharpnessEnable = 1;
+    Engine engine;
+    for (const tagTrueSenseParam& next :
+         {with(&P::colorSigma0, 7), with(&P::colorSigma1, 9), with(&P::colorSigma1, first.colorSigma0),
+          with(&P::globalGain, 3), with(&P::analogGain, 9), with(&P::panSigma0, 8), with(&P::redGain, 5), fewer,
+          sharp}) {
+        for (const tagTrueSenseParam& param : {next, first}) {
+            EXPECT_EQ(Convert(source, param), ConvertBy(&engine, source, param));
+        }
+    }
 }
 
 // Any floor but 0 is subtracted by its low 32 bits, wrapping, and brings the limits.
