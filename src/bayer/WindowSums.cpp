@@ -84,16 +84,6 @@ auto BoxRowsOf(int h0, int h1, bool bothParities) {
     return h0 <= 1 ? BoxRows<0, 0, false> : h1 <= 3 ? BoxRows<2, 2, false> : BoxRows<2, 4, false>;
 }
 
-// A row of an integral image, from the row above and the image row's values.
-struct IntegralRow {
-    const float* sites;
-    const float* between;  // values between the sites, null for zeros
-    const float* aboveEven;
-    const float* aboveOdd;
-    float* nextEven;
-    float* nextOdd;
-};
-
 // clang 14 rejects the scan directive in templates; its loop runs in order, which gives the same where sums are exact.
 #if defined(__clang__)
 #define ORV_SCAN_LOOP
@@ -186,9 +176,9 @@ ORV_TARGET_AVX2 ORV_ALWAYS_INLINE void IntegralPartBodyAvx2(const IntegralRow* p
 ORV_ROW_TEMPLATE_TUNED((bool SitesEven, bool Between), (SitesEven, Between), IntegralPart,
                        (const IntegralRow* part, int n, float* sum, float* size), (part, n, sum, size))
 
-// Where sums round: column by column, but for zeros. `sum` is that of the row before.
+// Where sums round: column by column, but for zeros. `sum` is that of the columns before; returns that of all.
 template <bool AtEven, bool AtOdd>
-void IntegralColumns(const IntegralRow& row, const float* atEven, const float* atOdd, int n, float sum) {
+float IntegralColumns(const IntegralRow& row, const float* atEven, const float* atOdd, int n, float sum) {
     for (int k = 0; k < n; ++k) {
         if (AtEven) {
             sum += atEven[k];
@@ -199,40 +189,89 @@ void IntegralColumns(const IntegralRow& row, const float* atEven, const float* a
         }
         row.nextEven[k + 1] = row.aboveEven[k + 1] + sum;
     }
+    return sum;
 }
 
-void IntegralColumnsOf(const IntegralRow& row, bool sitesEven, int n, float sum) {
-    if (row.between == nullptr) {
-        (sitesEven ? IntegralColumns<true, false> : IntegralColumns<false, true>)(row, row.sites, row.sites, n, sum);
-    } else {
-        IntegralColumns<true, true>(row, sitesEven ? row.sites : row.between, sitesEven ? row.between : row.sites, n,
-                                    sum);
+// A row on its way from left to right, by parts as far as its sums are exact, the rest in order.
+class RowInParts {
+public:
+    RowInParts(const IntegralRow& row, bool sitesEven) : row_(row), sitesEven_(sitesEven) {}
+
+    void Advance(int n) {
+        if (exact_) {
+            const auto part = row_.between == nullptr
+                                  ? (sitesEven_ ? IntegralPart<true, false> : IntegralPart<false, false>)
+                                  : (sitesEven_ ? IntegralPart<true, true> : IntegralPart<false, true>);
+            const float before = sum_;
+            part(&row_, n, &sum_, &size_);
+            exact_ = size_ < kExact;
+            sum_ = exact_ ? sum_ : before;
+        }
+        if (!exact_) {
+            const auto columns = row_.between != nullptr ? IntegralColumns<true, true>
+                                 : sitesEven_            ? IntegralColumns<true, false>
+                                                         : IntegralColumns<false, true>;
+            sum_ = columns(row_, AtEven(), AtOdd(), n, sum_);
+        }
+        Step(n);
     }
-}
 
-// A row of `n` pairs of columns, by parts as far as its sums are exact, the rest in order.
-void IntegralRowOf(IntegralRow row, bool sitesEven, int n) {
-    constexpr int kPart = 512;
-    constexpr float kExact = 16777216.0F;  // 2^24, up to which single precision holds every integer
-    const auto part = row.between == nullptr ? (sitesEven ? IntegralPart<true, false> : IntegralPart<false, false>)
-                                             : (sitesEven ? IntegralPart<true, true> : IntegralPart<false, true>);
-    float sum = 0.0F;
-    float size = 0.0F;
-    for (; n > 0; n -= kPart) {
-        const float before = sum;
-        part(&row, std::min(n, kPart), &sum, &size);
-        if (!(size < kExact)) {
-            IntegralColumnsOf(row, sitesEven, n, before);
+    // The same for a row and the one `below` it, both with values between. A running sum waits for the one before;
+    // those of two rows wait together.
+    void AdvanceWith(RowInParts* below, int n) {
+        if (exact_ || below->exact_) {
+            Advance(n);
+            below->Advance(n);
             return;
         }
-        row.sites += kPart;
-        row.between += row.between == nullptr ? 0 : kPart;
-        row.aboveEven += kPart;
-        row.aboveOdd += kPart;
-        row.nextEven += kPart;
-        row.nextOdd += kPart;
+        const IntegralRow upper = row_;
+        const IntegralRow lower = below->row_;
+        const float* upperEven = AtEven();
+        const float* upperOdd = AtOdd();
+        const float* lowerEven = below->AtEven();
+        const float* lowerOdd = below->AtOdd();
+        float upperSum = sum_;
+        float lowerSum = below->sum_;
+        for (int k = 0; k < n; ++k) {
+            upperSum += upperEven[k];
+            lowerSum += lowerEven[k];
+            const float odd = upper.aboveOdd[k] + upperSum;
+            upper.nextOdd[k] = odd;
+            lower.nextOdd[k] = odd + lowerSum;
+            upperSum += upperOdd[k];
+            lowerSum += lowerOdd[k];
+            const float even = upper.aboveEven[k + 1] + upperSum;
+            upper.nextEven[k + 1] = even;
+            lower.nextEven[k + 1] = even + lowerSum;
+        }
+        sum_ = upperSum;
+        below->sum_ = lowerSum;
+        Step(n);
+        below->Step(n);
     }
-}
+
+private:
+    static constexpr float kExact = 16777216.0F;  // 2^24, up to which single precision holds every integer
+
+    const float* AtEven() const { return sitesEven_ || row_.between == nullptr ? row_.sites : row_.between; }
+    const float* AtOdd() const { return sitesEven_ && row_.between != nullptr ? row_.between : row_.sites; }
+    void Step(int n) {
+        row_.sites += n;
+        row_.between += row_.between == nullptr ? 0 : n;
+        row_.aboveEven += n;
+        row_.aboveOdd += n;
+        row_.nextEven += n;
+        row_.nextOdd += n;
+    }
+
+    IntegralRow row_;
+    bool sitesEven_;
+    bool exact_ = true;
+    float sum_ = 0.0F;
+    float size_ = 0.0F;
+};
+
+constexpr int kPart = 512;  // pairs of columns
 
 }  // namespace
 
@@ -337,11 +376,12 @@ void WindowSums<uint16_t>::Integral::Repeat(int y) {
     oddRows[(y + 1) % kRing] = oddRows[y % kRing];
 }
 
-void WindowSums<uint16_t>::Integral::Next(int y, float** nextEven, float** nextOdd) {
+IntegralRow WindowSums<uint16_t>::Integral::Next(int y, const float* sites, const float* between) {
     // Slot 0 keeps the zeros of row 0.
     slot = slot % slots + 1;
-    evenRows[(y + 1) % kRing] = *nextEven = even[slot];
-    oddRows[(y + 1) % kRing] = *nextOdd = odd[slot];
+    evenRows[(y + 1) % kRing] = even[slot];
+    oddRows[(y + 1) % kRing] = odd[slot];
+    return {sites, between, evenRows[y % kRing], oddRows[y % kRing], even[slot], odd[slot]};
 }
 
 float WindowSums<uint16_t>::Integral::Window(int top, int bottom, int left, int right) const {
@@ -368,6 +408,8 @@ bool WindowSums<uint16_t>::Create(int width, int height) {
 void WindowSums<uint16_t>::Start(int q, int reach, bool bothParities, bool carries) {
     q_ = q;
     next_ = 0;
+    carries_ = carries;
+    waiting_ = {};
     // Windows reach 2 * reach + 2 rows of the image. Where every second one repeats, those are reach + 2 different
     // ones.
     const int all = 2 * reach + 2;
@@ -378,19 +420,36 @@ void WindowSums<uint16_t>::Start(int q, int reach, bool bothParities, bool carri
 
 void WindowSums<uint16_t>::Push(bool zero, const float* carriedAtSites, const float* carriedBetween) {
     const int y = next_++;
-    const int n = width_ / 2;
     const bool sitesEven = ((y + q_) & 1) == 0;
-    const auto integrate = [&](Integral& image, const float* sites, const float* between) {
-        if (sites == nullptr) {
-            image.Repeat(y);
-            return;
+    if (zero) {
+        first_.Repeat(y);
+    } else {
+        RowInParts row(first_.Next(y, gradients_[0], nullptr), sitesEven);
+        for (int n = width_ / 2; n > 0; n -= kPart) {
+            row.Advance(std::min(n, kPart));
         }
-        IntegralRow row = {sites, between, image.evenRows[y % kRing], image.oddRows[y % kRing], nullptr, nullptr};
-        image.Next(y, &row.nextEven, &row.nextOdd);
-        IntegralRowOf(row, sitesEven, n);
-    };
-    integrate(first_, zero ? nullptr : gradients_[0], nullptr);
-    integrate(second_, zero ? carriedAtSites : gradients_[1], carriedBetween);
+    }
+    const float* sites = zero ? carriedAtSites : gradients_[1];
+    if (sites == nullptr) {
+        second_.Repeat(y);
+        return;
+    }
+    const IntegralRow second = second_.Next(y, sites, carriedBetween);
+    // Windows of a pass that carries on all rows stand on odd rows and reach odd ones: an even row waits for the next.
+    if (carries_ && (y & 1) == 0 && y + 1 < height_ - 1) {
+        waiting_ = second;
+        return;
+    }
+    RowInParts row(second, sitesEven);
+    RowInParts above(waiting_, !sitesEven);
+    for (int n = width_ / 2; n > 0; n -= kPart) {
+        if (waiting_.sites != nullptr) {
+            above.AdvanceWith(&row, std::min(n, kPart));
+        } else {
+            row.Advance(std::min(n, kPart));
+        }
+    }
+    waiting_ = {};
 }
 
 CornerWindows WindowSums<uint16_t>::WindowsOf(int r, const int* h, int scales, Scratch&, float* carried) const {

@@ -62,6 +62,16 @@ struct CornerWindows {
     float B(int scale, int k) const { return WindowSum(b[scale], k); }
 };
 
+// A row of an integral image, from the row above and the image row's values.
+struct IntegralRow {
+    const float* sites;
+    const float* between;  // values between the sites, null for zeros
+    const float* aboveEven;
+    const float* aboveOdd;
+    float* nextEven;
+    float* nextOdd;
+};
+
 template <class T>
 class WindowSums;
 
@@ -165,7 +175,7 @@ private:
         void Start(int rows);
         // Row y + 1 as row y, or new.
         void Repeat(int y);
-        void Next(int y, float** nextEven, float** nextOdd);
+        IntegralRow Next(int y, const float* sites, const float* between);
         float At(int y, int x) const {
             const float* row = (x & 1) == 0 ? evenRows[y % kRing] : oddRows[y % kRing];
             return row[x >> 1];
@@ -178,6 +188,8 @@ private:
     int height_ = 0;
     int q_ = 0;
     int next_ = 0;
+    bool carries_ = false;
+    IntegralRow waiting_ = {};
     Integral first_;
     Integral second_;
     RowArray<float> gradients_;
