@@ -13,6 +13,9 @@
 #include <iostream>
 
 #include "Cases.h"
+#ifdef ORV_BENCH_LEVELS
+#include "rows/Simd.h"
+#endif
 
 namespace {
 
@@ -211,11 +214,18 @@ int main(int argc, char** argv) {
     app.add_flag("--overhead", options.overhead, "only the cost of the component over the bare call");
     app.add_flag("--small", options.small, "only what a call takes beyond its pixels, from two small frames");
     app.add_flag("--helpers", options.helpers, "only packed layouts and depths, against a 16-bit memcpy");
+#ifdef ORV_BENCH_LEVELS
+    auto level = static_cast<int>(orv::BestSimdLevel());
+    app.add_option("--level", level, "instruction set: 0 baseline, 1 AVX2, 2 AVX-512")->check(CLI::Range(0, level));
+#endif
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 1;
     }
+#ifdef ORV_BENCH_LEVELS
+    orv::SetSimdLevel(static_cast<orv::SimdLevel>(level));
+#endif
     try {
         if (options.helpers) {
             PrintHelpers(options);

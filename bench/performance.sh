@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Measures anew and writes tables of docs/ and README.md: those between the lines <!-- NAME --> and <!-- end -->. The
-# first two take a quarter of an hour, the others, with their pictures, a minute; the machine should be idle.
+# first three take a quarter of an hour, the others, with their pictures, a minute; the machine should be idle.
 #
-#     performance.sh BUILD [NAME...]   NAME: engines, sizes, small (both: by default), bayer, truesense, costs
+#     performance.sh BUILD [NAME...]   NAME: engines, avx2, sizes, small (these by default), bayer, truesense, costs
 set -euo pipefail
 table=$1/bench/orv_bench_table
+levels=$1/bench/orv_bench_levels
 choosing=$1/examples/choosing
 shift
 root=$(dirname "$0")/..
@@ -40,6 +41,10 @@ measure() {
         printf '| Engine | 8 bits, 1 / 2 threads | 12 bits, 1 / 2 threads |\n|---|---|---|\n'
         "$table" --sizes 5 --threads 1,2 --repetitions 60 | pivot 5
         ;;
+    avx2)
+        printf '| Engine | 8 bits | 12 bits |\n|---|---|---|\n'
+        "$levels" --level 1 --sizes 5 --threads 1 --repetitions 40 | pivot 5 | grep -E '^. (Bayer|TrueSense)'
+        ;;
     sizes)
         printf '| Engine | 8 bits: 0.3 | 2 | 5 | 12 | 48 | 12 bits: 0.3 | 2 | 5 | 12 | 48 |\n'
         printf '|---|---|---|---|---|---|---|---|---|---|---|\n'
@@ -74,7 +79,7 @@ measure() {
     esac
 }
 
-[ $# -gt 0 ] || set -- engines sizes small
+[ $# -gt 0 ] || set -- engines avx2 sizes small
 for name in "$@"; do
     measure "$name" >"$work/table"
     for page in "$root"/README.md "$root"/docs/{performance,choosing}.md; do
