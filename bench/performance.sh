@@ -16,7 +16,7 @@ trap 'rm -rf "$work"' EXIT
 # 8 bits, then those above, each by thread count or frame size (field $1 of the input rows). Lines keep their order.
 pivot() {
     awk -F' *\\| *' -v by="$1" '
-        $3 ~ /^[0-9]+$/ {
+        $3 ~ /^[0-9]+$/ && NF > 8 {
             if (!($2 in seen)) { seen[$2] = 1; names[++rows] = $2 }
             column = ($3 == 8 ? "8" : "12") SUBSEP $by
             if (!($by in known)) { known[$by] = 1; keys[++columns] = $by }
