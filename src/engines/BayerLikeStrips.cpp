@@ -155,7 +155,7 @@ private:
     void Split(int y) const {
         Lane* pan = lines_.panSites.Make(y);
         Lane* colour = lines_.colour.Make(y);
-        SplitRow<Lane>(mosaic_ + static_cast<ptrdiff_t>(y) * W_, n_, Odd(y) ? colour : pan, Odd(y) ? pan : colour);
+        SplitRow(mosaic_ + static_cast<ptrdiff_t>(y) * W_, n_, Odd(y) ? colour : pan, Odd(y) ? pan : colour);
     }
 
     void CompletePan(int y) const {

@@ -152,10 +152,10 @@ struct FastLines {
     }
 };
 
-template <class Lane>
+template <class Lane, class Sample>
 class FastStrip {
 public:
-    FastStrip(const int16_t* mosaic, int W, int H, LineCutter cutter, const ColourRowSink& sink)
+    FastStrip(const Sample* mosaic, int W, int H, LineCutter cutter, const ColourRowSink& sink)
         : mosaic_(mosaic), W_(W), H_(H), n_(W / 2), last_(n_ - 1), sink_(sink), lines_(W, &cutter) {
         FillAlternate(n_ + 1, lines_.alternate);
     }
@@ -184,7 +184,7 @@ private:
     void Split(int y) const {
         Lane* pan = lines_.panSites.Make(y);
         Lane* colour = lines_.colour.Make(y);
-        SplitRow<Lane>(mosaic_ + static_cast<ptrdiff_t>(y) * W_, n_, Odd(y) ? colour : pan, Odd(y) ? pan : colour);
+        SplitRow(mosaic_ + static_cast<ptrdiff_t>(y) * W_, n_, Odd(y) ? colour : pan, Odd(y) ? pan : colour);
         Pad(pan);
     }
 
@@ -283,7 +283,7 @@ private:
         sink_.Row(y, lines_.rows[0], lines_.rows[1], lines_.rows[2]);
     }
 
-    const int16_t* mosaic_;
+    const Sample* mosaic_;
     int W_, H_;
     int n_;     // lanes per row
     int last_;  // the last of them
@@ -302,10 +302,15 @@ size_t FastScratchBytes(int W) {
 void ReconstructFastStrip(const int16_t* mosaic, int W, int H, int y0, int y1, bool narrow, void* scratch,
                           const ColourRowSink& sink) {
     if (narrow) {
-        FastStrip<int16_t>(mosaic, W, H, LineCutter(scratch), sink).Run(y0, y1);
+        FastStrip<int16_t, int16_t>(mosaic, W, H, LineCutter(scratch), sink).Run(y0, y1);
     } else {
-        FastStrip<int32_t>(mosaic, W, H, LineCutter(scratch), sink).Run(y0, y1);
+        FastStrip<int32_t, int16_t>(mosaic, W, H, LineCutter(scratch), sink).Run(y0, y1);
     }
+}
+
+void ReconstructFastStrip(const uint8_t* mosaic, int W, int H, int y0, int y1, void* scratch,
+                          const ColourRowSink& sink) {
+    FastStrip<int16_t, uint8_t>(mosaic, W, H, LineCutter(scratch), sink).Run(y0, y1);
 }
 
 }  // namespace orv

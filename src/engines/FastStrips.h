@@ -28,6 +28,9 @@ size_t FastScratchBytes(int W);
 // and stored samples wrap to signed 16 bits. For such samples both give the same.
 void ReconstructFastStrip(const int16_t* mosaic, int W, int H, int y0, int y1, bool narrow, void* scratch,
                           const ColourRowSink& sink);
+// The same of a mosaic of 8-bit samples, which count 16 times.
+void ReconstructFastStrip(const uint8_t* mosaic, int W, int H, int y0, int y1, void* scratch,
+                          const ColourRowSink& sink);
 
 }  // namespace orv
 

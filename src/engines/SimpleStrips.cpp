@@ -350,7 +350,7 @@ private:
     void CalculateWhiteBalance(int y) const {
         Lane* pan = lines_.panSites.Make(y);
         Lane* colour = lines_.colour.Make(y);
-        SplitRow<Lane>(mosaic_ + static_cast<ptrdiff_t>(y) * W_, n_, Odd(y) ? colour : pan, Odd(y) ? pan : colour);
+        SplitRow(mosaic_ + static_cast<ptrdiff_t>(y) * W_, n_, Odd(y) ? colour : pan, Odd(y) ? pan : colour);
         if (!unitPan_) {
             const Gain gain = Gain::Make(settings_.panGain);
             GainRow<Lane>(gain, gain, n_, pan);

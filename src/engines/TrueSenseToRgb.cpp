@@ -22,7 +22,11 @@ int TrueSenseToRgb<T>::Reconstruct(const orv::EngineFrame& frame, const orv::Col
     const int W = frame.geometry.W;
     const int H = frame.geometry.H;
     orv::ForEachBandWithWorker(H, rings_.Workers(), [&](int worker, int y0, int y1) {
-        orv::ReconstructFastStrip(frame.mosaic, W, H, y0, y1, frame.narrow, rings_.Of(worker), sink);
+        if (frame.bytes != nullptr) {
+            orv::ReconstructFastStrip(frame.bytes, W, H, y0, y1, rings_.Of(worker), sink);
+        } else {
+            orv::ReconstructFastStrip(frame.mosaic, W, H, y0, y1, frame.narrow, rings_.Of(worker), sink);
+        }
     });
     return 0;
 }

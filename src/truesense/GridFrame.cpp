@@ -50,14 +50,36 @@ ORV_ROW_TEMPLATE((class T, bool Left), (T, Left), ShiftRow,
                  (const T* src, ptrdiff_t step, uint16_t factor, int n, int16_t* dst, uint16_t* used),
                  (src, step, factor, n, dst, used))
 
-void CopyRow(int16_t* plane, int planeStep, const GridGeometry& g, int to, int from) {
-    int16_t* target = plane + static_cast<ptrdiff_t>(to) * planeStep + g.gridX;
-    if (from < 0 || from >= g.H) {
-        std::fill(target, target + g.w, static_cast<int16_t>(0));
+// Samples of bytes for a plane of bytes are taken as they are.
+void ReadRow(const uint8_t* src, ptrdiff_t step, int, int n, uint8_t* dst, uint16_t*) {
+    if (step == 1) {
+        std::memcpy(dst, src, static_cast<size_t>(n));
         return;
     }
-    const int16_t* source = plane + static_cast<ptrdiff_t>(from) * planeStep + g.gridX;
-    std::memcpy(target, source, static_cast<size_t>(g.w) * sizeof(int16_t));
+    for (int x = 0; x < n; ++x) {
+        dst[x] = src[x * step];
+    }
+}
+
+template <class T>
+void ReadRow(const T* src, ptrdiff_t step, int shift, int n, int16_t* dst, uint16_t* used) {
+    const uint16_t factor = static_cast<uint16_t>(1 << (shift >= 0 ? shift : 16 + shift));
+    if (shift >= 0) {
+        ShiftRow<T, true>(src, step, factor, n, dst, used);
+    } else {
+        ShiftRow<T, false>(src, step, factor, n, dst, used);
+    }
+}
+
+template <class Plane>
+void CopyRow(Plane* plane, int planeStep, const GridGeometry& g, int to, int from) {
+    Plane* target = plane + static_cast<ptrdiff_t>(to) * planeStep + g.gridX;
+    if (from < 0 || from >= g.H) {
+        std::fill(target, target + g.w, Plane{0});
+        return;
+    }
+    const Plane* source = plane + static_cast<ptrdiff_t>(from) * planeStep + g.gridX;
+    std::memcpy(target, source, static_cast<size_t>(g.w) * sizeof(Plane));
 }
 
 }  // namespace
@@ -97,25 +119,19 @@ RegionWalk RegionWalk::Make(int x, int y, int w, int h, int stride, int channels
     return walk;
 }
 
-template <class T>
-uint32_t ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridGeometry& g, int16_t* plane,
-                    int planeStep, int threads) {
+template <class T, class Plane>
+uint32_t ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridGeometry& g, Plane* plane, int planeStep,
+                    int threads) {
     if (g.Small()) {
-        std::memset(plane, 0, sizeof(int16_t) * static_cast<size_t>(g.H) * static_cast<size_t>(planeStep));
+        std::memset(plane, 0, sizeof(Plane) * static_cast<size_t>(g.H) * static_cast<size_t>(planeStep));
     }
     const auto row = [&](int r) { return plane + static_cast<ptrdiff_t>(r) * planeStep; };
-    const uint16_t factor = static_cast<uint16_t>(1 << (shift >= 0 ? shift : 16 + shift));
     std::atomic<uint32_t> used{0};
     ForEachBand(g.h, threads, [&](int y0, int y1) {
         uint16_t bits = 0;
         for (int y = y0; y < y1; ++y) {
             const T* from = src + walk.rowStart + y * walk.rowStep + walk.columnStart;
-            int16_t* to = row(g.gridY + y) + g.gridX;
-            if (shift >= 0) {
-                ShiftRow<T, true>(from, walk.columnStep, factor, g.w, to, &bits);
-            } else {
-                ShiftRow<T, false>(from, walk.columnStep, factor, g.w, to, &bits);
-            }
+            ReadRow(from, walk.columnStep, shift, g.w, row(g.gridY + y) + g.gridX, &bits);
         }
         used.fetch_or(bits, std::memory_order_relaxed);
     });
@@ -126,20 +142,19 @@ uint32_t ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridG
         CopyRow(plane, planeStep, g, r, r - 4);
     }
     for (int r = 0; r < g.H; ++r) {
-        int16_t* line = row(r);
+        Plane* line = row(r);
         for (int c = g.gridX - 1; c >= 0; --c) {
-            line[c] = c + 4 < g.W ? line[c + 4] : static_cast<int16_t>(0);
+            line[c] = c + 4 < g.W ? line[c + 4] : Plane{0};
         }
         for (int c = g.endX; c < g.W; ++c) {
-            line[c] = c >= 4 ? line[c - 4] : static_cast<int16_t>(0);
+            line[c] = c >= 4 ? line[c - 4] : Plane{0};
         }
     }
     return used.load(std::memory_order_relaxed);
 }
 
-template uint32_t ReadMosaic<unsigned char>(const unsigned char*, const RegionWalk&, int, const GridGeometry&, int16_t*,
-                                            int, int);
-template uint32_t ReadMosaic<unsigned short>(const unsigned short*, const RegionWalk&, int, const GridGeometry&,
-                                             int16_t*, int, int);
+template uint32_t ReadMosaic(const unsigned char*, const RegionWalk&, int, const GridGeometry&, uint8_t*, int, int);
+template uint32_t ReadMosaic(const unsigned char*, const RegionWalk&, int, const GridGeometry&, int16_t*, int, int);
+template uint32_t ReadMosaic(const unsigned short*, const RegionWalk&, int, const GridGeometry&, int16_t*, int, int);
 
 }  // namespace orv

@@ -53,9 +53,9 @@ struct RegionWalk {
 // Reads the region from `src` into the plane, shifted to 12 bits (16-bit store, nothing masked or clamped); then
 // extends it over the whole plane with period 4: rows above and below, then columns left and right. Regions below
 // 4 by 4 start from a zeroed plane. Runs on `threads` threads, 0 for the process's default. Returns the union of the
-// bits of all stored samples.
-template <class T>
-uint32_t ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridGeometry& geometry, int16_t* plane,
+// bits of all stored samples; 0 for planes of bytes, which take bytes as they are.
+template <class T, class Plane>
+uint32_t ReadMosaic(const T* src, const RegionWalk& walk, int shift, const GridGeometry& geometry, Plane* plane,
                     int planeStep, int threads);
 
 }  // namespace orv

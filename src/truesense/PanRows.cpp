@@ -6,16 +6,17 @@ namespace orv {
 
 namespace {
 
-template <class Lane>
-ORV_ALWAYS_INLINE void SplitLanesBody(const int16_t* row, int n, Lane* even, Lane* odd) {
+template <class Sample, class Lane>
+ORV_ALWAYS_INLINE void SplitLanesBody(const Sample* row, int n, Lane* even, Lane* odd) {
+    constexpr Lane kScale = sizeof(Sample) == 1 ? 16 : 1;
 #pragma omp simd
     for (int i = 0; i < n; ++i) {
-        even[i] = row[2 * i];
-        odd[i] = row[2 * i + 1];
+        even[i] = static_cast<Lane>(row[2 * i] * kScale);
+        odd[i] = static_cast<Lane>(row[2 * i + 1] * kScale);
     }
 }
-ORV_ROW_TEMPLATE((class Lane), (Lane), SplitLanes, (const int16_t* row, int n, Lane* even, Lane* odd),
-                 (row, n, even, odd))
+ORV_ROW_TEMPLATE((class Sample, class Lane), (Sample, Lane), SplitLanes,
+                 (const Sample* row, int n, Lane* even, Lane* odd), (row, n, even, odd))
 
 template <class Lane, bool TiesAcross>
 ORV_ALWAYS_INLINE Lane SmootherPair(Lane left, Lane right, Lane up, Lane down) {
@@ -81,9 +82,9 @@ Lane RimSite(const PanNeighbours<Lane>& sites, int lane) {
 
 }  // namespace
 
-template <class Lane>
-void SplitRow(const int16_t* row, int n, Lane* even, Lane* odd) {
-    SplitLanes<Lane>(row, n, even, odd);
+template <class Sample, class Lane>
+void SplitRow(const Sample* row, int n, Lane* even, Lane* odd) {
+    SplitLanes<Sample, Lane>(row, n, even, odd);
 }
 
 template <PanTies Ties, class Lane>
@@ -119,12 +120,13 @@ void CompletePanRow(const PanNeighbours<Lane>& sites, const Lane* colour, int n,
 }
 
 #define ORV_PAN_ROWS(Lane)                                                                         \
-    template void SplitRow<Lane>(const int16_t*, int, Lane*, Lane*);                               \
+    template void SplitRow<int16_t, Lane>(const int16_t*, int, Lane*, Lane*);                      \
     template void CompletePanRow<PanTies::Vertical, Lane>(const PanNeighbours<Lane>&, int, Lane*); \
     template void CompletePanRow<PanTies::OddRows, Lane>(const PanNeighbours<Lane>&, int, Lane*);  \
     template void CompletePanRow<PanTies::Vertical, Lane>(const PanNeighbours<Lane>&, const Lane*, int, Lane*, Lane*);
 ORV_PAN_ROWS(int16_t)
 ORV_PAN_ROWS(int32_t)
 #undef ORV_PAN_ROWS
+template void SplitRow<uint8_t, int16_t>(const uint8_t*, int, int16_t*, int16_t*);
 
 }  // namespace orv

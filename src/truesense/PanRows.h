@@ -33,8 +33,8 @@ ORV_ALWAYS_INLINE Lane Quarter(Lane a, Lane b, Lane c, Lane d) {
 }
 
 // `row` of 2n samples to its even and odd columns.
-template <class Lane>
-void SplitRow(const int16_t* row, int n, Lane* even, Lane* odd);
+template <class Sample, class Lane>
+void SplitRow(const Sample* row, int n, Lane* even, Lane* odd);
 
 // Which pair of neighbours a colour site takes where both differ by the same.
 enum class PanTies {

@@ -82,10 +82,13 @@ int TrueSenseEngine<T>::Load(const Sample* src, const _OrvRect& rect, int srcStr
     }
     const GridGeometry g = GridGeometry::Make(rect, grid);
     frame_.geometry = g;
-    if (!g.Valid() || !plane_.Reserve(static_cast<size_t>(g.H) * static_cast<size_t>(g.W) * sizeof(int16_t))) {
+    const bool bytes = planeKind_ == Plane::OfBytes && sizeof(Sample) == 1 && bits == 8;
+    const size_t sampleBytes = bytes ? 1 : sizeof(int16_t);
+    if (!g.Valid() || !plane_.Reserve(static_cast<size_t>(g.H) * static_cast<size_t>(g.W) * sampleBytes)) {
         return kCodeNoMemory;
     }
-    frame_.mosaic = static_cast<int16_t*>(plane_.Data());
+    frame_.mosaic = bytes ? nullptr : static_cast<int16_t*>(plane_.Data());
+    frame_.bytes = bytes ? static_cast<uint8_t*>(plane_.Data()) : nullptr;
     if (!Reserve(frame_)) {
         return kCodeNoMemory;
     }
@@ -96,7 +99,14 @@ int TrueSenseEngine<T>::Load(const Sample* src, const _OrvRect& rect, int srcStr
     }
     const RegionWalk walk = RegionWalk::Make(rect.x, rect.y, rect.width, rect.height, srcStride, 1,
                                              frame_.param.horMirrored != 0, frame_.param.verMirrored != 0);
-    frame_.narrow = ReadMosaic(src, walk, shift, g, frame_.mosaic, g.W, frame_.Threads()) < 4096;
+    uint32_t used = 0;
+    if constexpr (sizeof(Sample) == 1) {
+        used = bytes ? ReadMosaic(src, walk, 0, g, frame_.bytes, g.W, frame_.Threads()) : used;
+    }
+    if (!bytes) {
+        used = ReadMosaic(src, walk, shift, g, frame_.mosaic, g.W, frame_.Threads());
+    }
+    frame_.narrow = used < 4096;
     prepared_ = true;
     return kCodeOk;
 }

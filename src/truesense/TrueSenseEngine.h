@@ -25,7 +25,8 @@ protected:
 // A frame between Init and Calculate.
 struct EngineFrame {
     GridGeometry geometry;
-    int16_t* mosaic = nullptr;     // H by W samples, shifted to 12 bits, in no way clamped
+    int16_t* mosaic = nullptr;     // H by W samples, shifted to 12 bits, in no way clamped; null where `bytes` has them
+    uint8_t* bytes = nullptr;      // H by W samples of 8 bits, not shifted
     bool narrow = true;            // every sample of the mosaic lies in 0 to 4095
     tagTrueSenseParam param = {};  // of the caller or the engine's own; never without a tone table
 
@@ -57,14 +58,14 @@ public:
                 int dstStride, unsigned char grid, tagTrueSenseParam* param) override;
     int CalculateRGB() override;
 
-    // For tests: the mosaic plane, null when there is none.
-    const int16_t* Mosaic() const { return prepared_ ? frame_.mosaic : nullptr; }
-
 protected:
     enum class Flags { Low32Bits, Whole };     // what counts of `threads_num`, `normalizationEnable` and the mirrors
     enum class Matrix { OfEngine, OfOutput };  // who applies the colour matrix
 
-    TrueSenseEngine(Flags flags, Matrix matrix) : flags_(flags), matrix_(matrix) {}
+    enum class Plane { OfWords, OfBytes };  // OfBytes: the engine takes frames of 8-bit samples as they are
+
+    TrueSenseEngine(Flags flags, Matrix matrix, Plane plane = Plane::OfWords)
+        : flags_(flags), matrix_(matrix), planeKind_(plane) {}
 
     // The parameters of an Init that brings none.
     virtual void Defaults(tagTrueSenseParam* param) const { TrueSense_DefaultValues(param); }
@@ -85,6 +86,7 @@ private:
 
     const Flags flags_;
     const Matrix matrix_;
+    const Plane planeKind_;
     T* dst_ = nullptr;
     unsigned char* dst8_ = nullptr;
     int dstStride_ = 0;  // samples

@@ -209,8 +209,8 @@ private:
             SplitBalancedRow(Mosaic(2 * i + 1), n_, 1, panTable, tables, b, odd);
             return;
         }
-        SplitRow<int16_t>(Mosaic(2 * i), n_, a, even);
-        SplitRow<int16_t>(Mosaic(2 * i + 1), n_, odd, b);
+        SplitRow(Mosaic(2 * i), n_, a, even);
+        SplitRow(Mosaic(2 * i + 1), n_, odd, b);
         if (!plain_) {
             const double* factor = settings_.frontEnd.factor;
             for (int16_t* pan : {a, b}) {
