@@ -32,7 +32,7 @@ ORV_ALWAYS_INLINE Lane Quarter(Lane a, Lane b, Lane c, Lane d) {
     return static_cast<Lane>(static_cast<Lane>(static_cast<Lane>(a + b) + static_cast<Lane>(c + d)) >> 2);
 }
 
-// `row` of 2n samples to its even and odd columns.
+// `row` of 2n samples to its even and odd columns, in 12 bits: bytes count 16 times.
 template <class Sample, class Lane>
 void SplitRow(const Sample* row, int n, Lane* even, Lane* odd);
 
